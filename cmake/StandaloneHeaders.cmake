@@ -1,0 +1,25 @@
+# The target `standalone_headers` compiles every header by itself, as the first line of an otherwise empty
+# source, so that no header leans on what another file happened to include before it.
+set(folders GameLauncher Platform/Windows Tests)
+if(NOT WIN32)
+    list(APPEND folders Platform/Host)
+endif()
+list(TRANSFORM folders PREPEND ${PROJECT_SOURCE_DIR}/ OUTPUT_VARIABLE patterns)
+list(TRANSFORM patterns APPEND /*.h)
+file(GLOB_RECURSE headers CONFIGURE_DEPENDS RELATIVE ${PROJECT_SOURCE_DIR} ${patterns})
+if(WIN32)
+    list(FILTER headers EXCLUDE REGEX "/Host/")
+else()
+    list(FILTER headers EXCLUDE REGEX "/Windows/")
+endif()
+list(FILTER headers EXCLUDE REGEX "/GoogleTest/") # only ever part of GoogleTest's own header
+list(APPEND headers Platform/Win32.h)
+
+set(sources)
+foreach(header IN LISTS headers)
+    set(source ${PROJECT_BINARY_DIR}/standalone_headers/${header}.cpp)
+    file(CONFIGURE OUTPUT ${source} CONTENT "#include \"@header@\"\n" @ONLY)
+    list(APPEND sources ${source})
+endforeach()
+add_library(standalone_headers OBJECT EXCLUDE_FROM_ALL ${sources})
+target_link_libraries(standalone_headers PRIVATE CompileOptions)
