@@ -1,0 +1,12 @@
+// The host's side of Platform/Win32.h: one header a family, each beside the source of the same name.
+#pragma once
+
+#include "Platform/Host/Api/Errors.h"
+#include "Platform/Host/Api/Modules.h"
+#include "Platform/Host/Api/Paths.h"
+#include "Platform/Host/Api/Processes.h"
+#include "Platform/Host/Api/RuntimeFormatting.h"
+#include "Platform/Host/Api/TextConversion.h"
+#include "Platform/Host/Api/Threads.h"
+#include "Platform/Host/Api/Types.h"
+#include "Platform/Host/Api/UserInterface.h"

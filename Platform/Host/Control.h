@@ -1,0 +1,32 @@
+// What tests and the workbench may set in the host layer. Programs do not use it.
+#pragma once
+
+#include "Platform/Host/Api/Types.h"
+
+#include <functional>
+#include <optional>
+#include <string>
+
+namespace Platform::Host {
+
+struct MessageBoxCall {
+    bool hasOwner;
+    std::u16string text;
+    std::u16string caption;
+    UINT type;
+};
+
+// Answers message boxes in place of standard error; its result is the button. An empty hook takes it back.
+using MessageBoxHook = std::function<int(const MessageBoxCall&)>;
+void SetMessageBoxHook(MessageBoxHook hook);
+
+// The path that GetModuleFileNameW gives for the program; nullopt for its real place.
+void SetModulePath(std::optional<std::u16string> path);
+
+// A file that receives the standard error of processes started from now on; empty for this process's own.
+void SetChildErrorFile(std::string nativePath);
+
+// The error mode, read without passing the gate.
+UINT CurrentErrorMode();
+
+} // namespace Platform::Host

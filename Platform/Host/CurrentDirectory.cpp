@@ -1,0 +1,88 @@
+#include "Platform/Host/CurrentDirectory.h"
+
+#include "Platform/Host/Api/Paths.h"
+#include "Platform/Host/Drives.h"
+#include "Platform/Host/Gate.h"
+
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <mutex>
+#include <system_error>
+#include <unistd.h>
+
+namespace Platform::Host {
+
+namespace {
+
+// A trailing backslash and the terminator have to fit as well.
+constexpr std::size_t LONGEST_CURRENT_DIRECTORY = MAX_PATH - 2;
+
+struct CurrentDirectoryState {
+    std::mutex mutex;
+    std::u16string path;
+};
+
+std::u16string FindAtStart()
+{
+    std::error_code error;
+    const std::filesystem::path folder = std::filesystem::current_path(error);
+    return ToDrivePath(error ? "/" : folder.native());
+}
+
+CurrentDirectoryState& State()
+{
+    static CurrentDirectoryState state{{}, FindAtStart()};
+    return state;
+}
+
+BOOL ChangeTo(const std::u16string& full)
+{
+    std::string native;
+    if (const DWORD error = FindNative(full, native); error != ERROR_SUCCESS) {
+        return Fail(error);
+    }
+    const std::lock_guard lock(State().mutex);
+    if (chdir(native.c_str()) != 0) {
+        return Fail(errno == ENOTDIR ? ERROR_DIRECTORY : ErrorFromErrno(errno));
+    }
+    State().path = full;
+    return TRUE;
+}
+
+} // namespace
+
+std::u16string CurrentDirectory()
+{
+    const std::lock_guard lock(State().mutex);
+    return State().path;
+}
+
+} // namespace Platform::Host
+
+using namespace Platform::Host;
+
+DWORD WINAPI GetCurrentDirectoryW(DWORD bufferLength, LPWSTR buffer)
+{
+    return Guarded("GetCurrentDirectoryW", DWORD{0}, [&]() -> DWORD {
+        const std::u16string current = CurrentDirectory();
+        const auto length = static_cast<DWORD>(current.size());
+        if (length >= bufferLength) {
+            return length + 1;
+        }
+        std::memcpy(buffer, current.c_str(), (length + 1) * sizeof(WCHAR));
+        return length;
+    });
+}
+
+BOOL WINAPI SetCurrentDirectoryW(LPCWSTR pathName)
+{
+    return Guarded("SetCurrentDirectoryW", FALSE, [&]() -> BOOL {
+        std::u16string full;
+        const DWORD error = CompletePath(pathName != nullptr ? pathName : u"", full);
+        if (error != ERROR_SUCCESS) {
+            return Fail(error);
+        }
+        return full.size() > LONGEST_CURRENT_DIRECTORY ? Fail(ERROR_FILENAME_EXCED_RANGE) : ChangeTo(full);
+    });
+}

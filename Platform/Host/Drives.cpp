@@ -1,0 +1,306 @@
+#include "Platform/Host/Drives.h"
+
+#include "Platform/Host/CurrentDirectory.h"
+#include "Platform/Host/LastError.h"
+#include "Platform/Host/Utf.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cwctype>
+#include <dirent.h>
+#include <locale.h>
+#include <map>
+#include <memory>
+#include <sys/stat.h>
+#include <vector>
+
+namespace Platform::Host {
+
+namespace {
+
+constexpr const char* DRIVES_VARIABLE = "PLATFORM_HOST_DRIVES";
+constexpr std::u16string_view EXTENDED_PREFIX = u"\\\\?\\";
+
+using DriveTable = std::map<char16_t, std::string>; // upper-case letter to root, no trailing slash
+
+bool IsLetter(char16_t unit)
+{
+    return (unit >= u'A' && unit <= u'Z') || (unit >= u'a' && unit <= u'z');
+}
+
+char16_t UpperLetter(char16_t unit)
+{
+    return unit >= u'a' ? static_cast<char16_t>(unit - u'a' + u'A') : unit;
+}
+
+std::string WithoutTrailingSlash(std::string root)
+{
+    while (!root.empty() && root.back() == '/') {
+        root.pop_back();
+    }
+    return root;
+}
+
+DriveTable ReadDrives()
+{
+    DriveTable drives{{u'Z', ""}};
+    const char* variable = std::getenv(DRIVES_VARIABLE);
+    std::string_view rest = variable != nullptr ? variable : "";
+    while (!rest.empty()) {
+        const std::string_view entry = rest.substr(0, rest.find(';'));
+        if (entry.size() > 2 && IsLetter(static_cast<unsigned char>(entry[0])) && entry[1] == '=') {
+            drives[UpperLetter(static_cast<unsigned char>(entry[0]))] =
+                WithoutTrailingSlash(std::string(entry.substr(2)));
+        }
+        rest.remove_prefix(std::min(rest.size(), entry.size() + 1));
+    }
+    return drives;
+}
+
+DriveTable& Drives()
+{
+    static DriveTable drives = ReadDrives();
+    return drives;
+}
+
+// Puts the table into the environment, for the processes started from here.
+void PublishDrives()
+{
+    std::string variable;
+    for (const auto& [letter, root] : Drives()) {
+        variable += letter != u'Z' ? static_cast<char>(letter) + ("=" + root) + ";" : "";
+    }
+    if (variable.empty()) {
+        unsetenv(DRIVES_VARIABLE);
+    } else {
+        setenv(DRIVES_VARIABLE, variable.c_str(), 1);
+    }
+}
+
+bool IsSeparator(char16_t unit)
+{
+    return unit == u'\\' || unit == u'/';
+}
+
+bool IsForbiddenInNames(char16_t unit)
+{
+    return unit < u' ' || std::u16string_view(u"<>\"|?*").find(unit) != std::u16string_view::npos;
+}
+
+bool HasDrive(std::u16string_view path)
+{
+    return path.size() >= 2 && IsLetter(path[0]) && path[1] == u':';
+}
+
+std::vector<std::u16string_view> SplitParts(std::u16string_view path)
+{
+    std::vector<std::u16string_view> parts;
+    while (!path.empty()) {
+        const auto end = std::find_if(path.begin(), path.end(), IsSeparator);
+        const auto length = static_cast<std::size_t>(end - path.begin());
+        if (length != 0) {
+            parts.push_back(path.substr(0, length));
+        }
+        path.remove_prefix(std::min(path.size(), length + 1));
+    }
+    return parts;
+}
+
+// Applies the parts of a path to a list that begins as the parts of the folder it is relative to.
+void Follow(std::u16string_view path, std::vector<std::u16string_view>& parts)
+{
+    for (std::u16string_view part : SplitParts(path)) {
+        if (part == u"..") {
+            if (!parts.empty()) {
+                parts.pop_back();
+            }
+        } else if (part != u".") {
+            parts.push_back(part);
+        }
+    }
+}
+
+// The platform ignores one dot at the end of a folder's name, all dots and blanks at the end of the path.
+void DropIgnoredEnds(std::vector<std::u16string_view>& parts)
+{
+    for (std::u16string_view& part : parts) {
+        const bool hasName = part.find_first_not_of(u'.') != std::u16string_view::npos;
+        if (hasName && part.ends_with(u'.')) {
+            part.remove_suffix(1);
+        }
+    }
+    while (!parts.empty()) {
+        std::u16string_view& last = parts.back();
+        last = last.substr(0, last.find_last_not_of(u". ") + 1);
+        if (!last.empty()) {
+            return;
+        }
+        parts.pop_back();
+    }
+}
+
+std::u16string JoinParts(std::u16string_view drive, const std::vector<std::u16string_view>& parts)
+{
+    std::u16string full(drive);
+    for (std::u16string_view part : parts) {
+        full += u'\\';
+        full += part;
+    }
+    if (parts.empty()) {
+        full += u'\\';
+    }
+    return full;
+}
+
+// The platform compares names by their capital letters, those beyond ASCII included.
+bool SameName(std::u16string_view left, std::u16string_view right)
+{
+    static const locale_t locale = newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
+    return std::equal(left.begin(), left.end(), right.begin(), right.end(), [](char16_t a, char16_t b) {
+        return a == b || (locale != nullptr && towupper_l(a, locale) == towupper_l(b, locale));
+    });
+}
+
+bool Exists(const std::string& native)
+{
+    struct stat status {};
+    return stat(native.c_str(), &status) == 0;
+}
+
+bool IsFolder(const std::string& native)
+{
+    struct stat status {};
+    return stat(native.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+}
+
+// The name of the folder's entry that differs from this one in letter case at most; empty when there is none.
+std::string FindEntry(const std::string& folder, std::u16string_view name)
+{
+    const std::unique_ptr<DIR, int (*)(DIR*)> listing(opendir(folder.c_str()), &closedir);
+    if (listing == nullptr) {
+        return {};
+    }
+    while (const dirent* entry = readdir(listing.get())) {
+        if (SameName(FromHost(entry->d_name), name)) {
+            return entry->d_name;
+        }
+    }
+    return {};
+}
+
+// Goes one part down. False when there is no such entry; the path then names where it would be.
+bool Descend(std::string& native, std::u16string_view part)
+{
+    const std::string folder = native + '/';
+    native = folder + ToHost(part);
+    if (Exists(native)) {
+        return true;
+    }
+    const std::string entry = FindEntry(folder, part);
+    if (entry.empty()) {
+        return false;
+    }
+    native = folder + entry;
+    return true;
+}
+
+DWORD FindInAnyCase(const std::string& root, const std::vector<std::u16string_view>& parts,
+                    std::string& native)
+{
+    native = root;
+    for (std::size_t i = 0; i < parts.size(); ++i) {
+        if (!IsFolder(native + '/')) {
+            return ERROR_PATH_NOT_FOUND;
+        }
+        if (!Descend(native, parts[i])) {
+            return i + 1 == parts.size() ? ERROR_FILE_NOT_FOUND : ERROR_PATH_NOT_FOUND;
+        }
+    }
+    return ERROR_SUCCESS;
+}
+
+} // namespace
+
+void SetDrive(char letter, std::string root)
+{
+    Drives()[UpperLetter(static_cast<unsigned char>(letter))] = WithoutTrailingSlash(std::move(root));
+    PublishDrives();
+}
+
+void RemoveDrive(char letter)
+{
+    Drives().erase(UpperLetter(static_cast<unsigned char>(letter)));
+    PublishDrives();
+}
+
+DWORD CompletePath(std::u16string_view path, std::u16string& full)
+{
+    if (path.starts_with(EXTENDED_PREFIX)) {
+        path.remove_prefix(EXTENDED_PREFIX.size());
+    }
+    if (path.empty() || std::any_of(path.begin(), path.end(), IsForbiddenInNames)) {
+        return ERROR_INVALID_NAME;
+    }
+    if (path.size() >= 2 && IsSeparator(path[0]) && IsSeparator(path[1])) {
+        return ERROR_PATH_NOT_FOUND; // another machine's share
+    }
+    const std::u16string current = CurrentDirectory();
+    std::u16string_view drive = std::u16string_view(current).substr(0, 2);
+    bool relative = true;
+    if (HasDrive(path)) {
+        relative = UpperLetter(path[0]) == UpperLetter(drive[0]);
+        drive = relative ? drive : path.substr(0, 2);
+        path.remove_prefix(2);
+    }
+    if (!path.empty() && IsSeparator(path[0])) {
+        relative = false;
+    }
+    std::vector<std::u16string_view> parts;
+    if (relative) {
+        Follow(std::u16string_view(current).substr(2), parts);
+    }
+    Follow(path, parts);
+    DropIgnoredEnds(parts);
+    full = JoinParts(drive, parts);
+    return ERROR_SUCCESS;
+}
+
+DWORD FindNative(std::u16string_view full, std::string& native)
+{
+    const auto drive = Drives().find(UpperLetter(full[0]));
+    if (drive == Drives().end()) {
+        return ERROR_PATH_NOT_FOUND;
+    }
+    native = drive->second + ToHost(full.substr(2));
+    std::replace(native.begin(), native.end(), '\\', '/');
+    return Exists(native) ? ERROR_SUCCESS : FindInAnyCase(drive->second, SplitParts(full.substr(2)), native);
+}
+
+DWORD ResolvePath(std::u16string_view path, std::string& native)
+{
+    std::u16string full;
+    const DWORD error = CompletePath(path, full);
+    return error != ERROR_SUCCESS ? error : FindNative(full, native);
+}
+
+std::u16string ToDrivePath(std::string_view native)
+{
+    const DriveTable::value_type* nearest = nullptr;
+    for (const auto& drive : Drives()) {
+        const std::string& root = drive.second;
+        const bool holds =
+            native.starts_with(root) && (native.size() == root.size() || native[root.size()] == '/');
+        if (holds && (nearest == nullptr || root.size() > nearest->second.size())) {
+            nearest = &drive;
+        }
+    }
+    std::u16string path{nearest->first, u':'};
+    path += FromHost(native.substr(nearest->second.size()));
+    std::replace(path.begin(), path.end(), u'/', u'\\');
+    if (path.size() == 2) {
+        path += u'\\';
+    }
+    return path;
+}
+
+} // namespace Platform::Host

@@ -1,0 +1,34 @@
+// Drive letters and file names: the way from the platform's paths to the host's and back.
+//
+// Z: is the host's root folder. Further drives come from the environment variable PLATFORM_HOST_DRIVES
+// ("X=/some/folder;Y=/another"), which the processes of a test hand on to each other, and from SetDrive.
+#pragma once
+
+#include "Platform/Host/Api/Types.h"
+
+#include <string>
+#include <string_view>
+
+namespace Platform::Host {
+
+// Adds or replaces a drive of this process and of those it starts. The root is an absolute host path.
+void SetDrive(char letter, std::string root);
+void RemoveDrive(char letter);
+
+// The path as the platform completes it: drive, absolute, "\" as separator, without "." and "..", repeated
+// separators, and the trailing dots and blanks that the platform ignores. Gives the platform's error code;
+// `full` is changed only on ERROR_SUCCESS.
+DWORD CompletePath(std::u16string_view path, std::u16string& full);
+
+// The host path of a completed path, each part found whatever its letter case. ERROR_FILE_NOT_FOUND when only
+// the last part is missing, in which case `native` is where it would be; ERROR_PATH_NOT_FOUND when an earlier
+// one is missing or no folder, or the drive is unknown.
+DWORD FindNative(std::u16string_view full, std::string& native);
+
+// Both in one step.
+DWORD ResolvePath(std::u16string_view path, std::string& native);
+
+// The platform's path of an absolute host path, on the drive whose root lies nearest.
+std::u16string ToDrivePath(std::string_view native);
+
+} // namespace Platform::Host

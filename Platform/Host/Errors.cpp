@@ -1,0 +1,89 @@
+// The last-error value and the error mode.
+#include "Platform/Host/Api/Errors.h"
+#include "Platform/Host/Control.h"
+#include "Platform/Host/Gate.h"
+#include "Platform/Host/LastError.h"
+#include "Platform/Host/ProcessStart.h"
+
+#include <atomic>
+#include <cerrno>
+
+namespace Platform::Host {
+
+namespace {
+
+std::atomic<UINT>& ErrorMode()
+{
+    static std::atomic<UINT> mode{OwnStart().errorMode};
+    return mode;
+}
+
+} // namespace
+
+DWORD ErrorFromErrno(int error)
+{
+    switch (error) {
+    case ENOENT:
+        return ERROR_FILE_NOT_FOUND;
+    case ENOTDIR:
+    case ELOOP:
+        return ERROR_PATH_NOT_FOUND;
+    case EMFILE:
+    case ENFILE:
+        return ERROR_TOO_MANY_OPEN_FILES;
+    case EACCES:
+    case EPERM:
+    case EROFS:
+    case EISDIR:
+        return ERROR_ACCESS_DENIED;
+    case ENOMEM:
+    case EAGAIN:
+        return ERROR_NOT_ENOUGH_MEMORY;
+    case EBUSY:
+    case ETXTBSY:
+        return ERROR_SHARING_VIOLATION;
+    case ENOSPC:
+    case EDQUOT:
+        return ERROR_DISK_FULL;
+    case ENOEXEC:
+        return ERROR_BAD_EXE_FORMAT;
+    case ENAMETOOLONG:
+    case E2BIG:
+        return ERROR_FILENAME_EXCED_RANGE;
+    default:
+        return ERROR_GEN_FAILURE;
+    }
+}
+
+UINT CurrentErrorMode()
+{
+    return ErrorMode();
+}
+
+} // namespace Platform::Host
+
+using namespace Platform::Host;
+
+DWORD WINAPI GetLastError()
+{
+    GateStops("GetLastError");
+    return lastError;
+}
+
+void WINAPI SetLastError(DWORD error)
+{
+    GateStops("SetLastError");
+    lastError = error;
+}
+
+UINT WINAPI GetErrorMode()
+{
+    GateStops("GetErrorMode");
+    return ErrorMode();
+}
+
+UINT WINAPI SetErrorMode(UINT mode)
+{
+    GateStops("SetErrorMode");
+    return ErrorMode().exchange(mode);
+}

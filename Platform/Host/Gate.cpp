@@ -1,0 +1,99 @@
+#include "Platform/Host/Gate.h"
+
+#include <algorithm>
+#include <cassert>
+#include <mutex>
+
+namespace Platform::Host {
+
+namespace {
+
+struct GateState {
+    std::mutex mutex;
+    GateRule rule;
+    unsigned counted = 0;
+    bool failed = false;
+    std::vector<std::string> calls;
+    std::function<void(std::string_view)> observer;
+};
+
+GateState& State()
+{
+    static GateState state;
+    return state;
+}
+
+bool RuleHits(GateState& state, std::string_view function)
+{
+    const GateRule& rule = state.rule;
+    if (rule.ordinal == 0 || (!rule.function.empty() && rule.function != function)) {
+        return false;
+    }
+    ++state.counted;
+    return state.counted == rule.ordinal || (rule.lasting && state.counted > rule.ordinal);
+}
+
+} // namespace
+
+bool ConsultGate(const char* function)
+{
+    GateState& state = State();
+    const std::lock_guard lock(state.mutex);
+    state.calls.emplace_back(function);
+    if (state.observer) {
+        state.observer(function);
+    }
+    if (!RuleHits(state, function)) {
+        return false;
+    }
+    state.failed = true;
+    lastError = state.rule.error;
+    return true;
+}
+
+GateWatch::GateWatch(GateRule rule)
+{
+    GateState& state = State();
+    const std::lock_guard lock(state.mutex);
+    assert(!gateWatched && "one watch at a time");
+    state.rule = rule;
+    state.counted = 0;
+    state.failed = false;
+    state.calls.clear();
+    state.observer = nullptr;
+    gateWatched = true;
+}
+
+GateWatch::~GateWatch()
+{
+    gateWatched = false;
+}
+
+void GateWatch::OnCall(std::function<void(std::string_view)> observer)
+{
+    GateState& state = State();
+    const std::lock_guard lock(state.mutex);
+    state.observer = std::move(observer);
+}
+
+std::vector<std::string> GateWatch::Calls() const
+{
+    GateState& state = State();
+    const std::lock_guard lock(state.mutex);
+    return state.calls;
+}
+
+unsigned GateWatch::Count(std::string_view function) const
+{
+    const std::vector<std::string> calls = Calls();
+    return static_cast<unsigned>(std::count(calls.begin(), calls.end(), function));
+}
+
+bool GateWatch::Failed() const
+{
+    GateState& state = State();
+    const std::lock_guard lock(state.mutex);
+    return state.failed;
+}
+
+} // namespace Platform::Host

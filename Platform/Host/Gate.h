@@ -1,0 +1,76 @@
+// The gate that every function of the host layer passes on entry: it can watch the calls and make one fail.
+//
+//     GateWatch watch({.function = "SetCurrentDirectoryW", .ordinal = 1, .error = ERROR_ACCESS_DENIED});
+//     ... the code under test ...
+//     EXPECT_EQ(watch.Count("CreateProcessW"), 0u);
+//
+// While nobody watches, a call costs one predictable branch.
+#pragma once
+
+#include "Platform/Host/Api/Types.h"
+#include "Platform/Host/LastError.h"
+
+#include <atomic>
+#include <functional>
+#include <new>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace Platform::Host {
+
+// Which call fails, and how. The function's own failure result is returned and `error` becomes the last
+// error.
+struct GateRule {
+    std::string_view function; // empty: calls of every function count
+    unsigned ordinal = 0;      // 1 for the first counted call; 0: none fails
+    DWORD error = ERROR_GEN_FAILURE;
+    bool lasting = false; // the later counted calls fail as well
+};
+
+// Watches the calls of all threads from its construction to its end. One at a time.
+class GateWatch {
+public:
+    explicit GateWatch(GateRule rule = {});
+    ~GateWatch();
+    GateWatch(const GateWatch&) = delete;
+    GateWatch& operator=(const GateWatch&) = delete;
+
+    // Called on entry of each function, before it does anything. It may not call the layer.
+    void OnCall(std::function<void(std::string_view function)> observer);
+
+    [[nodiscard]] std::vector<std::string> Calls() const; // in order
+    [[nodiscard]] unsigned Count(std::string_view function) const;
+    [[nodiscard]] bool Failed() const; // whether the rule made a call fail
+};
+
+inline std::atomic<bool> gateWatched{false};
+
+// Records the call; true when it has to fail, the last error being set.
+bool ConsultGate(const char* function);
+
+inline bool GateStops(const char* function)
+{
+    if (!gateWatched.load(std::memory_order_relaxed)) [[likely]] {
+        return false;
+    }
+    return ConsultGate(function);
+}
+
+// Runs the body of a platform function behind the gate. The host's own lack of memory is the platform's
+// ERROR_NOT_ENOUGH_MEMORY; nothing is thrown into the caller.
+template <typename Result, typename Body>
+Result Guarded(const char* function, Result failure, Body&& body)
+{
+    if (GateStops(function)) {
+        return failure;
+    }
+    try {
+        return body();
+    } catch (const std::bad_alloc&) {
+        lastError = ERROR_NOT_ENOUGH_MEMORY;
+        return failure;
+    }
+}
+
+} // namespace Platform::Host

@@ -1,0 +1,82 @@
+#include "Platform/Host/ProcessStart.h"
+
+#include "Platform/Host/CommandLine.h"
+#include "Platform/Host/Utf.h"
+
+#include <charconv>
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+#include <string_view>
+
+namespace Platform::Host {
+
+namespace {
+
+constexpr const char* START_VARIABLE = "PLATFORM_HOST_START";
+
+std::vector<std::u16string> OwnArguments()
+{
+    std::ifstream file("/proc/self/cmdline", std::ios::binary);
+    const std::string text{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+    std::vector<std::u16string> arguments;
+    for (std::size_t start = 0; start < text.size();) {
+        const std::size_t end = text.find('\0', start);
+        arguments.push_back(FromHost(std::string_view(text).substr(start, end - start)));
+        start = end == std::string::npos ? text.size() : end + 1;
+    }
+    return arguments;
+}
+
+// Reads "<error mode in hexadecimal>;<command line>". A line that does not stand for this process's arguments
+// was meant for another: some program between the two handed the variable on.
+bool ReadVariable(std::string_view value, const std::vector<std::u16string>& arguments, ProcessStart& start)
+{
+    UINT errorMode = 0;
+    const auto [end, error] = std::from_chars(value.data(), value.data() + value.size(), errorMode, 16);
+    const auto length = static_cast<std::size_t>(end - value.data());
+    if (error != std::errc() || length == value.size() || value[length] != ';') {
+        return false;
+    }
+    std::u16string line = FromHost(value.substr(length + 1));
+    if (SplitCommandLine(line) != arguments) {
+        return false;
+    }
+    start = {std::move(line), errorMode};
+    return true;
+}
+
+ProcessStart TakeOwnStart()
+{
+    const std::vector<std::u16string> arguments = OwnArguments();
+    ProcessStart start{JoinArguments(arguments), 0};
+    if (const char* value = std::getenv(START_VARIABLE)) {
+        ReadVariable(value, arguments, start);
+        unsetenv(START_VARIABLE);
+    }
+    return start;
+}
+
+// Taken before the program's entry, so that the program never sees the variable.
+[[maybe_unused]] const ProcessStart& takenAtStart = OwnStart();
+
+} // namespace
+
+ProcessStart& OwnStart()
+{
+    static ProcessStart start = TakeOwnStart();
+    return start;
+}
+
+std::string StartVariable(const ProcessStart& start, const std::vector<std::u16string>& arguments)
+{
+    if (start.errorMode == 0 && JoinArguments(arguments) == start.commandLine) {
+        return {};
+    }
+    char mode[16];
+    const char* const end = std::to_chars(mode, mode + sizeof(mode), start.errorMode, 16).ptr;
+    return std::string(START_VARIABLE) + '=' + std::string(mode, static_cast<std::size_t>(end - mode)) + ';' +
+           ToHost(start.commandLine);
+}
+
+} // namespace Platform::Host

@@ -1,0 +1,14 @@
+// UTF-16 as the host keeps it in file names, arguments and environment: UTF-8 in which an unpaired surrogate
+// stands as its own three bytes (WTF-8), so that every text of the platform survives the way there and back.
+// Bytes that are not that become U+FFFD.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace Platform::Host {
+
+std::string ToHost(std::u16string_view text);
+std::u16string FromHost(std::string_view text);
+
+} // namespace Platform::Host
