@@ -81,7 +81,7 @@ std::u16string Quote(std::u16string_view argument)
         const bool beforeQuote = argument.empty() || argument[0] == u'"';
         quoted.append(beforeQuote ? backslashes * 2 : backslashes, u'\\');
         if (!argument.empty()) {
-            quoted += argument[0] == u'"' ? u"\\\"" : std::u16string_view(&argument[0], 1);
+            quoted += argument[0] == u'"' ? u"\\\"" : argument.substr(0, 1);
             argument.remove_prefix(1);
         }
     }

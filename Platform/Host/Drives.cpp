@@ -5,10 +5,10 @@
 #include "Platform/Host/Utf.h"
 
 #include <algorithm>
+#include <clocale>
 #include <cstdlib>
 #include <cwctype>
 #include <dirent.h>
-#include <locale.h>
 #include <map>
 #include <memory>
 #include <sys/stat.h>
@@ -19,6 +19,7 @@ namespace Platform::Host {
 namespace {
 
 constexpr const char* DRIVES_VARIABLE = "PLATFORM_HOST_DRIVES";
+constexpr char16_t HOST_ROOT_DRIVE = u'Z';
 constexpr std::u16string_view EXTENDED_PREFIX = u"\\\\?\\";
 
 using DriveTable = std::map<char16_t, std::string>; // upper-case letter to root, no trailing slash
@@ -43,7 +44,7 @@ std::string WithoutTrailingSlash(std::string root)
 
 DriveTable ReadDrives()
 {
-    DriveTable drives{{u'Z', ""}};
+    DriveTable drives;
     const char* variable = std::getenv(DRIVES_VARIABLE);
     std::string_view rest = variable != nullptr ? variable : "";
     while (!rest.empty()) {
@@ -54,6 +55,7 @@ DriveTable ReadDrives()
         }
         rest.remove_prefix(std::min(rest.size(), entry.size() + 1));
     }
+    drives[HOST_ROOT_DRIVE] = "";
     return drives;
 }
 
@@ -68,7 +70,7 @@ void PublishDrives()
 {
     std::string variable;
     for (const auto& [letter, root] : Drives()) {
-        variable += letter != u'Z' ? static_cast<char>(letter) + ("=" + root) + ";" : "";
+        variable += letter != HOST_ROOT_DRIVE ? static_cast<char>(letter) + ("=" + root) + ";" : "";
     }
     if (variable.empty()) {
         unsetenv(DRIVES_VARIABLE);
@@ -223,14 +225,20 @@ DWORD FindInAnyCase(const std::string& root, const std::vector<std::u16string_vi
 
 void SetDrive(char letter, std::string root)
 {
-    Drives()[UpperLetter(static_cast<unsigned char>(letter))] = WithoutTrailingSlash(std::move(root));
-    PublishDrives();
+    const char16_t upper = UpperLetter(static_cast<unsigned char>(letter));
+    if (upper != HOST_ROOT_DRIVE) {
+        Drives()[upper] = WithoutTrailingSlash(std::move(root));
+        PublishDrives();
+    }
 }
 
 void RemoveDrive(char letter)
 {
-    Drives().erase(UpperLetter(static_cast<unsigned char>(letter)));
-    PublishDrives();
+    const char16_t upper = UpperLetter(static_cast<unsigned char>(letter));
+    if (upper != HOST_ROOT_DRIVE) {
+        Drives().erase(upper);
+        PublishDrives();
+    }
 }
 
 DWORD CompletePath(std::u16string_view path, std::u16string& full)
@@ -285,17 +293,18 @@ DWORD ResolvePath(std::u16string_view path, std::string& native)
 
 std::u16string ToDrivePath(std::string_view native)
 {
-    const DriveTable::value_type* nearest = nullptr;
-    for (const auto& drive : Drives()) {
-        const std::string& root = drive.second;
+    char16_t letter = HOST_ROOT_DRIVE;
+    std::size_t rootLength = 0;
+    for (const auto& [drive, root] : Drives()) {
         const bool holds =
             native.starts_with(root) && (native.size() == root.size() || native[root.size()] == '/');
-        if (holds && (nearest == nullptr || root.size() > nearest->second.size())) {
-            nearest = &drive;
+        if (holds && root.size() > rootLength) {
+            letter = drive;
+            rootLength = root.size();
         }
     }
-    std::u16string path{nearest->first, u':'};
-    path += FromHost(native.substr(nearest->second.size()));
+    std::u16string path{letter, u':'};
+    path += FromHost(native.substr(rootLength));
     std::replace(path.begin(), path.end(), u'/', u'\\');
     if (path.size() == 2) {
         path += u'\\';

@@ -11,7 +11,8 @@
 
 namespace Platform::Host {
 
-// Adds or replaces a drive of this process and of those it starts. The root is an absolute host path.
+// Adds, replaces or removes a drive of this process and of those it starts; Z: stays as it is. The root is an
+// absolute host path.
 void SetDrive(char letter, std::string root);
 void RemoveDrive(char letter);
 

@@ -264,7 +264,7 @@ int WINAPI WideCharToMultiByte(UINT codePage, DWORD flags, LPCWCH source, int so
     if (flags != 0) {
         return Stop(ERROR_INVALID_FLAGS);
     }
-    std::size_t left = static_cast<std::size_t>(sourceLength);
+    auto left = static_cast<std::size_t>(sourceLength);
     if (sourceLength < 0) {
         left = std::char_traits<WCHAR>::length(source) + 1;
     }
