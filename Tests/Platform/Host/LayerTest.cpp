@@ -1,0 +1,142 @@
+// What the host layer has beyond the platform: the gate, the command line's way through the host's arguments,
+// drives, letter case.
+#include "Platform/Host/CommandLine.h"
+#include "Platform/Host/Control.h"
+#include "Platform/Host/Drives.h"
+#include "Platform/Host/Gate.h"
+#include "Platform/Host/ProcessStart.h"
+#include "Platform/Host/Utf.h"
+#include "Tests/Support/ScratchFolder.h"
+#include "Tests/Support/Target.h"
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <thread>
+
+namespace {
+
+using namespace Platform::Host;
+using Arguments = std::vector<std::u16string>;
+
+TEST(Gate, FailsTheCallThatItsRuleNames)
+{
+    const std::pair<GateRule, std::string> rows[] = {
+        {{}, "1111"},
+        {{.function = "SetCurrentDirectoryW", .ordinal = 2, .error = 5}, "1011"},
+        {{.function = "SetCurrentDirectoryW", .ordinal = 2, .error = 5, .lasting = true}, "1000"},
+        {{.ordinal = 1, .error = 5}, "0111"},
+        {{.function = "CloseHandle", .ordinal = 1, .error = 5, .lasting = true}, "1111"},
+    };
+    for (const auto& [rule, expected] : rows) {
+        GateWatch watch(rule);
+        std::string outcome;
+        for (int i = 0; i < 4; ++i) {
+            lastError = 77;
+            const bool entered = SetCurrentDirectoryW(u"Z:\\") != FALSE;
+            EXPECT_EQ(lastError, entered ? 77u : 5u);
+            outcome += entered ? '1' : '0';
+        }
+        EXPECT_EQ(outcome, expected);
+        EXPECT_EQ(watch.Failed(), expected != "1111");
+        EXPECT_EQ(watch.Count("SetCurrentDirectoryW"), 4u);
+    }
+    EXPECT_TRUE(SetCurrentDirectoryW(u"Z:\\"));
+}
+
+TEST(LastError, IsOfTheThread)
+{
+    SetLastError(5);
+    std::thread([] {
+        EXPECT_EQ(GetLastError(), 0u);
+        SetLastError(6);
+    }).join();
+    EXPECT_EQ(GetLastError(), 5u);
+}
+
+TEST(CommandLine, IsCutAsTheRuntimeDoesIt)
+{
+    const std::pair<std::u16string, Arguments> rows[] = {
+        {u"a b\tc", {u"a", u"b", u"c"}},
+        {u"\"C:\\a b\\c\"d  e ", {u"C:\\a b\\c", u"d", u"e"}},
+        {u"a \"b c\" d\"e f\"g", {u"a", u"b c", u"de fg"}},
+        {u"a \\\\b \\\"c \\\\\"d e\\\\\" \\\\\\\"f", {u"a", u"\\\\b", u"\"c", u"\\d e\\", u"\\\"f"}},
+        {u"a \"b\"\"c\" \"\" \"open d", {u"a", u"b\"c", u"", u"open d"}},
+        {u"  a", {u"", u"a"}},
+        {u"", {u""}},
+        {u"\"unclosed name", {u"unclosed name"}},
+    };
+    for (const auto& [line, arguments] : rows) {
+        EXPECT_EQ(SplitCommandLine(line), arguments) << ToHost(line);
+        if (!line.empty()) {
+            EXPECT_EQ(SplitCommandLine(JoinArguments(arguments)), arguments) << ToHost(line);
+        }
+    }
+}
+
+TEST(ProcessStart, TravelsOnlyWhereTheArgumentsDoNotSayIt)
+{
+    const auto variable = [](const std::u16string& line, UINT mode) {
+        return StartVariable({line, mode}, SplitCommandLine(line));
+    };
+    EXPECT_EQ(variable(u"a \"b c\" d", 0), "");
+    EXPECT_EQ(variable(u"a  b", 0), "PLATFORM_HOST_START=0;a  b");
+    EXPECT_EQ(variable(u"a", 0x8001), "PLATFORM_HOST_START=8001;a");
+    const std::u16string text = u"\u00fc\U0001F3AE\xD83C-\xDFAE";
+    EXPECT_EQ(FromHost(ToHost(text)), text);
+    EXPECT_EQ(FromHost("\xff\xc3"), u"\uFFFD\uFFFD");
+}
+
+TEST(Drives, LeadThereAndBack)
+{
+    const ScratchFolder scratch;
+    std::filesystem::create_directories(scratch.Path() / "in" / "a\\b");
+    std::ofstream(scratch.Path() / "in" / "File.TXT") << "x";
+    std::ofstream(scratch.Path() / "in" / "file.txt") << "y";
+    SetDrive('m', scratch.Path().native() + "/");
+    SetDrive('N', scratch.Path() / "in");
+    EXPECT_EQ(ToHost(ToDrivePath(scratch.Path().native())), "M:\\");
+    EXPECT_EQ(ToHost(ToDrivePath((scratch.Path() / "in2" / "x").native())), "M:\\in2\\x");
+    EXPECT_EQ(ToHost(ToDrivePath((scratch.Path() / "in" / "x").native())), "N:\\x");
+    struct Row {
+        std::u16string path;
+        DWORD error;
+        std::string native; // below the scratch folder
+    };
+    const Row rows[] = {
+        {u"N:\\File.TXT", ERROR_SUCCESS, "/in/File.TXT"}, // the exact name first
+        {u"n:/file.txt", ERROR_SUCCESS, "/in/file.txt"},
+        {u"M:\\IN\\..\\In\\FILE.TXT.", ERROR_SUCCESS, ""},
+        {u"M:\\IN\\new", ERROR_FILE_NOT_FOUND, "/in/new"},
+        {u"M:\\no\\new", ERROR_PATH_NOT_FOUND, ""},
+        {u"K:\\new", ERROR_PATH_NOT_FOUND, ""},
+        {u"\\\\server\\share", ERROR_PATH_NOT_FOUND, ""},
+        {u"M:\\in\\...\\x", ERROR_PATH_NOT_FOUND, ""},
+    };
+    for (const Row& row : rows) {
+        std::string native;
+        EXPECT_EQ(ResolvePath(row.path, native), row.error) << ToHost(row.path);
+        if (!row.native.empty()) {
+            EXPECT_EQ(native, scratch.Path().native() + row.native);
+        }
+    }
+    RemoveDrive('M');
+    RemoveDrive('n');
+    EXPECT_EQ(ToDrivePath(scratch.Path().native())[0], u'Z');
+}
+
+TEST(MessageBoxes, GoToTheHook)
+{
+    std::vector<MessageBoxCall> calls;
+    SetMessageBoxHook([&](const MessageBoxCall& call) {
+        calls.push_back(call);
+        return 7;
+    });
+    EXPECT_EQ(MessageBoxW(nullptr, u"text", nullptr, MB_ICONERROR), 7);
+    SetMessageBoxHook({});
+    ASSERT_EQ(calls.size(), 1u);
+    EXPECT_EQ(calls[0].text, u"text");
+    EXPECT_EQ(calls[0].caption, u"Error");
+}
+
+} // namespace

@@ -1,0 +1,201 @@
+// Current directory, module path and the shell's path functions, as the real platform has them.
+#include "Tests/Support/ScratchFolder.h"
+#include "Tests/Support/Target.h"
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+
+namespace {
+
+constexpr DWORD UNTOUCHED = 77;
+
+WideText Current()
+{
+    WideText folder(2000, 0);
+    folder.resize(GetCurrentDirectoryW(2000, folder.data()));
+    return folder;
+}
+
+// The last error behind a change of the current directory; UNTOUCHED when it went well.
+DWORD Enter(const WideText& folder)
+{
+    SetLastError(UNTOUCHED);
+    const BOOL entered = SetCurrentDirectoryW(folder.c_str());
+    EXPECT_EQ(entered != FALSE, GetLastError() == UNTOUCHED) << ToUtf8(folder);
+    return GetLastError();
+}
+
+TEST(Paths, RemoveFileSpecTakesTheLastPart)
+{
+    struct Row {
+        WideText path;
+        WideText rest;
+        BOOL removed;
+    };
+    const Row rows[] = {
+        {WIDE("C:\\a\\b.exe"), WIDE("C:\\a"), TRUE},
+        {WIDE("C:\\a\\"), WIDE("C:\\a"), TRUE},
+        {WIDE("C:\\a"), WIDE("C:\\"), TRUE},
+        {WIDE("C:\\"), WIDE("C:\\"), FALSE},
+        {WIDE("C:a"), WIDE("C:"), TRUE},
+        {WIDE("C:"), WIDE("C:"), FALSE},
+        {WIDE("C:\\a\\\\b"), WIDE("C:\\a\\"), TRUE},
+        {WIDE("C:/a\\b"), WIDE("C:/a"), TRUE},
+        {WIDE("a/b"), WIDE(""), TRUE},
+        {WIDE("\\a"), WIDE("\\"), TRUE},
+        {WIDE("\\"), WIDE("\\"), FALSE},
+        {WIDE("\\\\server\\share\\a"), WIDE("\\\\server\\share"), TRUE},
+        {WIDE("\\\\server"), WIDE("\\\\"), TRUE},
+        {WIDE("\\\\"), WIDE("\\\\"), FALSE},
+        {WIDE("\\\\?\\C:\\a"), WIDE("\\\\?\\C:\\"), TRUE},
+        {WIDE("::a"), WIDE(":"), TRUE},
+        {WIDE(""), WIDE(""), FALSE},
+    };
+    for (const Row& row : rows) {
+        WideText path = row.path;
+        SetLastError(UNTOUCHED);
+        EXPECT_EQ(PathRemoveFileSpecW(path.data()), row.removed) << ToUtf8(row.path);
+        EXPECT_EQ(ToUtf8(path.c_str()), ToUtf8(row.rest)) << ToUtf8(row.path);
+        EXPECT_EQ(GetLastError(), UNTOUCHED);
+    }
+    EXPECT_FALSE(PathRemoveFileSpecW(nullptr));
+}
+
+TEST(Paths, AppendJoinsAndResolvesDots)
+{
+    struct Row {
+        WideText path;
+        WideText more;
+        WideText result;
+    };
+    const Row rows[] = {
+        {WIDE("C:\\a"), WIDE("b\\c.exe"), WIDE("C:\\a\\b\\c.exe")},
+        {WIDE("C:\\a\\"), WIDE("b"), WIDE("C:\\a\\b")},
+        {WIDE("C:\\"), WIDE("b"), WIDE("C:\\b")},
+        {WIDE("C:"), WIDE("b"), WIDE("C:\\b")},
+        {WIDE("C:\\a"), WIDE("\\b"), WIDE("C:\\a\\b")},
+        {WIDE("C:\\a"), WIDE("\\\\b"), WIDE("\\\\b")},
+        {WIDE("C:\\a"), WIDE("D:\\b"), WIDE("D:\\b")},
+        {WIDE("C:\\a"), WIDE("..\\..\\b"), WIDE("C:\\b")},
+        {WIDE("C:\\a\\.\\c"), WIDE("b\\\\d"), WIDE("C:\\a\\c\\b\\\\d")},
+        {WIDE("C:\\a"), WIDE(".."), WIDE("C:\\")},
+        {WIDE("C:\\a/x"), WIDE("b/"), WIDE("C:\\a/x\\b/")},
+        {WIDE("\\\\s\\h"), WIDE("b"), WIDE("\\\\s\\h\\b")},
+        {WIDE("C:\\a"), WIDE(""), WIDE("C:\\a")},
+        {WIDE(""), WIDE("b"), WIDE("b")},
+        {WIDE(""), WIDE(""), WIDE("\\")},
+        {WIDE("C:\\a "), WIDE(" b"), WIDE("C:\\a \\ b")},
+    };
+    for (const Row& row : rows) {
+        WideText path = row.path;
+        path.resize(MAX_PATH);
+        SetLastError(UNTOUCHED);
+        EXPECT_TRUE(PathAppendW(path.data(), row.more.c_str()));
+        EXPECT_EQ(ToUtf8(path.c_str()), ToUtf8(row.result)) << ToUtf8(row.path) << " + " << ToUtf8(row.more);
+        EXPECT_EQ(GetLastError(), UNTOUCHED);
+    }
+}
+
+TEST(Paths, AppendFailsBeyondTheLongestPath)
+{
+    for (const auto& [more, length] : {std::pair(WIDE("b"), 257), std::pair(WIDE("..\\b"), 254)}) {
+        for (int beyond = 0; beyond < 2; ++beyond) {
+            WideText path =
+                WideText(WIDE("C:\\")) + WideText(static_cast<std::size_t>(length + beyond - 3), 'a');
+            path.resize(2000);
+            EXPECT_EQ(PathAppendW(path.data(), more) != FALSE, beyond == 0);
+            EXPECT_EQ(path[0] == 0, beyond == 1);
+        }
+    }
+    WideText path(WIDE("C:\\a"));
+    EXPECT_FALSE(PathAppendW(path.data(), nullptr));
+    EXPECT_FALSE(PathAppendW(nullptr, WIDE("a")));
+    EXPECT_EQ(ToUtf8(path), "C:\\a");
+}
+
+TEST(Paths, TheCurrentDirectoryIsCompletedAndTestedAsItIsSet)
+{
+    const ScratchFolder scratch;
+    const WideText root = ToPlatform(scratch.Path());
+    std::filesystem::create_directories(scratch.Path() / WIDE("Inner Folder") / WIDE("\u00dcber"));
+    std::ofstream(scratch.Path() / "file") << "x";
+    ASSERT_EQ(Enter(root), UNTOUCHED);
+    struct Row {
+        WideText folder;
+        DWORD error;
+        WideText below; // the current directory afterwards, relative to the scratch folder
+    };
+    const Row rows[] = {
+        {WIDE("Inner Folder"), UNTOUCHED, WIDE("\\Inner Folder")},
+        {WIDE("\u00dcber\\"), UNTOUCHED, WIDE("\\Inner Folder\\\u00dcber")},
+        {WIDE("..\\..\\INNER folder/.\\\u00fcBER"), UNTOUCHED, WIDE("\\INNER folder\\\u00fcBER")},
+        {root, UNTOUCHED, WIDE("")},
+        {WIDE("Inner Folder. ."), UNTOUCHED, WIDE("\\Inner Folder")},
+        {root + WIDE("\\\\Inner Folder.\\\\\u00dcber"), UNTOUCHED, WIDE("\\Inner Folder\\\u00dcber")},
+        {WIDE("missing"), ERROR_FILE_NOT_FOUND, WIDE("\\Inner Folder\\\u00dcber")},
+        {WIDE("missing\\folder"), ERROR_PATH_NOT_FOUND, WIDE("\\Inner Folder\\\u00dcber")},
+        {root + WIDE("\\file"), ERROR_DIRECTORY, WIDE("\\Inner Folder\\\u00dcber")},
+        {root + WIDE("\\file\\x"), ERROR_PATH_NOT_FOUND, WIDE("\\Inner Folder\\\u00dcber")},
+        {WIDE("Q:\\"), ERROR_PATH_NOT_FOUND, WIDE("\\Inner Folder\\\u00dcber")},
+        {WIDE("a*b"), ERROR_INVALID_NAME, WIDE("\\Inner Folder\\\u00dcber")},
+        {WIDE(""), ERROR_INVALID_NAME, WIDE("\\Inner Folder\\\u00dcber")},
+        {WideText(WIDE("\\\\?\\")) + root, UNTOUCHED, WIDE("")},
+    };
+    for (const Row& row : rows) {
+        EXPECT_EQ(Enter(row.folder), row.error) << ToUtf8(row.folder);
+        EXPECT_EQ(ToUtf8(Current()), ToUtf8(root + row.below)) << ToUtf8(row.folder);
+    }
+    const auto length = static_cast<DWORD>(root.size());
+    WideText buffer(length + 2, '#');
+    SetLastError(UNTOUCHED);
+    EXPECT_EQ(GetCurrentDirectoryW(length, buffer.data()), length + 1);
+    EXPECT_EQ(GetCurrentDirectoryW(0, nullptr), length + 1);
+    EXPECT_EQ(buffer[0], '#');
+    EXPECT_EQ(GetCurrentDirectoryW(length + 1, buffer.data()), length);
+    EXPECT_EQ(buffer[length], 0);
+    EXPECT_EQ(GetLastError(), UNTOUCHED);
+    EXPECT_EQ(SetCurrentDirectoryW(nullptr), FALSE);
+    EXPECT_EQ(GetLastError(), ERROR_INVALID_NAME);
+}
+
+TEST(Paths, ADriveRootKeepsItsBackslash)
+{
+    const ScratchDrive drive;
+    std::filesystem::create_directory(drive.Root() / "folder");
+    ASSERT_EQ(Enter(WIDE("X:\\folder")), UNTOUCHED);
+    for (const WideText& path : {WideText(WIDE("..")), WideText(WIDE("\\")), WideText(WIDE("X:\\..\\..")),
+                                 WideText(WIDE("X:")), WideText(WIDE("folder\\.."))}) {
+        EXPECT_EQ(Enter(path), UNTOUCHED);
+        EXPECT_EQ(ToUtf8(Current()), "X:\\") << ToUtf8(path);
+    }
+    ASSERT_EQ(Enter(ToPlatform(std::filesystem::temp_directory_path())), UNTOUCHED);
+}
+
+TEST(Paths, TheModulePathIsCutToItsBuffer)
+{
+    WideText path(2000, '#');
+    const DWORD length = GetModuleFileNameW(nullptr, path.data(), 2000);
+    ASSERT_GT(length, 4u);
+    EXPECT_TRUE(
+        std::filesystem::equivalent(ToNative(path.substr(0, length)), BuiltProgram("PlatformTests.exe")));
+    struct Row {
+        DWORD size;
+        DWORD result;
+        DWORD error;
+    };
+    for (const Row& row :
+         {Row{length + 1, length, ERROR_SUCCESS}, Row{length, length, ERROR_INSUFFICIENT_BUFFER},
+          Row{1, 1, ERROR_INSUFFICIENT_BUFFER}, Row{0, 0, ERROR_INSUFFICIENT_BUFFER}}) {
+        WideText cut(2000, '#');
+        SetLastError(UNTOUCHED);
+        EXPECT_EQ(GetModuleFileNameW(nullptr, cut.data(), row.size), row.result) << row.size;
+        EXPECT_EQ(GetLastError(), row.error) << row.size;
+        EXPECT_EQ(cut[row.size], '#');
+    }
+    SetLastError(UNTOUCHED);
+    EXPECT_EQ(GetModuleFileNameW(reinterpret_cast<HMODULE>(&path), path.data(), 2000), 0u);
+    EXPECT_EQ(GetLastError(), ERROR_MOD_NOT_FOUND);
+}
+
+} // namespace

@@ -1,0 +1,54 @@
+#include "Tests/Support/StandInReport.h"
+
+#include "Platform/Win32.h"
+
+#include <chrono>
+#include <fstream>
+
+namespace {
+
+StandInReport ReadReport(const std::filesystem::path& file)
+{
+    StandInReport report{file, {}, {}};
+    std::ifstream lines(file, std::ios::binary);
+    for (std::string line; std::getline(lines, line);) {
+        const std::size_t colon = line.find(": ");
+        const std::string name = line.substr(0, colon);
+        const std::string value = line.substr(colon + 2);
+        if (name == "environment") {
+            report.environment.insert(value);
+        } else {
+            report.values[name] = value;
+        }
+    }
+    return report;
+}
+
+std::vector<std::filesystem::path> FindReports(const std::filesystem::path& program)
+{
+    std::vector<std::filesystem::path> reports;
+    for (const auto& entry : std::filesystem::directory_iterator(program.parent_path())) {
+        if (entry.path().extension() == ".report" && entry.path().stem().stem() == program.filename()) {
+            reports.push_back(entry.path());
+        }
+    }
+    return reports;
+}
+
+} // namespace
+
+std::vector<StandInReport> AwaitReports(const std::filesystem::path& program, std::size_t count)
+{
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+    std::vector<std::filesystem::path> files = FindReports(program);
+    while (files.size() < count && std::chrono::steady_clock::now() < end) {
+        Sleep(5);
+        files = FindReports(program);
+    }
+    std::vector<StandInReport> reports;
+    for (const std::filesystem::path& file : files) {
+        reports.push_back(ReadReport(file));
+        std::filesystem::remove(file);
+    }
+    return reports;
+}

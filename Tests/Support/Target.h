@@ -1,0 +1,31 @@
+// What tests need of the system beside the platform's functions; one implementation a target.
+#pragma once
+
+#include "Tests/Support/ScratchFolder.h"
+#include "Tests/Support/WideText.h"
+
+#include <filesystem>
+
+// Between paths as the platform's functions take them and paths as the standard library does. A path that
+// leads nowhere is native in the letter case given.
+std::filesystem::path ToNative(WideTextView path);
+WideText ToPlatform(const std::filesystem::path& path);
+
+// A drive whose root is an empty folder, for this process and those it starts, as long as the object lives.
+class ScratchDrive {
+public:
+    static constexpr char LETTER = 'X';
+
+    ScratchDrive();
+    ~ScratchDrive();
+    ScratchDrive(const ScratchDrive&) = delete;
+    ScratchDrive& operator=(const ScratchDrive&) = delete;
+
+    [[nodiscard]] std::filesystem::path Root() const; // native
+
+private:
+    ScratchFolder folder_;
+};
+
+// Handles that this process got from the one that started it, standard input, output and error apart.
+int CountInheritedHandles();
