@@ -1,0 +1,35 @@
+// On the host a box is text on standard error: its caption is the first line, all others are its text.
+#include "Tests/Launcher/MessageBoxWatcher.h"
+
+#include "Platform/Host/Control.h"
+#include "Platform/Host/Utf.h"
+
+#include <fstream>
+#include <iterator>
+#include <string>
+
+MessageBoxWatcher::MessageBoxWatcher(const std::filesystem::path& scratch)
+    : output_(scratch / "standard-error")
+{
+    std::filesystem::remove(output_);
+    Platform::Host::SetChildErrorFile(output_.native());
+}
+
+MessageBoxWatcher::~MessageBoxWatcher()
+{
+    Platform::Host::SetChildErrorFile({});
+}
+
+void MessageBoxWatcher::Poll(DWORD) {}
+
+std::vector<SeenMessageBox> MessageBoxWatcher::Boxes() const
+{
+    std::ifstream file(output_, std::ios::binary);
+    const std::string output{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+    if (output.empty()) {
+        return {};
+    }
+    const std::size_t end = output.find('\n');
+    const std::string text = output.substr(end + 1, output.size() - end - 2);
+    return {{Platform::Host::FromHost(output.substr(0, end)), Platform::Host::FromHost(text)}};
+}

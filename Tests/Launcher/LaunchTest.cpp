@@ -1,0 +1,179 @@
+// Whole launches: the real launcher as a process, a stand-in for the game, judged from outside.
+#include "Tests/Launcher/Launch.h"
+#include "Tests/Support/Target.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <fstream>
+#include <list>
+
+namespace {
+
+constexpr const char* NO_BOX = "";
+
+std::string BoxText(const LaunchResult& result)
+{
+    std::string texts;
+    for (const SeenMessageBox& box : result.boxes) {
+        EXPECT_EQ(ToUtf8(box.caption), "The Brenvault Launcher");
+        texts += ToUtf8(box.text);
+    }
+    return texts;
+}
+
+std::string FailureText(const std::string& digits)
+{
+    return "Failed to start Brenvault  game executable (error code " + digits +
+           ")!\n\nRe-installing the game may fix this problem.";
+}
+
+// Launches and expects that the game was started, once and without a word.
+StandInReport LaunchGame(const InstallFolder& install, const LaunchOptions& options = {})
+{
+    const LaunchResult result = Launch(install, options);
+    EXPECT_EQ(result.exitCode, 0u);
+    EXPECT_EQ(BoxText(result), NO_BOX);
+    std::vector<StandInReport> reports = AwaitReports(install.Game(), 1);
+    EXPECT_EQ(reports.size(), 1u);
+    return reports.empty() ? StandInReport{} : reports[0];
+}
+
+void ExpectFailure(const InstallFolder& install, const std::string& digits)
+{
+    const LaunchResult result = Launch(install);
+    EXPECT_EQ(result.exitCode, 1u);
+    EXPECT_EQ(BoxText(result), FailureText(digits));
+}
+
+// An environment block from a literal whose entries each end in a NUL.
+template <std::size_t Size>
+WideText EnvironmentBlock(const WCHAR (&entries)[Size])
+{
+    return WideText(entries, Size - 1);
+}
+
+WideText LongLine(std::size_t length)
+{
+    WideText line(length, WIDE("x")[0]);
+    for (std::size_t i = 8; i < length; i += 50) {
+        line[i] = WIDE(" ")[0];
+    }
+    return line;
+}
+
+TEST(Launch, HandsItsCommandLineToTheGameUnchanged)
+{
+    const InstallFolder install;
+    const WideText lines[] = {
+        WIDE("Launcher.exe"),
+        WIDE("\"C:\\Some where\\Launcher.exe\" -window  \"two words\"\t-x"),
+        WIDE("Launcher.exe trailing blanks   "),
+        WIDE("Launcher.exe open \"quote and \\\"escaped\\\\\" \"\" \"\"\" end\\\\"),
+        WIDE("   leading blanks"),
+        WIDE("Launcher.exe Gr\u00fc\u00dfe \u65e5\u672c \U0001F3AE"),
+        WideText(WIDE("Launcher.exe unpaired ")) + WCHAR(0xD83C) + WIDE(" ") + WCHAR(0xDFAE),
+        WIDE("Launcher.exe line\nbreak %s %n $HOME `id` 'single' *.* <|>&;"),
+        LongLine(8192),
+        LongLine(32766),
+    };
+    for (const WideText& line : lines) {
+        const StandInReport report = LaunchGame(install, {.commandLine = line});
+        EXPECT_EQ(report.values.at("command line units"), ToUnits(line)) << ToUtf8(line.substr(0, 100));
+    }
+}
+
+TEST(Launch, StartsTheGameInTheInstallFolderWhateverItsNameAndTheCurrentDirectory)
+{
+    for (const WideText& name :
+         {WideText(WIDE("Brenvault")), WideText(WIDE("Two  Words")), WideText(WIDE("a.b;c,d 'e' [f] %TEMP%")),
+          WideText(WIDE("Gr\u00fc\u00dfe \u65e5\u672c"))}) {
+        const InstallFolder install{std::filesystem::path(name)};
+        const WideText elsewhere = ToPlatform(std::filesystem::temp_directory_path());
+        const StandInReport report = LaunchGame(install, {.folder = elsewhere});
+        EXPECT_EQ(report.values.at("folder"), ToUtf8(ToPlatform(install.Path())));
+        EXPECT_EQ(report.values.at("program"), ToUtf8(ToPlatform(install.Game())));
+        EXPECT_EQ(report.values.at("command line"),
+                  ToUtf8(WIDE("\"") + ToPlatform(install.Launcher()) + WIDE("\"")));
+    }
+}
+
+TEST(Launch, WorksFromADriveRoot)
+{
+    const ScratchDrive drive;
+    const InstallFolder install(drive.Root());
+    const StandInReport report = LaunchGame(install, {.launcher = WIDE("X:\\Launcher.exe")});
+    EXPECT_EQ(report.values.at("folder"), "X:\\");
+    EXPECT_EQ(report.values.at("program"), "X:\\Data\\Base\\_Dbg\\Bin\\Release\\BrenvaultR.exe");
+}
+
+TEST(Launch, SaysThatTheGameIsMissingOrNoProgram)
+{
+    const InstallFolder install;
+    std::filesystem::remove(install.Game());
+    ExpectFailure(install, "620002");
+    std::ofstream(install.Game()) << "This is no program.\n";
+    ExpectFailure(install, "6200c1");
+    std::filesystem::remove_all(install.Path() / "Data" / "Base");
+    ExpectFailure(install, "620003");
+}
+
+TEST(Launch, DoesNotWaitForTheGame)
+{
+    const InstallFolder install;
+    // Finish() fails when the launcher runs for 15 seconds, and the game stays for 30 unless its report is
+    // taken.
+    LaunchGame(install,
+               {.environment = EnvironmentBlock(WIDE("STAND_IN_STAYS=1\0SystemRoot=C:\\windows\0"))});
+}
+
+TEST(Launch, HandsOnItsEnvironmentAndErrorModeButNoHandles)
+{
+    const InstallFolder install;
+    const std::string file = (install.Scratch() / "inherited").string();
+    std::FILE* inherited = std::fopen(file.c_str(), "wb");
+    const WideText environment =
+        EnvironmentBlock(WIDE("BRENVAULT_A=1\0BRENVAULT_B=two words \u00fc\0SystemRoot=C:\\windows\0"));
+    const LaunchOptions options{.environment = environment, .inheritHandles = true};
+    const StandInReport game = LaunchGame(install, options);
+    EXPECT_EQ(game.environment.count("BRENVAULT_A=1"), 1u);
+    EXPECT_EQ(game.environment.count("BRENVAULT_B=two words \u00fc"), 1u);
+    EXPECT_EQ(game.values.at("error mode"), "0");
+    EXPECT_EQ(game.values.at("inherited handles"), "0");
+
+    // The same program started with the handle sees it: the count above can fail.
+    LaunchOptions direct = options;
+    direct.launcher = ToPlatform(install.Game());
+    EXPECT_EQ(Launch(install, direct).exitCode, static_cast<DWORD>(STAND_IN_EXIT_CODE));
+    const std::vector<StandInReport> reports = AwaitReports(install.Game(), 1);
+    ASSERT_EQ(reports.size(), 1u);
+    EXPECT_NE(reports[0].values.at("inherited handles"), "0");
+    std::fclose(inherited);
+}
+
+TEST(Launch, ManyAtATimeStartOneGameEach)
+{
+    constexpr std::size_t COUNT = 20;
+    const InstallFolder install;
+    std::list<RunningLaunch> launches;
+    std::vector<std::string> expected;
+    for (std::size_t i = 0; i < COUNT; ++i) {
+        const WideText line = WideText(WIDE("Launcher.exe ")) + static_cast<WCHAR>('a' + i);
+        expected.push_back(ToUtf8(line));
+        launches.emplace_back(install, LaunchOptions{.commandLine = line});
+    }
+    for (RunningLaunch& launch : launches) {
+        const LaunchResult result = launch.Finish();
+        EXPECT_EQ(result.exitCode, 0u);
+        EXPECT_EQ(BoxText(result), NO_BOX);
+    }
+    std::vector<std::string> seen;
+    for (const StandInReport& report : AwaitReports(install.Game(), COUNT)) {
+        seen.push_back(report.values.at("command line"));
+    }
+    std::sort(seen.begin(), seen.end());
+    EXPECT_EQ(seen, expected);
+}
+
+} // namespace
