@@ -1,0 +1,61 @@
+# Sourced by the scripts: where things are, how to speak, how to run a long step.
+# shellcheck shell=bash
+set -euo pipefail
+
+ROOT=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
+CACHE=${BRENVAULT_CACHE:-${XDG_CACHE_HOME:-$HOME/.cache}/brenvault}
+cd "$ROOT"
+
+if [ -t 1 ]; then
+    BOLD=$'\e[1m' RED=$'\e[31m' GREEN=$'\e[32m' YELLOW=$'\e[33m' PLAIN=$'\e[0m'
+else
+    BOLD='' RED='' GREEN='' YELLOW='' PLAIN=''
+fi
+
+say() { printf '%s%s%s\n' "$BOLD" "$*" "$PLAIN"; }
+good() { printf '%s%s%s\n' "$GREEN" "$*" "$PLAIN"; }
+warn() { printf '%s%s%s\n' "$YELLOW" "$*" "$PLAIN" >&2; }
+fail() {
+    printf '%s%s%s\n' "$RED" "$*" "$PLAIN" >&2
+    exit 1
+}
+
+# step LABEL COMMAND...: runs a command that may take long. Its output goes to a log, shown where it fails;
+# meanwhile a terminal shows the seconds and the log's last line, anything else a line every 20 seconds.
+step() {
+    local label=$1 log start=$SECONDS shown=0 pid status=0 elapsed
+    shift
+    mkdir -p "$CACHE/logs"
+    log=$(mktemp "$CACHE/logs/step.XXXXXX")
+    "$@" >"$log" 2>&1 </dev/null &
+    pid=$!
+    while kill -0 "$pid" 2>/dev/null; do
+        elapsed=$((SECONDS - start))
+        if [ -t 1 ]; then
+            printf '\r\e[K%s ... %s s  %.60s' "$label" "$elapsed" "$(tail -n 1 "$log" | tr -d '\r')"
+        elif [ $((elapsed - shown)) -ge 20 ]; then
+            shown=$elapsed
+            printf '%s ... %s s\n' "$label" "$elapsed"
+        fi
+        sleep 0.1
+    done
+    wait "$pid" || status=$?
+    [ -t 1 ] && printf '\r\e[K'
+    if [ "$status" -ne 0 ]; then
+        tail -n 60 "$log" >&2
+        printf '%s%s failed (status %s); the whole log: %s%s\n' "$RED" "$label" "$status" "$log" "$PLAIN" >&2
+        return "$status"
+    fi
+    printf '%s: done in %s s\n' "$label" "$((SECONDS - start))"
+    rm -f "$log"
+}
+
+# build PRESET TARGET...: configures where that is due, and builds; all where no target is named.
+build() {
+    local preset=$1 targets=()
+    shift
+    [ $# -eq 0 ] || targets=(--target "$@")
+    # A configured folder reconfigures itself through the build.
+    [ -f "build/$preset/build.ninja" ] || step "Configuring $preset" cmake --preset "$preset" || return
+    step "Building $preset" cmake --build --preset "$preset" "${targets[@]}"
+}

@@ -1,0 +1,93 @@
+# Sourced by the scripts: gets what a bare Debian 12 lacks. Nothing is done where all is there.
+# shellcheck shell=bash
+
+HOST_PACKAGES=(cmake ninja-build g++ googletest)
+CHECK_PACKAGES=(clang-14 clang-format-14 clang-tidy-14 shellcheck python3 git)
+WINDOWS_PACKAGES=(g++-mingw-w64-i686-win32)
+WINE_PACKAGES=(debootstrap bubblewrap)
+FUZZ_PACKAGES=(clang-14 libclang-rt-14-dev)
+
+WINE_ROOT=$CACHE/wine-root
+
+missing_packages() {
+    local package
+    for package in "$@"; do
+        dpkg-query -W -f '${db:Status-Status}\n' "$package" 2>/dev/null | grep -qx installed || echo "$package"
+    done
+}
+
+# as_root COMMAND...: fails at once where that takes a password.
+as_root() {
+    if [ "$(id -u)" -eq 0 ]; then
+        "$@"
+    else
+        sudo -n "$@"
+    fi
+}
+
+install_packages() {
+    as_root apt-get update && as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y --no-install-recommends "$@"
+}
+
+# need_packages PACKAGE...: installs those that are missing; one line says what to do where it cannot.
+need_packages() {
+    local missing
+    if ! command -v dpkg-query >/dev/null; then
+        warn "Missing: a Debian 12 system with the packages $*."
+        return 1
+    fi
+    mapfile -t missing < <(missing_packages "$@")
+    [ ${#missing[@]} -eq 0 ] && return
+    step "Installing ${missing[*]}" install_packages "${missing[@]}" || {
+        warn "Missing: ${missing[*]}. Get them with: sudo apt-get install ${missing[*]}"
+        return 1
+    }
+}
+
+setup_host() { need_packages "${HOST_PACKAGES[@]}"; }
+setup_check() { need_packages "${HOST_PACKAGES[@]}" "${CHECK_PACKAGES[@]}"; }
+setup_fuzz() { need_packages "${HOST_PACKAGES[@]}" "${FUZZ_PACKAGES[@]}"; }
+
+# A Wine of the machine's own, with its 32-bit side and a virtual screen.
+has_own_wine() {
+    command -v wine >/dev/null && command -v xvfb-run >/dev/null &&
+        compgen -G '/usr/lib/*/wine/i386-windows/kernel32.dll' >/dev/null
+}
+
+# The link is absolute inside the root: it is looked at, not followed.
+has_wine_root() { [ -L "$WINE_ROOT/usr/bin/wine" ]; }
+
+# The first archive that the machine's own package sources name.
+debian_mirror() {
+    {
+        sed -n 's/^URIs:[[:space:]]*\([^[:space:]]*\).*/\1/p' /etc/apt/sources.list.d/*.sources
+        sed -n 's/^deb[[:space:]]\(\[[^]]*\][[:space:]]\)\?\([^[:space:]]*\).*/\2/p' /etc/apt/sources.list \
+            /etc/apt/sources.list.d/*.list
+    } 2>/dev/null | grep '/debian/*$' | head -n 1
+}
+
+# Made beside its place and moved there when it is whole.
+make_wine_root() {
+    local unfinished=$WINE_ROOT.unfinished
+    as_root rm -rf "$unfinished" || return
+    as_root debootstrap --variant=minbase --arch=i386 --include=wine,wine32,xvfb,xauth bookworm \
+        "$unfinished" "$(debian_mirror)" || return
+    as_root rm -rf "$unfinished/var/cache/apt" "$unfinished/var/lib/apt/lists" || return
+    as_root mv "$unfinished" "$WINE_ROOT"
+}
+
+# The cross compiler and a 32-bit Wine: the machine's own, or one in a root folder in the cache.
+setup_windows() {
+    need_packages "${HOST_PACKAGES[@]}" "${WINDOWS_PACKAGES[@]}" || return
+    has_own_wine && return
+    need_packages "${WINE_PACKAGES[@]}" || return
+    mkdir -p "$CACHE"
+    (
+        flock 9
+        has_wine_root || step 'Setting up 32-bit Wine (once, about 1.3 GB)' make_wine_root
+    ) 9>"$CACHE/wine-root.lock" || {
+        warn 'Missing: 32-bit Wine. Get it with: sudo dpkg --add-architecture i386 && sudo apt-get update &&' \
+            'sudo apt-get install wine wine32:i386 xvfb'
+        return 1
+    }
+}
