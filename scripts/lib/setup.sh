@@ -57,7 +57,7 @@ has_own_wine() {
 # The link is absolute inside the root: it is looked at, not followed.
 has_wine_root() { [ -L "$WINE_ROOT/usr/bin/wine" ]; }
 
-# The first archive that the machine's own package sources name.
+# The first archive that the machine's own package sources name; empty where they name none.
 debian_mirror() {
     {
         sed -n 's/^URIs:[[:space:]]*\([^[:space:]]*\).*/\1/p' /etc/apt/sources.list.d/*.sources
@@ -68,10 +68,11 @@ debian_mirror() {
 
 # Made beside its place and moved there when it is whole.
 make_wine_root() {
-    local unfinished=$WINE_ROOT.unfinished
+    local unfinished=$WINE_ROOT.unfinished mirror
+    mirror=$(debian_mirror) || true
     as_root rm -rf "$unfinished" || return
     as_root debootstrap --variant=minbase --arch=i386 --include=wine,wine32,xvfb,xauth bookworm \
-        "$unfinished" "$(debian_mirror)" || return
+        "$unfinished" ${mirror:+"$mirror"} || return
     as_root rm -rf "$unfinished/var/cache/apt" "$unfinished/var/lib/apt/lists" || return
     as_root mv "$unfinished" "$WINE_ROOT"
 }
