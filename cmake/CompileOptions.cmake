@@ -3,7 +3,7 @@ add_library(CompileOptions INTERFACE)
 target_include_directories(CompileOptions INTERFACE ${PROJECT_SOURCE_DIR})
 target_compile_options(CompileOptions INTERFACE
     -Wall -Wextra -Wpedantic -Werror
-    -Wconversion -Wsign-conversion -Wshadow -Wold-style-cast -Wcast-align -Wnull-dereference
+    -Wconversion -Wsign-conversion -Wshadow -Wold-style-cast -Wcast-align
     -Wnon-virtual-dtor -Woverloaded-virtual -Wformat=2 -Wundef -Wimplicit-fallthrough
     -Wno-missing-field-initializers # designated initializers leave members out on purpose
     $<$<CXX_COMPILER_ID:GNU>:-Wduplicated-cond -Wlogical-op -Wuseless-cast>)

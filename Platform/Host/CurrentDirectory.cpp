@@ -5,10 +5,10 @@
 #include "Platform/Host/Gate.h"
 
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
-#include <filesystem>
+#include <memory>
 #include <mutex>
-#include <system_error>
 #include <unistd.h>
 
 namespace Platform::Host {
@@ -25,9 +25,8 @@ struct CurrentDirectoryState {
 
 std::u16string FindAtStart()
 {
-    std::error_code error;
-    const std::filesystem::path folder = std::filesystem::current_path(error);
-    return ToDrivePath(error ? "/" : folder.native());
+    const std::unique_ptr<char, decltype(&std::free)> folder(getcwd(nullptr, 0), &std::free);
+    return ToDrivePath(folder != nullptr ? folder.get() : "/");
 }
 
 CurrentDirectoryState& State()

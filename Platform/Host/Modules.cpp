@@ -5,9 +5,9 @@
 #include "Platform/Host/Gate.h"
 
 #include <algorithm>
+#include <climits>
 #include <cstring>
-#include <filesystem>
-#include <system_error>
+#include <unistd.h>
 
 namespace Platform::Host {
 
@@ -24,9 +24,9 @@ std::u16string ProgramPath()
     if (ModulePathOverride().has_value()) {
         return *ModulePathOverride();
     }
-    std::error_code error;
-    const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe", error);
-    return error ? std::u16string() : ToDrivePath(program.native());
+    char program[PATH_MAX];
+    const ssize_t length = readlink("/proc/self/exe", program, sizeof(program));
+    return length > 0 ? ToDrivePath({program, static_cast<std::size_t>(length)}) : std::u16string();
 }
 
 } // namespace

@@ -5,8 +5,7 @@
 
 #include <charconv>
 #include <cstdlib>
-#include <fstream>
-#include <iterator>
+#include <span>
 #include <string_view>
 
 namespace Platform::Host {
@@ -15,15 +14,19 @@ namespace {
 
 constexpr const char* START_VARIABLE = "PLATFORM_HOST_START";
 
+constinit std::span<char*> hostArguments;
+
+// The C library hands to every initialiser what it hands to main; this one comes before those of C++.
+[[gnu::constructor(101)]] void KeepHostArguments(int count, char** arguments)
+{
+    hostArguments = {arguments, static_cast<std::size_t>(count)};
+}
+
 std::vector<std::u16string> OwnArguments()
 {
-    std::ifstream file("/proc/self/cmdline", std::ios::binary);
-    const std::string text{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
     std::vector<std::u16string> arguments;
-    for (std::size_t start = 0; start < text.size();) {
-        const std::size_t end = text.find('\0', start);
-        arguments.push_back(FromHost(std::string_view(text).substr(start, end - start)));
-        start = end == std::string::npos ? text.size() : end + 1;
+    for (const char* argument : hostArguments) {
+        arguments.push_back(FromHost(argument));
     }
     return arguments;
 }
