@@ -212,7 +212,8 @@ std::u16string FromHost(std::string_view text)
     while (!text.empty()) {
         Decoded next = DecodeUtf8(text.data(), text.size());
         if (IsEncodedSurrogate(text)) {
-            next = {0xD000u | (text[1] & 0x3Fu) << 6 | (text[2] & 0x3Fu), 3};
+            const auto bits = [text](std::size_t i) { return static_cast<unsigned char>(text[i]) & 0x3Fu; };
+            next = {0xD000u | bits(1) << 6 | bits(2), 3};
         }
         const Utf16Units encoded = EncodeUtf16(next.codePoint);
         result.append(encoded.units, encoded.count);

@@ -135,8 +135,12 @@ TEST(Launch, HandsOnItsEnvironmentAndErrorModeButNoHandles)
     std::FILE* inherited = std::fopen(file.c_str(), "wb");
     const WideText environment =
         EnvironmentBlock(WIDE("BRENVAULT_A=1\0BRENVAULT_B=two words \u00fc\0SystemRoot=C:\\windows\0"));
-    const LaunchOptions options{.environment = environment, .inheritHandles = true};
+    const LaunchOptions options{
+        .commandLine = WIDE("Launcher.exe  odd \" "), .environment = environment, .inheritHandles = true};
     const StandInReport game = LaunchGame(install, options);
+    // Nothing of how the host layer hands on a command line shows; Wine adds entries of its own.
+    EXPECT_TRUE(std::none_of(game.environment.begin(), game.environment.end(),
+                             [](const std::string& entry) { return entry.starts_with("PLATFORM_HOST"); }));
     EXPECT_EQ(game.environment.count("BRENVAULT_A=1"), 1u);
     EXPECT_EQ(game.environment.count("BRENVAULT_B=two words \u00fc"), 1u);
     EXPECT_EQ(game.values.at("error mode"), "0");

@@ -87,6 +87,19 @@ TEST(ProcessStart, TravelsOnlyWhereTheArgumentsDoNotSayIt)
     EXPECT_EQ(FromHost("\xff\xc3"), u"\uFFFD\uFFFD");
 }
 
+TEST(ProcessStart, TheLongestCommandLineIsThePlatforms)
+{
+    for (const auto& [length, error] :
+         {std::pair(32766, ERROR_FILE_NOT_FOUND), std::pair(32767, ERROR_FILENAME_EXCED_RANGE)}) {
+        std::u16string line(static_cast<std::size_t>(length), u'x');
+        STARTUPINFOW startup = {};
+        PROCESS_INFORMATION process = {};
+        EXPECT_FALSE(CreateProcessW(u"Z:\\no such program", line.data(), nullptr, nullptr, FALSE, 0, nullptr,
+                                    nullptr, &startup, &process));
+        EXPECT_EQ(GetLastError(), error);
+    }
+}
+
 TEST(Drives, LeadThereAndBack)
 {
     const ScratchFolder scratch;
