@@ -50,12 +50,11 @@ step() {
     rm -f "$log"
 }
 
-# build PRESET TARGET...: configures where that is due, and builds; all where no target is named.
+# build PRESET TARGET...: configures where that is due, and builds.
 build() {
-    local preset=$1 targets=()
+    local preset=$1
     shift
-    [ $# -eq 0 ] || targets=(--target "$@")
     # A configured folder reconfigures itself through the build.
     [ -f "build/$preset/build.ninja" ] || step "Configuring $preset" cmake --preset "$preset" || return
-    step "Building $preset" cmake --build --preset "$preset" "${targets[@]}"
+    step "Building $preset" cmake --build --preset "$preset" --target "$@"
 }
