@@ -54,6 +54,17 @@ HANDLE OpenHandle(std::shared_ptr<KernelObject> object)
     return HandleOf(static_cast<std::size_t>(place - table.objects.begin()));
 }
 
+bool ReleaseHandle(HANDLE handle)
+{
+    std::shared_ptr<KernelObject> released; // ends outside the lock
+    HandleTable& table = Table();
+    const std::lock_guard lock(table.mutex);
+    if (std::shared_ptr<KernelObject>* place = PlaceOf(table, handle)) {
+        released.swap(*place);
+    }
+    return released != nullptr;
+}
+
 std::shared_ptr<KernelObject> FindObject(HANDLE handle)
 {
     HandleTable& table = Table();
@@ -75,15 +86,7 @@ BOOL WINAPI CloseHandle(HANDLE object)
     if (GateStops("CloseHandle")) {
         return FALSE;
     }
-    std::shared_ptr<KernelObject> closed; // ends outside the lock
-    HandleTable& table = Table();
-    const std::lock_guard lock(table.mutex);
-    std::shared_ptr<KernelObject>* place = PlaceOf(table, object);
-    if (place == nullptr || *place == nullptr) {
-        return Fail(ERROR_INVALID_HANDLE);
-    }
-    closed.swap(*place);
-    return TRUE;
+    return ReleaseHandle(object) ? TRUE : Fail(ERROR_INVALID_HANDLE);
 }
 
 DWORD WINAPI WaitForSingleObject(HANDLE handle, DWORD milliseconds)

@@ -4,6 +4,7 @@
 #include "Platform/Host/Api/Types.h"
 
 #include <memory>
+#include <utility>
 
 namespace Platform::Host {
 
@@ -18,6 +19,23 @@ public:
 };
 
 HANDLE OpenHandle(std::shared_ptr<KernelObject> object);
+
+// False when the handle stands for nothing.
+bool ReleaseHandle(HANDLE handle);
+
+// A handle that is closed again unless it is handed out.
+class PendingHandle {
+public:
+    explicit PendingHandle(std::shared_ptr<KernelObject> object) : handle_(OpenHandle(std::move(object))) {}
+    ~PendingHandle() { ReleaseHandle(handle_); }
+    PendingHandle(const PendingHandle&) = delete;
+    PendingHandle& operator=(const PendingHandle&) = delete;
+
+    HANDLE HandOut() { return std::exchange(handle_, nullptr); }
+
+private:
+    HANDLE handle_;
+};
 
 // Null when the handle stands for nothing.
 std::shared_ptr<KernelObject> FindObject(HANDLE handle);

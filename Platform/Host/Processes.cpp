@@ -8,7 +8,9 @@
 #include "Platform/Host/ProcessStart.h"
 #include "Platform/Host/Utf.h"
 
+#include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <cstring>
 #include <fcntl.h>
@@ -38,10 +40,25 @@ std::string& ChildErrorFile()
     return path;
 }
 
+// A signal does not end the wait before its time.
+void WaitUntilReadable(pollfd& descriptor, DWORD milliseconds)
+{
+    using std::chrono::steady_clock;
+    const auto end = steady_clock::now() + std::chrono::milliseconds(milliseconds);
+    std::int64_t left = milliseconds;
+    int ready = -1;
+    do {
+        const auto timeout = static_cast<int>(std::min<std::int64_t>(left, std::numeric_limits<int>::max()));
+        ready = poll(&descriptor, 1, milliseconds == INFINITE ? -1 : timeout);
+        left = std::chrono::ceil<std::chrono::milliseconds>(end - steady_clock::now()).count();
+    } while (ready < 0 && errno == EINTR && left > 0);
+}
+
 // A process that this one started. It is reaped when its end is first seen, so that its id stays its own.
 class ChildProcess : public KernelObject {
 public:
-    explicit ChildProcess(pid_t id) : id_(id) {}
+    // To be called once, before the object is shared with anybody.
+    void SetId(pid_t id) { id_ = id; }
 
     DWORD Wait(DWORD milliseconds) override
     {
@@ -53,9 +70,7 @@ public:
             lastError = ErrorFromErrno(errno);
             return WAIT_FAILED;
         }
-        const DWORD longest = std::numeric_limits<int>::max();
-        const int timeout = milliseconds == INFINITE ? -1 : static_cast<int>(std::min(milliseconds, longest));
-        poll(&end, 1, timeout);
+        WaitUntilReadable(end, milliseconds);
         close(end.fd);
         return HasEnded() ? WAIT_OBJECT_0 : WAIT_TIMEOUT;
     }
@@ -97,7 +112,7 @@ private:
         return signal == SIGKILL && terminatedWith_ != 0 ? terminatedWith_ : 128 + static_cast<DWORD>(signal);
     }
 
-    const pid_t id_;
+    pid_t id_ = 0;
     std::mutex mutex_;
     bool ended_ = false;
     DWORD exitCode_ = 0;
@@ -294,7 +309,12 @@ BOOL WINAPI CreateProcessW(LPCWSTR applicationName, LPWSTR commandLine, LPSECURI
         launch.environment = environment != nullptr
                                  ? EnvironmentOfBlock(static_cast<const WCHAR*>(environment))
                                  : OwnEnvironment();
+        *processInformation = {};
         DWORD error = PrepareLaunch(applicationName, commandLine, currentDirectory, launch);
+        // All memory is taken before there is a process: a failure means that none was started.
+        const auto process = std::make_shared<ChildProcess>();
+        PendingHandle processHandle(process);
+        PendingHandle threadHandle(process);
         pid_t id = 0;
         if (error == ERROR_SUCCESS) {
             error = Spawn(launch, id);
@@ -302,8 +322,8 @@ BOOL WINAPI CreateProcessW(LPCWSTR applicationName, LPWSTR commandLine, LPSECURI
         if (error != ERROR_SUCCESS) {
             return Fail(error);
         }
-        const auto process = std::make_shared<ChildProcess>(id);
-        *processInformation = {OpenHandle(process), OpenHandle(process), static_cast<DWORD>(id),
+        process->SetId(id);
+        *processInformation = {processHandle.HandOut(), threadHandle.HandOut(), static_cast<DWORD>(id),
                                static_cast<DWORD>(id)};
         return TRUE;
     });
