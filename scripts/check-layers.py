@@ -41,8 +41,11 @@ STANDARD_HEADERS = set(
 TEST_HEADERS = {"gtest/gtest.h", "benchmark/benchmark.h"}
 
 INCLUDE = re.compile(r'^\s*#\s*include\s*([<"])([^>"]+)[>"]')
-CONDITION = re.compile(r"^\s*#\s*(?:if|ifdef|ifndef|elif)\b(.*)")
-SYSTEM_NAME = re.compile(r"_WIN(?:32|64)|\bWIN(?:32|64)\b|__linux|__unix|__MINGW|__CYGWIN|__APPLE__|_MSC_VER|__GLIBC__")
+CONDITION = re.compile(r"^\s*#\s*(?:if|ifdef|ifndef|elif|elifdef|elifndef)\b(.*)")
+SYSTEM_NAME = re.compile(
+    r"_WIN(?:32|64)|\bWIN(?:32|64)\b|\b_*(?:linux|unix)\b|__gnu_linux|__MINGW|__CYGWIN|__APPLE__|_MSC_VER|__GLIBC__"
+    r"|__has_include"
+)
 
 
 def layer_of(path):

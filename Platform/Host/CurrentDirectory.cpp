@@ -10,6 +10,7 @@
 #include <memory>
 #include <mutex>
 #include <unistd.h>
+#include <utility>
 
 namespace Platform::Host {
 
@@ -17,6 +18,8 @@ namespace {
 
 // A trailing backslash and the terminator have to fit as well.
 constexpr std::size_t LONGEST_CURRENT_DIRECTORY = MAX_PATH - 2;
+
+constexpr std::size_t DRIVE_ROOT_LENGTH = 3; // "X:\\"
 
 struct CurrentDirectoryState {
     std::mutex mutex;
@@ -35,7 +38,8 @@ CurrentDirectoryState& State()
     return state;
 }
 
-BOOL ChangeTo(const std::u16string& full)
+// Only a drive's root keeps the separator at its end.
+BOOL ChangeTo(std::u16string full)
 {
     std::string native;
     if (const DWORD error = FindNative(full, native); error != ERROR_SUCCESS) {
@@ -45,7 +49,10 @@ BOOL ChangeTo(const std::u16string& full)
     if (chdir(native.c_str()) != 0) {
         return Fail(errno == ENOTDIR ? ERROR_DIRECTORY : ErrorFromErrno(errno));
     }
-    State().path = full;
+    if (full.ends_with(u'\\') && full.size() > DRIVE_ROOT_LENGTH) {
+        full.pop_back();
+    }
+    State().path = std::move(full);
     return TRUE;
 }
 
@@ -82,6 +89,7 @@ BOOL WINAPI SetCurrentDirectoryW(LPCWSTR pathName)
         if (error != ERROR_SUCCESS) {
             return Fail(error);
         }
-        return full.size() > LONGEST_CURRENT_DIRECTORY ? Fail(ERROR_FILENAME_EXCED_RANGE) : ChangeTo(full);
+        return full.size() > LONGEST_CURRENT_DIRECTORY ? Fail(ERROR_FILENAME_EXCED_RANGE)
+                                                       : ChangeTo(std::move(full));
     });
 }

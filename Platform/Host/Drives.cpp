@@ -5,6 +5,7 @@
 #include "Platform/Host/Utf.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <clocale>
 #include <cstdlib>
 #include <cwctype>
@@ -31,7 +32,7 @@ bool IsLetter(char16_t unit)
 
 char16_t UpperLetter(char16_t unit)
 {
-    return unit >= u'a' ? static_cast<char16_t>(unit - u'a' + u'A') : unit;
+    return unit >= u'a' && unit <= u'z' ? static_cast<char16_t>(unit - u'a' + u'A') : unit;
 }
 
 std::string WithoutTrailingSlash(std::string root)
@@ -158,15 +159,18 @@ std::u16string JoinParts(std::u16string_view drive, const std::vector<std::u16st
 bool SameName(std::u16string_view left, std::u16string_view right)
 {
     static const locale_t locale = newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
-    return std::equal(left.begin(), left.end(), right.begin(), right.end(), [](char16_t a, char16_t b) {
-        return a == b || (locale != nullptr && towupper_l(a, locale) == towupper_l(b, locale));
-    });
+    const auto upper = [](char16_t unit) {
+        return unit < 0x80 || locale == nullptr ? wint_t{UpperLetter(unit)} : towupper_l(unit, locale);
+    };
+    return std::equal(left.begin(), left.end(), right.begin(), right.end(),
+                      [upper](char16_t a, char16_t b) { return a == b || upper(a) == upper(b); });
 }
 
-bool Exists(const std::string& native)
+// ERROR_SUCCESS for what is there, else why it cannot be had.
+DWORD Probe(const std::string& native)
 {
     struct stat status {};
-    return stat(native.c_str(), &status) == 0;
+    return stat(native.c_str(), &status) == 0 ? ERROR_SUCCESS : ErrorFromErrno(errno);
 }
 
 bool IsFolder(const std::string& native)
@@ -175,35 +179,29 @@ bool IsFolder(const std::string& native)
     return stat(native.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
 }
 
-// The name of the folder's entry that differs from this one in letter case at most; empty when there is none.
-std::string FindEntry(const std::string& folder, std::u16string_view name)
+// Finds the folder's entry that differs from this name in letter case at most.
+DWORD FindEntry(const std::string& folder, std::u16string_view name, std::string& found)
 {
     const std::unique_ptr<DIR, int (*)(DIR*)> listing(opendir(folder.c_str()), &closedir);
     if (listing == nullptr) {
-        return {};
+        return ErrorFromErrno(errno);
     }
     while (const dirent* entry = readdir(listing.get())) {
         if (SameName(FromHost(entry->d_name), name)) {
-            return entry->d_name;
+            found = folder + entry->d_name;
+            return ERROR_SUCCESS;
         }
     }
-    return {};
+    return ERROR_FILE_NOT_FOUND;
 }
 
-// Goes one part down. False when there is no such entry; the path then names where it would be.
-bool Descend(std::string& native, std::u16string_view part)
+// Goes one part down. Where there is no such entry, the path then names where it would be.
+DWORD Descend(std::string& native, std::u16string_view part)
 {
     const std::string folder = native + '/';
     native = folder + ToHost(part);
-    if (Exists(native)) {
-        return true;
-    }
-    const std::string entry = FindEntry(folder, part);
-    if (entry.empty()) {
-        return false;
-    }
-    native = folder + entry;
-    return true;
+    const DWORD error = Probe(native);
+    return error == ERROR_FILE_NOT_FOUND ? FindEntry(folder, part, native) : error;
 }
 
 DWORD FindInAnyCase(const std::string& root, const std::vector<std::u16string_view>& parts,
@@ -211,11 +209,12 @@ DWORD FindInAnyCase(const std::string& root, const std::vector<std::u16string_vi
 {
     native = root;
     for (std::size_t i = 0; i < parts.size(); ++i) {
-        if (!IsFolder(native + '/')) {
-            return ERROR_PATH_NOT_FOUND;
+        DWORD error = Descend(native, parts[i]);
+        if (error == ERROR_FILE_NOT_FOUND && i + 1 < parts.size()) {
+            error = ERROR_PATH_NOT_FOUND;
         }
-        if (!Descend(native, parts[i])) {
-            return i + 1 == parts.size() ? ERROR_FILE_NOT_FOUND : ERROR_PATH_NOT_FOUND;
+        if (error != ERROR_SUCCESS) {
+            return error;
         }
     }
     return ERROR_SUCCESS;
@@ -269,7 +268,8 @@ DWORD CompletePath(std::u16string_view path, std::u16string& full)
     }
     Follow(path, parts);
     DropIgnoredEnds(parts);
-    full = JoinParts(drive, parts);
+    const bool namesFolder = !path.empty() && IsSeparator(path.back()) && !parts.empty();
+    full = JoinParts(drive, parts) + (namesFolder ? u"\\" : u"");
     return ERROR_SUCCESS;
 }
 
@@ -279,9 +279,15 @@ DWORD FindNative(std::u16string_view full, std::string& native)
     if (drive == Drives().end()) {
         return ERROR_PATH_NOT_FOUND;
     }
+    const std::vector<std::u16string_view> parts = SplitParts(full.substr(2));
     native = drive->second + ToHost(full.substr(2));
     std::replace(native.begin(), native.end(), '\\', '/');
-    return Exists(native) ? ERROR_SUCCESS : FindInAnyCase(drive->second, SplitParts(full.substr(2)), native);
+    DWORD error = Probe(native);
+    if (error != ERROR_SUCCESS) {
+        error = FindInAnyCase(drive->second, parts, native);
+    }
+    const bool namesFolder = !parts.empty() && full.ends_with(u'\\');
+    return error == ERROR_SUCCESS && namesFolder && !IsFolder(native) ? ERROR_INVALID_NAME : error;
 }
 
 DWORD ResolvePath(std::u16string_view path, std::string& native)

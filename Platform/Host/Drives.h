@@ -12,18 +12,19 @@
 namespace Platform::Host {
 
 // Adds, replaces or removes a drive of this process and of those it starts; Z: stays as it is. The root is an
-// absolute host path.
+// absolute host path. Not while another thread uses the layer.
 void SetDrive(char letter, std::string root);
 void RemoveDrive(char letter);
 
 // The path as the platform completes it: drive, absolute, "\" as separator, without "." and "..", repeated
-// separators, and the trailing dots and blanks that the platform ignores. Gives the platform's error code;
-// `full` is changed only on ERROR_SUCCESS.
+// separators, and the trailing dots and blanks that the platform ignores. A separator at its end stays. Gives
+// the platform's error code; `full` is changed only on ERROR_SUCCESS.
 DWORD CompletePath(std::u16string_view path, std::u16string& full);
 
 // The host path of a completed path, each part found whatever its letter case. ERROR_FILE_NOT_FOUND when only
 // the last part is missing, in which case `native` is where it would be; ERROR_PATH_NOT_FOUND when an earlier
-// one is missing or no folder, or the drive is unknown.
+// one is missing or no folder, or the drive is unknown; ERROR_INVALID_NAME when a path that ends in a
+// separator leads to a file.
 DWORD FindNative(std::u16string_view full, std::string& native);
 
 // Both in one step.

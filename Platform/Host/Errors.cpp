@@ -66,24 +66,24 @@ using namespace Platform::Host;
 
 DWORD WINAPI GetLastError()
 {
-    GateStops("GetLastError");
+    GateSees("GetLastError");
     return lastError;
 }
 
 void WINAPI SetLastError(DWORD error)
 {
-    GateStops("SetLastError");
+    GateSees("SetLastError");
     lastError = error;
 }
 
 UINT WINAPI GetErrorMode()
 {
-    GateStops("GetErrorMode");
+    GateSees("GetErrorMode");
     return ErrorMode();
 }
 
 UINT WINAPI SetErrorMode(UINT mode)
 {
-    GateStops("SetErrorMode");
+    GateSees("SetErrorMode");
     return ErrorMode().exchange(mode);
 }

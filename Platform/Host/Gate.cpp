@@ -35,7 +35,7 @@ bool RuleHits(GateState& state, std::string_view function)
 
 } // namespace
 
-bool ConsultGate(const char* function)
+void RecordCall(const char* function)
 {
     GateState& state = State();
     const std::lock_guard lock(state.mutex);
@@ -43,6 +43,13 @@ bool ConsultGate(const char* function)
     if (state.observer) {
         state.observer(function);
     }
+}
+
+bool ConsultGate(const char* function)
+{
+    RecordCall(function);
+    GateState& state = State();
+    const std::lock_guard lock(state.mutex);
     if (!RuleHits(state, function)) {
         return false;
     }

@@ -22,7 +22,7 @@ namespace Platform::Host {
 // Which call fails, and how. The function's own failure result is returned and `error` becomes the last
 // error.
 struct GateRule {
-    std::string_view function; // empty: calls of every function count
+    std::string_view function; // empty: calls of every function that can fail count
     unsigned ordinal = 0;      // 1 for the first counted call; 0: none fails
     DWORD error = ERROR_GEN_FAILURE;
     bool lasting = false; // the later counted calls fail as well
@@ -46,15 +46,23 @@ public:
 
 inline std::atomic<bool> gateWatched{false};
 
+void RecordCall(const char* function);
+
 // Records the call; true when it has to fail, the last error being set.
 bool ConsultGate(const char* function);
 
+// For functions that cannot fail.
+inline void GateSees(const char* function)
+{
+    if (gateWatched.load(std::memory_order_relaxed)) [[unlikely]] {
+        RecordCall(function);
+    }
+}
+
+// For functions that can: true when this call has to, the last error being set.
 inline bool GateStops(const char* function)
 {
-    if (!gateWatched.load(std::memory_order_relaxed)) [[likely]] {
-        return false;
-    }
-    return ConsultGate(function);
+    return gateWatched.load(std::memory_order_relaxed) && ConsultGate(function);
 }
 
 // Runs the body of a platform function behind the gate. The host's own lack of memory is the platform's

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "Platform/Host/Api/Types.h"
+#include "Platform/Host/LastError.h"
 
 #include <memory>
 #include <utility>
@@ -37,14 +38,18 @@ private:
     HANDLE handle_;
 };
 
-// Null when the handle stands for nothing.
+// Null when the handle stands for nothing, the last error being ERROR_INVALID_HANDLE.
 std::shared_ptr<KernelObject> FindObject(HANDLE handle);
 
-// Null as well when it stands for an object of another kind. The last error is then ERROR_INVALID_HANDLE.
+// The same when it stands for an object of another kind.
 template <typename Object>
 std::shared_ptr<Object> FindObjectOf(HANDLE handle)
 {
-    return std::dynamic_pointer_cast<Object>(FindObject(handle));
+    auto object = std::dynamic_pointer_cast<Object>(FindObject(handle));
+    if (object == nullptr) {
+        lastError = ERROR_INVALID_HANDLE;
+    }
+    return object;
 }
 
 } // namespace Platform::Host

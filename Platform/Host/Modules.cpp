@@ -48,6 +48,10 @@ DWORD WINAPI GetModuleFileNameW(HMODULE module, LPWSTR fileName, DWORD size)
             return 0;
         }
         const std::u16string path = ProgramPath();
+        if (path.empty()) {
+            lastError = ERROR_GEN_FAILURE;
+            return 0;
+        }
         const bool fits = path.size() < size;
         if (size != 0) {
             const std::size_t copied = std::min<std::size_t>(path.size(), size - 1);

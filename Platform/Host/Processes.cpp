@@ -16,6 +16,7 @@
 #include <fcntl.h>
 #include <limits>
 #include <mutex>
+#include <optional>
 #include <poll.h>
 #include <spawn.h>
 #include <string>
@@ -62,10 +63,14 @@ public:
 
     DWORD Wait(DWORD milliseconds) override
     {
-        if (HasEnded()) {
-            return WAIT_OBJECT_0;
+        pollfd end{-1, POLLIN, 0};
+        {
+            const std::lock_guard lock(mutex_); // nobody reaps the process while its id is in use
+            if (Reap()) {
+                return WAIT_OBJECT_0;
+            }
+            end.fd = pidfd_open(id_, 0);
         }
-        pollfd end{pidfd_open(id_, 0), POLLIN, 0};
         if (end.fd < 0) {
             lastError = ErrorFromErrno(errno);
             return WAIT_FAILED;
@@ -84,8 +89,11 @@ public:
         if (Reap()) {
             return Fail(ERROR_ACCESS_DENIED);
         }
+        if (kill(id_, SIGKILL) != 0) {
+            return Fail(ErrorFromErrno(errno));
+        }
         terminatedWith_ = exitCode;
-        return kill(id_, SIGKILL) == 0 ? TRUE : Fail(ErrorFromErrno(errno));
+        return TRUE;
     }
 
 private:
@@ -109,14 +117,14 @@ private:
     // A program that a signal ended shows what a shell shows for it, unless it was ended from here.
     DWORD SignalCode(int signal) const
     {
-        return signal == SIGKILL && terminatedWith_ != 0 ? terminatedWith_ : 128 + static_cast<DWORD>(signal);
+        return signal == SIGKILL ? terminatedWith_.value_or(128 + SIGKILL) : 128 + static_cast<DWORD>(signal);
     }
 
     pid_t id_ = 0;
     std::mutex mutex_;
     bool ended_ = false;
     DWORD exitCode_ = 0;
-    DWORD terminatedWith_ = 0;
+    std::optional<DWORD> terminatedWith_;
 };
 
 // What CreateProcessW hands to the host.
@@ -151,7 +159,7 @@ std::vector<std::string> EnvironmentOfBlock(const WCHAR* block)
 std::vector<std::string> OwnEnvironment()
 {
     std::vector<std::string> environment;
-    for (char** entry = environ; *entry != nullptr; ++entry) {
+    for (char** entry = environ; entry != nullptr && *entry != nullptr; ++entry) {
         environment.emplace_back(*entry);
     }
     return environment;
@@ -159,7 +167,7 @@ std::vector<std::string> OwnEnvironment()
 
 DWORD FindProgram(LPCWSTR name, std::string& program)
 {
-    const DWORD error = ResolvePath(name, program);
+    const DWORD error = *name != 0 ? ResolvePath(name, program) : ERROR_PATH_NOT_FOUND;
     if (error != ERROR_SUCCESS) {
         return error;
     }
@@ -213,8 +221,19 @@ private:
     posix_spawn_file_actions_t actions_;
 };
 
+// Who starts this program may have told it to forget its children; their exit codes would be lost.
+void RememberChildren()
+{
+    struct sigaction action {};
+    if (sigaction(SIGCHLD, nullptr, &action) == 0 && action.sa_handler == SIG_IGN) {
+        action.sa_handler = SIG_DFL;
+        sigaction(SIGCHLD, &action, nullptr);
+    }
+}
+
 DWORD Spawn(Launch& launch, pid_t& id)
 {
+    RememberChildren();
     SpawnActions actions;
     int error = 0;
     if (!launch.folder.empty()) {
@@ -232,6 +251,15 @@ DWORD Spawn(Launch& launch, pid_t& id)
                             Pointers(launch.arguments).data(), Pointers(launch.environment).data());
     }
     return error == 0 ? ERROR_SUCCESS : ErrorOfSpawn(error, launch.program);
+}
+
+// Whether the startup information asks for nothing.
+bool IsPlain(const STARTUPINFOW* startupInfo)
+{
+    return startupInfo != nullptr && startupInfo->cb == sizeof(*startupInfo) && startupInfo->dwFlags == 0 &&
+           startupInfo->lpReserved == nullptr && startupInfo->lpDesktop == nullptr &&
+           startupInfo->lpTitle == nullptr && startupInfo->cbReserved2 == 0 &&
+           startupInfo->lpReserved2 == nullptr;
 }
 
 DWORD PrepareLaunch(LPCWSTR applicationName, LPCWSTR commandLine, LPCWSTR currentDirectory, Launch& launch)
@@ -268,7 +296,7 @@ LPWSTR WINAPI GetCommandLineW()
 
 DWORD WINAPI GetCurrentProcessId()
 {
-    GateStops("GetCurrentProcessId");
+    GateSees("GetCurrentProcessId");
     return static_cast<DWORD>(getpid());
 }
 
@@ -287,7 +315,7 @@ LPWSTR WINAPI GetEnvironmentStringsW()
 
 BOOL WINAPI FreeEnvironmentStringsW(LPWSTR block)
 {
-    GateStops("FreeEnvironmentStringsW");
+    GateSees("FreeEnvironmentStringsW");
     delete[] block;
     return TRUE;
 }
@@ -299,7 +327,7 @@ BOOL WINAPI CreateProcessW(LPCWSTR applicationName, LPWSTR commandLine, LPSECURI
 {
     return Guarded("CreateProcessW", FALSE, [&]() -> BOOL {
         const bool wideEnvironment = (creationFlags & CREATE_UNICODE_ENVIRONMENT) != 0;
-        if (applicationName == nullptr || startupInfo == nullptr || processInformation == nullptr ||
+        if (applicationName == nullptr || processInformation == nullptr || !IsPlain(startupInfo) ||
             (creationFlags & ~CREATE_UNICODE_ENVIRONMENT) != 0 ||
             (environment != nullptr && !wideEnvironment)) {
             return Fail(ERROR_INVALID_PARAMETER);

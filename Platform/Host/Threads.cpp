@@ -9,6 +9,6 @@ using namespace Platform::Host;
 
 void WINAPI Sleep(DWORD milliseconds)
 {
-    GateStops("Sleep");
+    GateSees("Sleep");
     std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
 }

@@ -23,11 +23,7 @@ std::string BoxText(const LaunchResult& result)
     return texts;
 }
 
-std::string FailureText(const std::string& digits)
-{
-    return "Failed to start Brenvault  game executable (error code " + digits +
-           ")!\n\nRe-installing the game may fix this problem.";
-}
+constexpr const char* HINT = "\n\nRe-installing the game may fix this problem.";
 
 // Launches and expects that the game was started, once and without a word.
 StandInReport LaunchGame(const InstallFolder& install, const LaunchOptions& options = {})
@@ -40,11 +36,12 @@ StandInReport LaunchGame(const InstallFolder& install, const LaunchOptions& opti
     return reports.empty() ? StandInReport{} : reports[0];
 }
 
-void ExpectFailure(const InstallFolder& install, const std::string& digits)
+void ExpectFailure(const InstallFolder& install, const std::string& digits, const std::string& hint)
 {
     const LaunchResult result = Launch(install);
     EXPECT_EQ(result.exitCode, 1u);
-    EXPECT_EQ(BoxText(result), FailureText(digits));
+    EXPECT_EQ(BoxText(result),
+              "Failed to start Brenvault  game executable (error code " + digits + ")!" + hint);
 }
 
 // An environment block from a literal whose entries each end in a NUL.
@@ -112,11 +109,22 @@ TEST(Launch, SaysThatTheGameIsMissingOrNoProgram)
 {
     const InstallFolder install;
     std::filesystem::remove(install.Game());
-    ExpectFailure(install, "620002");
+    ExpectFailure(install, "620002", HINT);
     std::ofstream(install.Game()) << "This is no program.\n";
-    ExpectFailure(install, "6200c1");
+    ExpectFailure(install, "6200c1", HINT);
     std::filesystem::remove_all(install.Path() / "Data" / "Base");
-    ExpectFailure(install, "620003");
+    ExpectFailure(install, "620003", HINT);
+}
+
+// The updater's path is the longer one: it is the first that does not fit into the platform's 259 characters.
+TEST(Launch, NeedsRoomForThePathsOfGameAndUpdater)
+{
+    const ScratchFolder scratch;
+    const std::size_t parent = ToPlatform(scratch.Path()).size() + 1;
+    LaunchGame(InstallFolder(scratch.Path() / std::string(211 - parent, 'd')));
+    const InstallFolder tooLong(scratch.Path() / std::string(212 - parent, 'd'));
+    ExpectFailure(tooLong, "520000", "");
+    EXPECT_TRUE(AwaitReports(tooLong.Game(), 0).empty());
 }
 
 TEST(Launch, DoesNotWaitForTheGame)

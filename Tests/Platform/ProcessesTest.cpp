@@ -99,10 +99,12 @@ TEST_F(Processes, AreNotStartedFromWhatIsNoProgram)
         {WIDE("\\empty.exe"), ERROR_BAD_EXE_FORMAT},
         {WIDE("\\A program"), ERROR_FILE_NOT_FOUND},
         {WIDE("\\A*.exe"), ERROR_INVALID_NAME},
+        {WIDE("\\A program.exe\\"), ERROR_INVALID_NAME},
     };
     for (const auto& [name, error] : rows) {
         EXPECT_EQ(Try(folder + name), error) << ToUtf8(name);
     }
+    EXPECT_EQ(Try(WIDE("")), ERROR_PATH_NOT_FOUND);
     EXPECT_EQ(Try(program, {.folder = folder + WIDE("\\missing")}), ERROR_DIRECTORY);
     EXPECT_EQ(Try(program, {.folder = program}), ERROR_DIRECTORY);
 }
@@ -120,10 +122,10 @@ TEST_F(Processes, CanBeWaitedForAndEnded)
     EXPECT_EQ(WaitForSingleObject(process_.hProcess, 50), WAIT_TIMEOUT);
     EXPECT_TRUE(GetExitCodeProcess(process_.hProcess, &exitCode));
     EXPECT_EQ(exitCode, STILL_ACTIVE);
-    EXPECT_TRUE(TerminateProcess(process_.hProcess, 1234));
+    EXPECT_TRUE(TerminateProcess(process_.hProcess, 0));
     EXPECT_EQ(WaitForSingleObject(process_.hProcess, 20000), WAIT_OBJECT_0);
     EXPECT_TRUE(GetExitCodeProcess(process_.hProcess, &exitCode));
-    EXPECT_EQ(exitCode, 1234u);
+    EXPECT_EQ(exitCode, 0u);
     EXPECT_TRUE(CloseHandle(process_.hThread));
     EXPECT_TRUE(CloseHandle(process_.hProcess));
 }

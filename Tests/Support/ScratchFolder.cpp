@@ -18,8 +18,8 @@ ScratchFolder::ScratchFolder()
 
 ScratchFolder::~ScratchFolder()
 {
+    SetCurrentDirectoryW(ToPlatform(path_.parent_path()).c_str()); // a current directory cannot be removed
     std::error_code ignored;
-    std::filesystem::current_path(path_.parent_path(), ignored); // a current directory cannot be removed
     std::filesystem::remove_all(path_, ignored);
 }
 

@@ -66,6 +66,9 @@ int WINAPI WinMain(HINSTANCE, HINSTANCE, LPSTR, int)
 {
     const int inheritedHandles = CountInheritedHandles();
     std::filesystem::path report = ToNative(OwnPath());
+    if (report.empty()) {
+        return 1; // the test is over and has taken its folder away
+    }
     report += "." + std::to_string(GetCurrentProcessId()) + ".report";
     std::filesystem::path unfinished = report;
     unfinished += ".unfinished";

@@ -6,8 +6,8 @@
 
 #include <filesystem>
 
-// Between paths as the platform's functions take them and paths as the standard library does. A path that
-// leads nowhere is native in the letter case given.
+// Between paths as the platform's functions take them and paths as the standard library does. The native path
+// of a file that is not there is where it would be; it is empty where its folder is not there.
 std::filesystem::path ToNative(WideTextView path);
 WideText ToPlatform(const std::filesystem::path& path);
 

@@ -3,7 +3,7 @@
 set -euo pipefail
 
 ROOT=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
-CACHE=${BRENVAULT_CACHE:-${XDG_CACHE_HOME:-$HOME/.cache}/brenvault}
+CACHE=${BRENVAULT_CACHE:-${XDG_CACHE_HOME:-${HOME:-/tmp}/.cache}/brenvault}
 cd "$ROOT"
 
 if [ -t 1 ]; then
@@ -22,13 +22,18 @@ fail() {
 
 # step LABEL COMMAND...: runs a command that may take long. Its output goes to a log, shown where it fails;
 # meanwhile a terminal shows the seconds and the log's last line, anything else a line every 20 seconds.
+# The command has a process group of its own, which ends with the script; it holds no lock of the script's.
 step() {
     local label=$1 log start=$SECONDS shown=0 pid status=0 elapsed
     shift
     mkdir -p "$CACHE/logs"
     log=$(mktemp "$CACHE/logs/step.XXXXXX")
-    "$@" >"$log" 2>&1 </dev/null &
+    set -m
+    "$@" >"$log" 2>&1 </dev/null 9>&- &
     pid=$!
+    set +m
+    # shellcheck disable=SC2064 # this step's process
+    trap "kill -TERM -- -$pid 2>/dev/null; exit 130" INT TERM
     while kill -0 "$pid" 2>/dev/null; do
         elapsed=$((SECONDS - start))
         if [ -t 1 ]; then
@@ -40,6 +45,7 @@ step() {
         sleep 0.1
     done
     wait "$pid" || status=$?
+    trap - INT TERM
     [ -t 1 ] && printf '\r\e[K'
     if [ "$status" -ne 0 ]; then
         tail -n 60 "$log" >&2
@@ -48,6 +54,13 @@ step() {
     fi
     printf '%s: done in %s s\n' "$label" "$((SECONDS - start))"
     rm -f "$log"
+}
+
+# lock FILE: takes descriptor 9, open on the file, for this process alone; says so when it has to wait.
+lock() {
+    flock -n 9 && return
+    echo "Waiting for another process to let go of $1"
+    flock 9
 }
 
 # build PRESET TARGET...: configures where that is due, and builds.

@@ -84,11 +84,15 @@ setup_windows() {
     need_packages "${WINE_PACKAGES[@]}" || return
     mkdir -p "$CACHE"
     (
-        flock 9
+        lock "$WINE_ROOT"
         has_wine_root || step 'Setting up 32-bit Wine (once, about 1.3 GB)' make_wine_root
     ) 9>"$CACHE/wine-root.lock" || {
         warn 'Missing: 32-bit Wine. Get it with: sudo dpkg --add-architecture i386 && sudo apt-get update &&' \
             'sudo apt-get install wine wine32:i386 xvfb'
+        return 1
+    }
+    bwrap --bind "$WINE_ROOT" / true || {
+        warn 'Missing: the right to make namespaces, which bubblewrap needs to run Wine. Give it, or install 32-bit Wine.'
         return 1
     }
 }

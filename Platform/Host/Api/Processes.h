@@ -53,8 +53,8 @@ DWORD WINAPI GetCurrentProcessId();
 LPWSTR WINAPI GetEnvironmentStringsW();
 BOOL WINAPI FreeEnvironmentStringsW(LPWSTR block);
 
-// Needs an application name. Of the startup information only the place of its members counts; security
-// attributes are ignored, and of the flags only CREATE_UNICODE_ENVIRONMENT is known.
+// Needs an application name and startup information that asks for nothing. Security attributes are ignored,
+// and of the flags only CREATE_UNICODE_ENVIRONMENT is known.
 BOOL WINAPI CreateProcessW(LPCWSTR applicationName, LPWSTR commandLine,
                            LPSECURITY_ATTRIBUTES processAttributes, LPSECURITY_ATTRIBUTES threadAttributes,
                            BOOL inheritHandles, DWORD creationFlags, LPVOID environment,

@@ -127,6 +127,19 @@ TEST(LaunchSequence, ReportsEachFailingCallByStageAndLastError)
     }
 }
 
+// What cannot be said is not said; the exit code tells all the same.
+TEST(LaunchSequence, EndsWithItsExitCodeWhenTheMessageFails)
+{
+    const Observed unformatted = RunWinMain(u"Z:\\", {.function = "wsprintfW", .ordinal = 1});
+    EXPECT_EQ(unformatted.exitCode, 1);
+    ASSERT_EQ(unformatted.boxes.size(), 1u);
+    EXPECT_EQ(unformatted.boxes[0].text, u"");
+    const Observed unshown = RunWinMain(u"Z:\\", {.function = "MessageBoxW", .ordinal = 1});
+    EXPECT_EQ(unshown.exitCode, 1);
+    EXPECT_EQ(unshown.calls.back(), "MessageBoxW");
+    EXPECT_TRUE(unshown.boxes.empty());
+}
+
 TEST(LaunchSequence, JudgesTheModulePath)
 {
     // 771 characters are accepted; the platform's current directory is then too long for it.
@@ -134,7 +147,7 @@ TEST(LaunchSequence, JudgesTheModulePath)
     ExpectOneBox(RunWinMain(PathOfLength(772)), "23007a", "");
     ExpectOneBox(RunWinMain(PathOfLength(2000)), "23007a", "");
     ExpectOneBox(RunWinMain(std::u16string(u"\0:\\x.exe", 8)), "240000", "");
-    ExpectOneBox(RunWinMain(u""), "220000", "");
+    ExpectOneBox(RunWinMain(u""), "22001f", "");
     ExpectOneBox(RunWinMain(u"Z:\\"), "320000", "");
 }
 

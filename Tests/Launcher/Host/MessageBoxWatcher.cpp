@@ -8,10 +8,19 @@
 #include <iterator>
 #include <string>
 
-MessageBoxWatcher::MessageBoxWatcher(const std::filesystem::path& scratch)
-    : output_(scratch / "standard-error")
+namespace {
+
+// Watchers may live at the same time; each has a file of its own.
+std::string NextFileName()
 {
-    std::filesystem::remove(output_);
+    static unsigned made = 0;
+    return "standard-error-" + std::to_string(++made);
+}
+
+} // namespace
+
+MessageBoxWatcher::MessageBoxWatcher(const std::filesystem::path& scratch) : output_(scratch / NextFileName())
+{
     Platform::Host::SetChildErrorFile(output_.native());
 }
 

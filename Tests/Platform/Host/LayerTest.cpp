@@ -42,6 +42,13 @@ TEST(Gate, FailsTheCallThatItsRuleNames)
         EXPECT_EQ(watch.Count("SetCurrentDirectoryW"), 4u);
     }
     EXPECT_TRUE(SetCurrentDirectoryW(u"Z:\\"));
+
+    // What cannot fail is seen, never failed and never counted.
+    GateWatch watch({.ordinal = 1, .error = 5});
+    lastError = 77;
+    EXPECT_EQ(GetLastError(), 77u);
+    EXPECT_FALSE(watch.Failed());
+    EXPECT_EQ(watch.Count("GetLastError"), 1u);
 }
 
 TEST(LastError, IsOfTheThread)
@@ -93,6 +100,7 @@ TEST(ProcessStart, TheLongestCommandLineIsThePlatforms)
          {std::pair(32766, ERROR_FILE_NOT_FOUND), std::pair(32767, ERROR_FILENAME_EXCED_RANGE)}) {
         std::u16string line(static_cast<std::size_t>(length), u'x');
         STARTUPINFOW startup = {};
+        startup.cb = sizeof(startup);
         PROCESS_INFORMATION process = {};
         EXPECT_FALSE(CreateProcessW(u"Z:\\no such program", line.data(), nullptr, nullptr, FALSE, 0, nullptr,
                                     nullptr, &startup, &process));
@@ -121,6 +129,8 @@ TEST(Drives, LeadThereAndBack)
         {u"n:/file.txt", ERROR_SUCCESS, "/in/file.txt"},
         {u"M:\\IN\\..\\In\\FILE.TXT.", ERROR_SUCCESS, ""},
         {u"M:\\IN\\new", ERROR_FILE_NOT_FOUND, "/in/new"},
+        {u"N:\\FILE.txt\\", ERROR_INVALID_NAME, ""},
+        {u"M:\\IN\\", ERROR_SUCCESS, "/in"},
         {u"M:\\no\\new", ERROR_PATH_NOT_FOUND, ""},
         {u"K:\\new", ERROR_PATH_NOT_FOUND, ""},
         {u"\\\\server\\share", ERROR_PATH_NOT_FOUND, ""},

@@ -3,12 +3,13 @@
 #include "Platform/Host/Drives.h"
 
 #include <string>
+#include <system_error>
 
 std::filesystem::path ToNative(WideTextView path)
 {
     std::string native;
-    Platform::Host::ResolvePath(path, native);
-    return native;
+    const DWORD error = Platform::Host::ResolvePath(path, native);
+    return error == ERROR_SUCCESS || error == ERROR_FILE_NOT_FOUND ? native : std::string();
 }
 
 WideText ToPlatform(const std::filesystem::path& path)
@@ -34,9 +35,10 @@ std::filesystem::path ScratchDrive::Root() const
 int CountInheritedHandles()
 {
     int count = 0;
-    for ([[maybe_unused]] const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
-        ++count;
+    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+        std::error_code closed;
+        const bool isListing = std::filesystem::read_symlink(entry.path(), closed).filename() == "fd";
+        count += !isListing && std::stoi(entry.path().filename()) > 2 ? 1 : 0;
     }
-    constexpr int OWN = 4; // standard input, output and error, and the listing itself
-    return count - OWN;
+    return count;
 }
