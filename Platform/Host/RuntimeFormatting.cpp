@@ -173,33 +173,28 @@ struct Arguments {
     std::va_list list;
 };
 
-std::int64_t TakeSigned(const FormatSpec& spec, Arguments& arguments)
+// The types are the argument's by its size, the last one also the result's.
+template <typename Int, typename Pointer, typename Int64>
+Int64 TakeInteger(const FormatSpec& spec, Arguments& arguments)
 {
     switch (spec.size) {
     case ArgumentSize::Int64:
-        return va_arg(arguments.list, std::int64_t);
+        return va_arg(arguments.list, Int64);
     case ArgumentSize::Pointer:
-        return va_arg(arguments.list, std::intptr_t);
+        return va_arg(arguments.list, Pointer);
     default:
-        return va_arg(arguments.list, std::int32_t);
+        return va_arg(arguments.list, Int);
     }
 }
 
 std::uint64_t TakeUnsigned(const FormatSpec& spec, Arguments& arguments)
 {
-    switch (spec.size) {
-    case ArgumentSize::Int64:
-        return va_arg(arguments.list, std::uint64_t);
-    case ArgumentSize::Pointer:
-        return va_arg(arguments.list, std::uintptr_t);
-    default:
-        return va_arg(arguments.list, std::uint32_t);
-    }
+    return TakeInteger<std::uint32_t, std::uintptr_t, std::uint64_t>(spec, arguments);
 }
 
 void PutSigned(Output& output, const FormatSpec& spec, Arguments& arguments)
 {
-    const std::int64_t value = TakeSigned(spec, arguments);
+    const auto value = TakeInteger<std::int32_t, std::intptr_t, std::int64_t>(spec, arguments);
     const auto bits = static_cast<std::uint64_t>(value);
     PutNumber(output, spec, {}, value < 0, value < 0 ? 0 - bits : bits, 10, false);
 }

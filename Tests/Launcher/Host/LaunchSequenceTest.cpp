@@ -114,7 +114,7 @@ TEST(LaunchSequence, ReportsEachFailingCallByStageAndLastError)
     const InstallFolder install;
     for (const Row& row : rows) {
         SCOPED_TRACE(row.function + " " + row.digits);
-        const Observed observed =
+        Observed observed =
             RunWinMain(ToPlatform(install.Launcher()), {row.function, row.ordinal, row.error, true});
         EXPECT_TRUE(observed.ruleHit);
         ExpectOneBox(observed, row.digits, row.hint);
@@ -123,7 +123,9 @@ TEST(LaunchSequence, ReportsEachFailingCallByStageAndLastError)
                                            static_cast<std::ptrdiff_t>(row.callsBefore));
         calls.insert(calls.end(), {"wsprintfW", "MessageBoxW"});
         EXPECT_EQ(observed.calls, calls);
-        EXPECT_EQ(observed.errorModeAt.at("MessageBoxW"), SEM_FAILCRITICALERRORS);
+        EXPECT_EQ(observed.errorModeAt.count("CreateProcessW"), row.function == "CreateProcessW" ? 1u : 0u);
+        EXPECT_EQ(observed.errorModeAt["CreateProcessW"], 0u);
+        EXPECT_EQ(observed.errorModeAt["MessageBoxW"], SEM_FAILCRITICALERRORS);
     }
 }
 
