@@ -9,8 +9,8 @@
 #include <cstring>
 #include <memory>
 #include <mutex>
+#include <string_view>
 #include <unistd.h>
-#include <utility>
 
 namespace Platform::Host {
 
@@ -39,7 +39,12 @@ CurrentDirectoryState& State()
 }
 
 // Only a drive's root keeps the separator at its end.
-BOOL ChangeTo(std::u16string full)
+std::u16string_view WithoutLastSeparator(std::u16string_view full)
+{
+    return full.ends_with(u'\\') && full.size() > DRIVE_ROOT_LENGTH ? full.substr(0, full.size() - 1) : full;
+}
+
+BOOL ChangeTo(const std::u16string& full)
 {
     std::string native;
     if (const DWORD error = FindNative(full, native); error != ERROR_SUCCESS) {
@@ -49,10 +54,7 @@ BOOL ChangeTo(std::u16string full)
     if (chdir(native.c_str()) != 0) {
         return Fail(errno == ENOTDIR ? ERROR_DIRECTORY : ErrorFromErrno(errno));
     }
-    if (full.ends_with(u'\\') && full.size() > DRIVE_ROOT_LENGTH) {
-        full.pop_back();
-    }
-    State().path = std::move(full);
+    State().path = std::u16string(WithoutLastSeparator(full));
     return TRUE;
 }
 
@@ -89,7 +91,7 @@ BOOL WINAPI SetCurrentDirectoryW(LPCWSTR pathName)
         if (error != ERROR_SUCCESS) {
             return Fail(error);
         }
-        return full.size() > LONGEST_CURRENT_DIRECTORY ? Fail(ERROR_FILENAME_EXCED_RANGE)
-                                                       : ChangeTo(std::move(full));
+        const bool fits = WithoutLastSeparator(full).size() <= LONGEST_CURRENT_DIRECTORY;
+        return fits ? ChangeTo(full) : Fail(ERROR_FILENAME_EXCED_RANGE);
     });
 }
