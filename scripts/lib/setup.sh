@@ -87,8 +87,7 @@ setup_windows() {
         lock "$WINE_ROOT"
         has_wine_root || step 'Setting up 32-bit Wine (once, about 1.3 GB)' make_wine_root
     ) 9>"$CACHE/wine-root.lock" || {
-        warn 'Missing: 32-bit Wine. Get it with: sudo dpkg --add-architecture i386 && sudo apt-get update &&' \
-            'sudo apt-get install wine wine32:i386 xvfb'
+        warn "Missing: 32-bit Wine. Get it with: sudo BRENVAULT_CACHE=$CACHE scripts/launch --windows"
         return 1
     }
     bwrap --bind "$WINE_ROOT" / true || {
