@@ -1,4 +1,4 @@
-// The host's side of Platform/Win32.h: one header a family, each beside the source of the same name.
+// The host's side of Platform/Win32.h: one header a family. The sources lie one folder up.
 #pragma once
 
 #include "Platform/Host/Api/Errors.h"

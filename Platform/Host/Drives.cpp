@@ -184,7 +184,8 @@ DWORD FindEntry(const std::string& folder, std::u16string_view name, std::string
 {
     const std::unique_ptr<DIR, int (*)(DIR*)> listing(opendir(folder.c_str()), &closedir);
     if (listing == nullptr) {
-        return ErrorFromErrno(errno);
+        // Who may enter a folder but not list it can still tell that the exact name is missing.
+        return errno == EACCES ? ERROR_FILE_NOT_FOUND : ErrorFromErrno(errno);
     }
     while (const dirent* entry = readdir(listing.get())) {
         if (SameName(FromHost(entry->d_name), name)) {
@@ -208,6 +209,9 @@ DWORD FindInAnyCase(const std::string& root, const std::vector<std::u16string_vi
                     std::string& native)
 {
     native = root;
+    if (!IsFolder(root + '/')) {
+        return ERROR_PATH_NOT_FOUND;
+    }
     for (std::size_t i = 0; i < parts.size(); ++i) {
         DWORD error = Descend(native, parts[i]);
         if (error == ERROR_FILE_NOT_FOUND && i + 1 < parts.size()) {

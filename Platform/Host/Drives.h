@@ -24,7 +24,7 @@ DWORD CompletePath(std::u16string_view path, std::u16string& full);
 // The host path of a completed path, each part found whatever its letter case. ERROR_FILE_NOT_FOUND when only
 // the last part is missing, in which case `native` is where it would be; ERROR_PATH_NOT_FOUND when an earlier
 // one is missing or no folder, or the drive is unknown; ERROR_INVALID_NAME when a path that ends in a
-// separator leads to a file.
+// separator leads to a file; else the host's own reason: no access, too many open files, no memory.
 DWORD FindNative(std::u16string_view full, std::string& native);
 
 // Both in one step.

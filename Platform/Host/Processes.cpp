@@ -41,8 +41,8 @@ std::string& ChildErrorFile()
     return path;
 }
 
-// A signal does not end the wait before its time.
-void WaitUntilReadable(pollfd& descriptor, DWORD milliseconds)
+// poll's own result; a signal does not end the wait before its time.
+int WaitUntilReadable(pollfd& descriptor, DWORD milliseconds)
 {
     using std::chrono::steady_clock;
     const auto end = steady_clock::now() + std::chrono::milliseconds(milliseconds);
@@ -53,6 +53,7 @@ void WaitUntilReadable(pollfd& descriptor, DWORD milliseconds)
         ready = poll(&descriptor, 1, milliseconds == INFINITE ? -1 : timeout);
         left = std::chrono::ceil<std::chrono::milliseconds>(end - steady_clock::now()).count();
     } while (ready < 0 && errno == EINTR && left > 0);
+    return ready;
 }
 
 // A process that this one started. It is reaped when its end is first seen, so that its id stays its own.
@@ -75,8 +76,13 @@ public:
             lastError = ErrorFromErrno(errno);
             return WAIT_FAILED;
         }
-        WaitUntilReadable(end, milliseconds);
+        const int ready = WaitUntilReadable(end, milliseconds);
+        const int error = errno;
         close(end.fd);
+        if (ready < 0 && error != EINTR) {
+            lastError = ErrorFromErrno(error);
+            return WAIT_FAILED;
+        }
         return HasEnded() ? WAIT_OBJECT_0 : WAIT_TIMEOUT;
     }
 

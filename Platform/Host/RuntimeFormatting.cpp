@@ -4,6 +4,7 @@
 #include "Platform/Host/Gate.h"
 
 #include <algorithm>
+#include <cstdarg>
 #include <cstring>
 #include <string_view>
 
@@ -293,18 +294,6 @@ int Format(LPWSTR buffer, LPCWSTR format, Arguments& arguments)
 } // namespace Platform::Host
 
 using namespace Platform::Host;
-
-int WINAPI wvsprintfW(LPWSTR buffer, LPCWSTR format, std::va_list arguments)
-{
-    if (GateStops("wvsprintfW")) {
-        return 0;
-    }
-    Arguments copy;
-    va_copy(copy.list, arguments);
-    const int length = Format(buffer, format, copy);
-    va_end(copy.list);
-    return length;
-}
 
 int WINAPIV wsprintfW(LPWSTR buffer, LPCWSTR format, ...)
 {

@@ -25,7 +25,7 @@ std::string BoxText(const LaunchResult& result)
 
 constexpr const char* HINT = "\n\nRe-installing the game may fix this problem.";
 
-// Launches and expects that the game was started, once and without a word.
+// Launches and expects that the game was started without a word.
 StandInReport LaunchGame(const InstallFolder& install, const LaunchOptions& options = {})
 {
     const LaunchResult result = Launch(install, options);
@@ -124,7 +124,6 @@ TEST(Launch, NeedsRoomForThePathsOfGameAndUpdater)
     LaunchGame(InstallFolder(scratch.Path() / std::string(211 - parent, 'd')));
     const InstallFolder tooLong(scratch.Path() / std::string(212 - parent, 'd'));
     ExpectFailure(tooLong, "520000", "");
-    EXPECT_TRUE(AwaitReports(tooLong.Game(), 0).empty());
 }
 
 TEST(Launch, DoesNotWaitForTheGame)
@@ -184,6 +183,8 @@ TEST(Launch, ManyAtATimeStartOneGameEach)
     for (const StandInReport& report : AwaitReports(install.Game(), COUNT)) {
         seen.push_back(report.values.at("command line"));
     }
+    Sleep(200); // a second start of one of them would have shown by then
+    EXPECT_TRUE(AwaitReports(install.Game(), 0).empty());
     std::sort(seen.begin(), seen.end());
     EXPECT_EQ(seen, expected);
 }

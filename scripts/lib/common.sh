@@ -32,8 +32,8 @@ step() {
     "$@" >"$log" 2>&1 </dev/null 9>&- &
     pid=$!
     set +m
-    # shellcheck disable=SC2064 # this step's process
-    trap "kill -TERM -- -$pid 2>/dev/null; exit 130" INT TERM
+    trap 'end_step "$pid" INT' INT
+    trap 'end_step "$pid" TERM' TERM
     while kill -0 "$pid" 2>/dev/null; do
         elapsed=$((SECONDS - start))
         if [ -t 1 ]; then
@@ -54,6 +54,21 @@ step() {
     fi
     printf '%s: done in %s s\n' "$label" "$((SECONDS - start))"
     rm -f "$log"
+}
+
+# Ends the step's process group and then this process by the same signal, so that those above see it.
+end_step() {
+    kill -TERM -- "-$1" 2>/dev/null
+    trap - INT TERM
+    kill -"$2" "$BASHPID"
+}
+
+# list_files PATTERN...: the project's files, those not yet added included.
+list_files() {
+    local file
+    git ls-files --cached --others --exclude-standard -- "$@" | while read -r file; do
+        [ ! -f "$file" ] || echo "$file"
+    done
 }
 
 # lock FILE: takes descriptor 9, open on the file, for this process alone; says so when it has to wait.

@@ -44,7 +44,21 @@ need_packages() {
     }
 }
 
-setup_host() { need_packages "${HOST_PACKAGES[@]}"; }
+# Another system than Debian may have what the host side needs all the same.
+setup_host() {
+    local tool
+    if command -v dpkg-query >/dev/null; then
+        need_packages "${HOST_PACKAGES[@]}"
+        return
+    fi
+    for tool in cmake ninja g++ /usr/src/googletest/CMakeLists.txt; do
+        [ -f "$tool" ] || command -v "$tool" >/dev/null || {
+            warn "Missing: $tool. On Debian 12 this script installs it."
+            return 1
+        }
+    done
+}
+
 setup_check() { need_packages "${HOST_PACKAGES[@]}" "${CHECK_PACKAGES[@]}"; }
 setup_fuzz() { need_packages "${HOST_PACKAGES[@]}" "${FUZZ_PACKAGES[@]}"; }
 
@@ -70,7 +84,8 @@ debian_mirror() {
 make_wine_root() {
     local unfinished=$WINE_ROOT.unfinished mirror
     mirror=$(debian_mirror) || true
-    as_root rm -rf "$unfinished" || return
+    as_root umount -l "$unfinished/proc" 2>/dev/null # one that was broken off may have left it
+    as_root rm -rf --one-file-system "$unfinished" || return
     as_root debootstrap --variant=minbase --arch=i386 --include=wine,wine32,xvfb,xauth bookworm \
         "$unfinished" ${mirror:+"$mirror"} || return
     as_root rm -rf "$unfinished/var/cache/apt" "$unfinished/var/lib/apt/lists" || return
@@ -87,7 +102,7 @@ setup_windows() {
         lock "$WINE_ROOT"
         has_wine_root || step 'Setting up 32-bit Wine (once, about 1.3 GB)' make_wine_root
     ) 9>"$CACHE/wine-root.lock" || {
-        warn "Missing: 32-bit Wine. Get it with: sudo BRENVAULT_CACHE=$CACHE scripts/launch --windows"
+        warn 'Missing: 32-bit Wine. Run this where sudo asks for no password, or install wine with its 32-bit side and xvfb.'
         return 1
     }
     bwrap --bind "$WINE_ROOT" / true || {

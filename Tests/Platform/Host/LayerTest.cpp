@@ -11,6 +11,7 @@
 
 #include <gtest/gtest.h>
 
+#include <csignal>
 #include <fstream>
 #include <thread>
 
@@ -108,14 +109,86 @@ TEST(ProcessStart, TheLongestCommandLineIsThePlatforms)
     }
 }
 
+// A started program that ends with exit code 42, from a folder of its own.
+class StartedProgram {
+public:
+    StartedProgram()
+    {
+        std::filesystem::copy_file(BuiltProgram("StandIn.exe"), scratch_.Path() / "a.exe");
+        EXPECT_TRUE(Start(ToPlatform(scratch_.Path() / "a.exe"), process_));
+    }
+
+    ~StartedProgram()
+    {
+        EXPECT_EQ(WaitForSingleObject(process_.hProcess, 20000), WAIT_OBJECT_0);
+        EXPECT_TRUE(CloseHandle(process_.hProcess) && CloseHandle(process_.hThread));
+    }
+
+    StartedProgram(const StartedProgram&) = delete;
+    StartedProgram& operator=(const StartedProgram&) = delete;
+
+    static BOOL Start(const std::u16string& program, PROCESS_INFORMATION& process)
+    {
+        STARTUPINFOW startup = {};
+        startup.cb = sizeof(startup);
+        return CreateProcessW(program.c_str(), nullptr, nullptr, nullptr, FALSE, 0, nullptr, nullptr,
+                              &startup, &process);
+    }
+
+    [[nodiscard]] HANDLE Process() const { return process_.hProcess; }
+
+private:
+    ScratchFolder scratch_;
+    PROCESS_INFORMATION process_ = {};
+};
+
+TEST(HostProcesses, EndOnceAndTellTheirExitCodeWhateverTheSignalsSay)
+{
+    std::signal(SIGCHLD, SIG_IGN);
+    const StartedProgram program;
+    EXPECT_EQ(WaitForSingleObject(program.Process(), INFINITE), WAIT_OBJECT_0);
+    DWORD exitCode = 0;
+    EXPECT_TRUE(GetExitCodeProcess(program.Process(), &exitCode));
+    EXPECT_EQ(exitCode, 42u);
+    EXPECT_FALSE(TerminateProcess(program.Process(), 1));
+    EXPECT_EQ(GetLastError(), ERROR_ACCESS_DENIED);
+}
+
+TEST(HostProcesses, AFailedStartKeepsNoHandles)
+{
+    const HANDLE before = StartedProgram().Process();
+    PROCESS_INFORMATION process = {};
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_FALSE(StartedProgram::Start(u"Z:\\no such program", process));
+    }
+    EXPECT_EQ(StartedProgram().Process(), before);
+}
+
+TEST(HostPaths, TheCurrentDirectoryHasAtMost258Characters)
+{
+    const ScratchFolder scratch;
+    const std::size_t parent = ToPlatform(scratch.Path()).size() + 1;
+    const std::pair<std::size_t, DWORD> rows[] = {{258, 77}, {259, ERROR_FILENAME_EXCED_RANGE}};
+    for (const auto& [length, error] : rows) {
+        for (const char16_t* end : {u"", u"\\"}) {
+            const std::filesystem::path folder = scratch.Path() / std::string(length - parent, 'd');
+            std::filesystem::create_directory(folder);
+            lastError = 77;
+            SetCurrentDirectoryW((ToPlatform(folder) + end).c_str());
+            EXPECT_EQ(lastError, error) << length << ToHost(end);
+        }
+    }
+}
+
 TEST(Drives, LeadThereAndBack)
 {
     const ScratchFolder scratch;
-    std::filesystem::create_directories(scratch.Path() / "in" / "a\\b");
+    std::filesystem::create_directory(scratch.Path() / "in");
     std::ofstream(scratch.Path() / "in" / "File.TXT") << "x";
     std::ofstream(scratch.Path() / "in" / "file.txt") << "y";
     SetDrive('m', scratch.Path().native() + "/");
     SetDrive('N', scratch.Path() / "in");
+    SetDrive('O', scratch.Path() / "gone");
     EXPECT_EQ(ToHost(ToDrivePath(scratch.Path().native())), "M:\\");
     EXPECT_EQ(ToHost(ToDrivePath((scratch.Path() / "in2" / "x").native())), "M:\\in2\\x");
     EXPECT_EQ(ToHost(ToDrivePath((scratch.Path() / "in" / "x").native())), "N:\\x");
@@ -133,6 +206,8 @@ TEST(Drives, LeadThereAndBack)
         {u"M:\\IN\\", ERROR_SUCCESS, "/in"},
         {u"M:\\no\\new", ERROR_PATH_NOT_FOUND, ""},
         {u"K:\\new", ERROR_PATH_NOT_FOUND, ""},
+        {u"O:\\new", ERROR_PATH_NOT_FOUND, ""},
+        {u"O:\\", ERROR_PATH_NOT_FOUND, ""},
         {u"\\\\server\\share", ERROR_PATH_NOT_FOUND, ""},
         {u"M:\\in\\...\\x", ERROR_PATH_NOT_FOUND, ""},
     };
@@ -145,6 +220,7 @@ TEST(Drives, LeadThereAndBack)
     }
     RemoveDrive('M');
     RemoveDrive('n');
+    RemoveDrive('o');
     EXPECT_EQ(ToDrivePath(scratch.Path().native())[0], u'Z');
 }
 
