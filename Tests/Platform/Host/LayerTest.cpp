@@ -156,7 +156,7 @@ TEST(HostProcesses, EndOnceAndTellTheirExitCodeWhateverTheSignalsSay)
 
 TEST(HostProcesses, AFailedStartKeepsNoHandles)
 {
-    const HANDLE before = StartedProgram().Process();
+    HANDLE before = StartedProgram().Process();
     PROCESS_INFORMATION process = {};
     for (int i = 0; i < 3; ++i) {
         EXPECT_FALSE(StartedProgram::Start(u"Z:\\no such program", process));
