@@ -1,21 +1,10 @@
 // Any command line: the arguments it is cut into make a line that is cut into the same ones, and the line
 // itself survives the way through the host's environment.
+#include "Fuzz/Require.h"
 #include "Platform/Host/CommandLine.h"
 #include "Platform/Host/Utf.h"
 
 #include <cstdint>
-#include <cstdlib>
-
-namespace {
-
-void Require(bool condition)
-{
-    if (!condition) {
-        std::abort();
-    }
-}
-
-} // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {

@@ -1,19 +1,12 @@
 // Any bytes to UTF-16 and back: counted and written lengths agree, what is well-formed comes back unchanged,
 // what is not is replaced once and then stays.
+#include "Fuzz/Require.h"
 #include "Platform/Win32.h"
 
 #include <cstdint>
-#include <cstdlib>
 #include <string>
 
 namespace {
-
-void Require(bool condition)
-{
-    if (!condition) {
-        std::abort();
-    }
-}
 
 std::u16string Widen(const std::string& text)
 {

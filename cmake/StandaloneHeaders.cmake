@@ -1,8 +1,8 @@
 # The target `standalone_headers` compiles every header by itself, as the first line of an otherwise empty
 # source, so that no header leans on what another file happened to include before it.
-set(folders GameLauncher Platform/Windows Tests)
+set(folders GameLauncher Plinth Platform/Windows Tests)
 if(NOT WIN32)
-    list(APPEND folders Platform/Host)
+    list(APPEND folders Platform/Host Fuzz)
 endif()
 list(TRANSFORM folders PREPEND ${PROJECT_SOURCE_DIR}/ OUTPUT_VARIABLE patterns)
 list(TRANSFORM patterns APPEND /*.h)

@@ -19,8 +19,6 @@ namespace {
 // A trailing backslash and the terminator have to fit as well.
 constexpr std::size_t LONGEST_CURRENT_DIRECTORY = MAX_PATH - 2;
 
-constexpr std::size_t DRIVE_ROOT_LENGTH = 3; // "X:\\"
-
 struct CurrentDirectoryState {
     std::mutex mutex;
     std::u16string path;

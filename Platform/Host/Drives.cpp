@@ -283,14 +283,13 @@ DWORD FindNative(std::u16string_view full, std::string& native)
     if (drive == Drives().end()) {
         return ERROR_PATH_NOT_FOUND;
     }
-    const std::vector<std::u16string_view> parts = SplitParts(full.substr(2));
     native = drive->second + ToHost(full.substr(2));
     std::replace(native.begin(), native.end(), '\\', '/');
     DWORD error = Probe(native);
     if (error != ERROR_SUCCESS) {
-        error = FindInAnyCase(drive->second, parts, native);
+        error = FindInAnyCase(drive->second, SplitParts(full.substr(2)), native);
     }
-    const bool namesFolder = !parts.empty() && full.ends_with(u'\\');
+    const bool namesFolder = full.size() > DRIVE_ROOT_LENGTH && full.ends_with(u'\\');
     return error == ERROR_SUCCESS && namesFolder && !IsFolder(native) ? ERROR_INVALID_NAME : error;
 }
 

@@ -11,6 +11,9 @@
 
 namespace Platform::Host {
 
+// The length of a drive's root, "X:\\"; the one completed path that always ends in a separator.
+constexpr std::size_t DRIVE_ROOT_LENGTH = 3;
+
 // Adds, replaces or removes a drive of this process and of those it starts; Z: stays as it is. The root is an
 // absolute host path. Not while another thread uses the layer.
 void SetDrive(char letter, std::string root);

@@ -10,7 +10,7 @@ inline constinit thread_local DWORD lastError = ERROR_SUCCESS;
 // The platform's code for an errno value; ERROR_GEN_FAILURE for one without a counterpart.
 DWORD ErrorFromErrno(int error);
 
-// Sets the last error and gives FALSE, for `return Fail(code);`.
+// Sets the last error and gives 0, which is FALSE, for `return Fail(code);`.
 inline BOOL Fail(DWORD error)
 {
     lastError = error;

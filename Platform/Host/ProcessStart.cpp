@@ -5,6 +5,7 @@
 
 #include <charconv>
 #include <cstdlib>
+#include <optional>
 #include <span>
 #include <string_view>
 
@@ -33,31 +34,30 @@ std::vector<std::u16string> OwnArguments()
 
 // Reads "<error mode in hexadecimal>;<command line>". A line that does not stand for this process's arguments
 // was meant for another: some program between the two handed the variable on.
-bool ReadVariable(std::string_view value, const std::vector<std::u16string>& arguments, ProcessStart& start)
+std::optional<ProcessStart> ReadVariable(std::string_view value, const std::vector<std::u16string>& arguments)
 {
     UINT errorMode = 0;
     const auto [end, error] = std::from_chars(value.data(), value.data() + value.size(), errorMode, 16);
     const auto length = static_cast<std::size_t>(end - value.data());
     if (error != std::errc() || length == value.size() || value[length] != ';') {
-        return false;
+        return std::nullopt;
     }
     std::u16string line = FromHost(value.substr(length + 1));
     if (SplitCommandLine(line) != arguments) {
-        return false;
+        return std::nullopt;
     }
-    start = {std::move(line), errorMode};
-    return true;
+    return ProcessStart{std::move(line), errorMode};
 }
 
 ProcessStart TakeOwnStart()
 {
     const std::vector<std::u16string> arguments = OwnArguments();
-    ProcessStart start{JoinArguments(arguments), 0};
+    std::optional<ProcessStart> given;
     if (const char* value = std::getenv(START_VARIABLE)) {
-        ReadVariable(value, arguments, start);
+        given = ReadVariable(value, arguments);
         unsetenv(START_VARIABLE);
     }
-    return start;
+    return given.has_value() ? *given : ProcessStart{JoinArguments(arguments), 0};
 }
 
 // Taken before the program's entry, so that the program never sees the variable.

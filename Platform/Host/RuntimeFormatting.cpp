@@ -5,8 +5,9 @@
 
 #include <algorithm>
 #include <cstdarg>
-#include <cstring>
+#include <string>
 #include <string_view>
+#include <type_traits>
 
 namespace Platform::Host {
 

@@ -177,12 +177,6 @@ private:
     std::size_t count_ = 0;
 };
 
-int Stop(DWORD error)
-{
-    lastError = error;
-    return 0;
-}
-
 bool ArgumentsAreValid(UINT codePage, const void* source, int sourceLength, const void* destination,
                        int destinationLength)
 {
@@ -233,10 +227,10 @@ int WINAPI MultiByteToWideChar(UINT codePage, DWORD flags, LPCCH source, int sou
         return 0;
     }
     if (!ArgumentsAreValid(codePage, source, sourceLength, destination, destinationLength)) {
-        return Stop(ERROR_INVALID_PARAMETER);
+        return Fail(ERROR_INVALID_PARAMETER);
     }
     if (flags != 0) {
-        return Stop(ERROR_INVALID_FLAGS);
+        return Fail(ERROR_INVALID_FLAGS);
     }
     std::size_t left = sourceLength < 0 ? std::strlen(source) + 1 : static_cast<std::size_t>(sourceLength);
     Output output(destination, destinationLength);
@@ -244,7 +238,7 @@ int WINAPI MultiByteToWideChar(UINT codePage, DWORD flags, LPCCH source, int sou
         const Decoded next = DecodeUtf8(source, left);
         const Utf16Units encoded = EncodeUtf16(next.codePoint);
         if (!output.Put(encoded.units, encoded.count)) {
-            return Stop(ERROR_INSUFFICIENT_BUFFER);
+            return Fail(ERROR_INSUFFICIENT_BUFFER);
         }
         source += next.length;
         left -= next.length;
@@ -260,10 +254,10 @@ int WINAPI WideCharToMultiByte(UINT codePage, DWORD flags, LPCWCH source, int so
     }
     if (!ArgumentsAreValid(codePage, source, sourceLength, destination, destinationLength) ||
         defaultChar != nullptr || usedDefaultChar != nullptr) {
-        return Stop(ERROR_INVALID_PARAMETER);
+        return Fail(ERROR_INVALID_PARAMETER);
     }
     if (flags != 0) {
-        return Stop(ERROR_INVALID_FLAGS);
+        return Fail(ERROR_INVALID_FLAGS);
     }
     auto left = static_cast<std::size_t>(sourceLength);
     if (sourceLength < 0) {
@@ -274,7 +268,7 @@ int WINAPI WideCharToMultiByte(UINT codePage, DWORD flags, LPCWCH source, int so
         const Decoded next = DecodeUtf16(source, left);
         const Utf8Bytes encoded = EncodeUtf8(IsSurrogate(next.codePoint) ? REPLACEMENT : next.codePoint);
         if (!output.Put(encoded.bytes, encoded.count)) {
-            return Stop(ERROR_INSUFFICIENT_BUFFER);
+            return Fail(ERROR_INSUFFICIENT_BUFFER);
         }
         source += next.length;
         left -= next.length;

@@ -4,10 +4,12 @@
 
 namespace {
 
-template <typename Text>
-auto DataOrNull(Text& text)
+ProcessOptions WithProgram(ProcessOptions options, const InstallFolder& install)
 {
-    return text.empty() ? nullptr : text.data();
+    if (options.program.empty()) {
+        options.program = ToPlatform(install.Launcher());
+    }
+    return options;
 }
 
 } // namespace
@@ -25,39 +27,22 @@ std::filesystem::path InstallFolder::Game() const
     return folder_ / "Data" / "Base" / "_Dbg" / "Bin" / "Release" / "BrenvaultR.exe";
 }
 
-RunningLaunch::RunningLaunch(const InstallFolder& install, const LaunchOptions& options)
-    : watcher_(install.Scratch())
+RunningLaunch::RunningLaunch(const InstallFolder& install, const ProcessOptions& options)
+    : watcher_(install.Scratch()), process_(WithProgram(options, install))
 {
-    LaunchOptions given = options;
-    if (given.launcher.empty()) {
-        given.launcher = ToPlatform(install.Launcher());
-    }
-    LPVOID environment = given.environment.has_value() ? given.environment->data() : nullptr;
-    STARTUPINFOW startup = {};
-    startup.cb = sizeof(startup);
-    CreateProcessW(given.launcher.c_str(), DataOrNull(given.commandLine), nullptr, nullptr,
-                   given.inheritHandles ? TRUE : FALSE, CREATE_UNICODE_ENVIRONMENT, environment,
-                   DataOrNull(given.folder), &startup, &process_);
-}
-
-RunningLaunch::~RunningLaunch()
-{
-    CloseHandle(process_.hProcess);
-    CloseHandle(process_.hThread);
 }
 
 LaunchResult RunningLaunch::Finish()
 {
     constexpr int POLLS = 1500;
     constexpr DWORD MILLISECONDS = 10;
-    for (int poll = 0; poll < POLLS && WaitForSingleObject(process_.hProcess, MILLISECONDS) == WAIT_TIMEOUT;
+    for (int poll = 0; poll < POLLS && WaitForSingleObject(process_.Handle(), MILLISECONDS) == WAIT_TIMEOUT;
          ++poll) {
-        watcher_.Poll(process_.dwProcessId);
+        watcher_.Poll(process_.Id());
     }
-    LaunchResult result{STILL_ACTIVE, watcher_.Boxes()};
-    GetExitCodeProcess(process_.hProcess, &result.exitCode);
+    LaunchResult result{process_.ExitCode(), watcher_.Boxes()};
     if (result.exitCode == STILL_ACTIVE) {
-        TerminateProcess(process_.hProcess, STILL_ACTIVE);
+        TerminateProcess(process_.Handle(), STILL_ACTIVE);
     }
     return result;
 }

@@ -4,10 +4,10 @@
 #include "Tests/Launcher/MessageBoxWatcher.h"
 #include "Tests/Support/ScratchFolder.h"
 #include "Tests/Support/StandInReport.h"
-#include "Tests/Support/WideText.h"
+#include "Tests/Support/StartedProcess.h"
 
 #include <filesystem>
-#include <optional>
+#include <string>
 #include <vector>
 
 // The launcher and a stand-in game, laid out as a player has them.
@@ -28,14 +28,6 @@ private:
     std::filesystem::path folder_;
 };
 
-struct LaunchOptions {
-    WideText launcher;                   // empty: the install folder's
-    WideText commandLine;                // empty: the platform's own choice
-    std::optional<WideText> environment; // a block; nullopt: this process's
-    WideText folder;                     // the current directory at start; empty: this process's
-    bool inheritHandles = false;
-};
-
 struct LaunchResult {
     DWORD exitCode; // of the launcher; STILL_ACTIVE when it did not start or had to be ended by force
     std::vector<SeenMessageBox> boxes;
@@ -43,20 +35,26 @@ struct LaunchResult {
 
 class RunningLaunch {
 public:
-    RunningLaunch(const InstallFolder& install, const LaunchOptions& options);
-    ~RunningLaunch();
-    RunningLaunch(const RunningLaunch&) = delete;
-    RunningLaunch& operator=(const RunningLaunch&) = delete;
+    // Without a program named, the install folder's launcher is started.
+    RunningLaunch(const InstallFolder& install, const ProcessOptions& options);
 
     // Waits for the end, answering message boxes. After 15 seconds the launcher is ended by force.
     LaunchResult Finish();
 
 private:
     MessageBoxWatcher watcher_;
-    PROCESS_INFORMATION process_ = {};
+    StartedProcess process_;
 };
 
-inline LaunchResult Launch(const InstallFolder& install, const LaunchOptions& options = {})
+inline LaunchResult Launch(const InstallFolder& install, const ProcessOptions& options = {})
 {
     return RunningLaunch(install, options).Finish();
+}
+
+// What the launcher's box says, in UTF-8; the hint comes with a game that could not be started.
+constexpr const char* REINSTALL_HINT = "\n\nRe-installing the game may fix this problem.";
+
+inline std::string FailureText(const std::string& digits, const std::string& hint)
+{
+    return "Failed to start Brenvault  game executable (error code " + digits + ")!" + hint;
 }

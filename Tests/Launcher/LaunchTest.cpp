@@ -23,10 +23,8 @@ std::string BoxText(const LaunchResult& result)
     return texts;
 }
 
-constexpr const char* HINT = "\n\nRe-installing the game may fix this problem.";
-
 // Launches and expects that the game was started without a word.
-StandInReport LaunchGame(const InstallFolder& install, const LaunchOptions& options = {})
+StandInReport LaunchGame(const InstallFolder& install, const ProcessOptions& options = {})
 {
     const LaunchResult result = Launch(install, options);
     EXPECT_EQ(result.exitCode, 0u);
@@ -40,8 +38,7 @@ void ExpectFailure(const InstallFolder& install, const std::string& digits, cons
 {
     const LaunchResult result = Launch(install);
     EXPECT_EQ(result.exitCode, 1u);
-    EXPECT_EQ(BoxText(result),
-              "Failed to start Brenvault  game executable (error code " + digits + ")!" + hint);
+    EXPECT_EQ(BoxText(result), FailureText(digits, hint));
 }
 
 // An environment block from a literal whose entries each end in a NUL.
@@ -100,7 +97,7 @@ TEST(Launch, WorksFromADriveRoot)
 {
     const ScratchDrive drive;
     const InstallFolder install(drive.Root());
-    const StandInReport report = LaunchGame(install, {.launcher = WIDE("X:\\Launcher.exe")});
+    const StandInReport report = LaunchGame(install, {.program = WIDE("X:\\Launcher.exe")});
     EXPECT_EQ(report.values.at("folder"), "X:\\");
     EXPECT_EQ(report.values.at("program"), "X:\\Data\\Base\\_Dbg\\Bin\\Release\\BrenvaultR.exe");
 }
@@ -109,11 +106,11 @@ TEST(Launch, SaysThatTheGameIsMissingOrNoProgram)
 {
     const InstallFolder install;
     std::filesystem::remove(install.Game());
-    ExpectFailure(install, "620002", HINT);
+    ExpectFailure(install, "620002", REINSTALL_HINT);
     std::ofstream(install.Game()) << "This is no program.\n";
-    ExpectFailure(install, "6200c1", HINT);
+    ExpectFailure(install, "6200c1", REINSTALL_HINT);
     std::filesystem::remove_all(install.Path() / "Data" / "Base");
-    ExpectFailure(install, "620003", HINT);
+    ExpectFailure(install, "620003", REINSTALL_HINT);
 }
 
 // The updater's path is the longer one: it is the first that does not fit into the platform's 259 characters.
@@ -142,7 +139,7 @@ TEST(Launch, HandsOnItsEnvironmentAndErrorModeButNoHandles)
     std::FILE* inherited = std::fopen(file.c_str(), "wb");
     const WideText environment =
         EnvironmentBlock(WIDE("BRENVAULT_A=1\0BRENVAULT_B=two words \u00fc\0SystemRoot=C:\\windows\0"));
-    const LaunchOptions options{
+    const ProcessOptions options{
         .commandLine = WIDE("Launcher.exe  odd \" "), .environment = environment, .inheritHandles = true};
     const StandInReport game = LaunchGame(install, options);
     // Nothing of how the host layer hands on a command line shows; Wine adds entries of its own.
@@ -154,8 +151,8 @@ TEST(Launch, HandsOnItsEnvironmentAndErrorModeButNoHandles)
     EXPECT_EQ(game.values.at("inherited handles"), "0");
 
     // The same program started with the handle sees it: the count above can fail.
-    LaunchOptions direct = options;
-    direct.launcher = ToPlatform(install.Game());
+    ProcessOptions direct = options;
+    direct.program = ToPlatform(install.Game());
     EXPECT_EQ(Launch(install, direct).exitCode, static_cast<DWORD>(STAND_IN_EXIT_CODE));
     const std::vector<StandInReport> reports = AwaitReports(install.Game(), 1);
     ASSERT_EQ(reports.size(), 1u);
@@ -172,7 +169,7 @@ TEST(Launch, ManyAtATimeStartOneGameEach)
     for (std::size_t i = 0; i < COUNT; ++i) {
         const WideText line = WideText(WIDE("Launcher.exe ")) + static_cast<WCHAR>('a' + i);
         expected.push_back(ToUtf8(line));
-        launches.emplace_back(install, LaunchOptions{.commandLine = line});
+        launches.emplace_back(install, ProcessOptions{.commandLine = line});
     }
     for (RunningLaunch& launch : launches) {
         const LaunchResult result = launch.Finish();

@@ -1,5 +1,6 @@
 // Current directory, module path and the shell's path functions, as the real platform has them.
 #include "Tests/Support/ScratchFolder.h"
+#include "Tests/Support/StartedProcess.h"
 #include "Tests/Support/Target.h"
 
 #include <gtest/gtest.h>
@@ -9,13 +10,6 @@
 namespace {
 
 constexpr DWORD UNTOUCHED = 77;
-
-WideText Current()
-{
-    WideText folder(2000, 0);
-    folder.resize(GetCurrentDirectoryW(2000, folder.data()));
-    return folder;
-}
 
 // The last error behind a change of the current directory; UNTOUCHED when it went well.
 DWORD Enter(const WideText& folder)
@@ -145,7 +139,7 @@ TEST(Paths, TheCurrentDirectoryIsCompletedAndTestedAsItIsSet)
     };
     for (const Row& row : rows) {
         EXPECT_EQ(Enter(row.folder), row.error) << ToUtf8(row.folder);
-        EXPECT_EQ(ToUtf8(Current()), ToUtf8(root + row.below)) << ToUtf8(row.folder);
+        EXPECT_EQ(ToUtf8(OwnFolder()), ToUtf8(root + row.below)) << ToUtf8(row.folder);
     }
     const auto length = static_cast<DWORD>(root.size());
     WideText buffer(length + 2, '#');
@@ -168,7 +162,7 @@ TEST(Paths, ADriveRootKeepsItsBackslash)
     for (const WideText& path : {WideText(WIDE("..")), WideText(WIDE("\\")), WideText(WIDE("X:\\..\\..")),
                                  WideText(WIDE("X:")), WideText(WIDE("folder\\.."))}) {
         EXPECT_EQ(Enter(path), UNTOUCHED);
-        EXPECT_EQ(ToUtf8(Current()), "X:\\") << ToUtf8(path);
+        EXPECT_EQ(ToUtf8(OwnFolder()), "X:\\") << ToUtf8(path);
     }
     ASSERT_EQ(Enter(ToPlatform(std::filesystem::temp_directory_path())), UNTOUCHED);
 }

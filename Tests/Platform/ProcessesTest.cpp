@@ -1,21 +1,18 @@
 // Starting processes and waiting for them, as the real platform does it.
 #include "Tests/Support/ScratchFolder.h"
 #include "Tests/Support/StandInReport.h"
+#include "Tests/Support/StartedProcess.h"
 #include "Tests/Support/Target.h"
 
 #include <gtest/gtest.h>
 
 #include <fstream>
 #include <optional>
+#include <utility>
 
 namespace {
 
 constexpr DWORD UNTOUCHED = 77;
-
-struct Start {
-    std::optional<WideText> commandLine;
-    WideText folder;
-};
 
 class Processes : public testing::Test {
 protected:
@@ -24,36 +21,26 @@ protected:
     [[nodiscard]] std::filesystem::path Program() const { return scratch_.Path() / "A program.exe"; }
     [[nodiscard]] const std::filesystem::path& Folder() const { return scratch_.Path(); }
 
-    // The last error of starting a program: UNTOUCHED when it went well, the process then being in
-    // `process_`.
-    DWORD Try(const WideText& program, const Start& start = {})
+    // The last error of a start that has to fail.
+    static DWORD ErrorOf(const ProcessOptions& options)
     {
-        WideText line = start.commandLine.value_or(WideText());
-        STARTUPINFOW startup = {};
-        startup.cb = sizeof(startup);
-        SetLastError(UNTOUCHED);
-        const BOOL created = CreateProcessW(
-            program.c_str(), start.commandLine ? line.data() : nullptr, nullptr, nullptr, FALSE, 0, nullptr,
-            start.folder.empty() ? nullptr : start.folder.c_str(), &startup, &process_);
-        const DWORD error = GetLastError();
-        EXPECT_EQ(created != FALSE, error == UNTOUCHED) << ToUtf8(program);
-        return error;
+        const StartedProcess process(options, UNTOUCHED);
+        EXPECT_FALSE(process.Started()) << ToUtf8(options.program);
+        return process.Error();
     }
 
-    // Waits for the started process and closes its handles.
-    StandInReport Finish()
+    // Starts the program and waits for its end.
+    StandInReport Run(const ProcessOptions& options)
     {
-        EXPECT_EQ(WaitForSingleObject(process_.hProcess, 20000), WAIT_OBJECT_0);
-        DWORD exitCode = 0;
-        EXPECT_TRUE(GetExitCodeProcess(process_.hProcess, &exitCode));
-        EXPECT_EQ(exitCode, static_cast<DWORD>(STAND_IN_EXIT_CODE));
-        EXPECT_TRUE(CloseHandle(process_.hThread));
-        EXPECT_TRUE(CloseHandle(process_.hProcess));
+        StartedProcess process(options, UNTOUCHED);
+        EXPECT_TRUE(process.Started());
+        EXPECT_EQ(process.Error(), UNTOUCHED);
+        EXPECT_EQ(WaitForSingleObject(process.Handle(), 20000), WAIT_OBJECT_0);
+        EXPECT_EQ(process.ExitCode(), static_cast<DWORD>(STAND_IN_EXIT_CODE));
+        EXPECT_TRUE(process.Close());
         const std::vector<StandInReport> reports = AwaitReports(Program(), 1);
         return reports.empty() ? StandInReport{} : reports[0];
     }
-
-    PROCESS_INFORMATION process_ = {};
 
 private:
     ScratchFolder scratch_;
@@ -70,19 +57,18 @@ TEST_F(Processes, GetTheirCommandLineToTheLetter)
         {WIDE("one  \"two\" \\\"three\\\\\\\" \t"), WIDE("one  \"two\" \\\"three\\\\\\\" \t")},
     };
     for (const auto& [given, expected] : rows) {
-        ASSERT_EQ(Try(program, {.commandLine = given}), UNTOUCHED);
-        EXPECT_EQ(Finish().values["command line units"], ToUnits(expected));
+        EXPECT_EQ(Run({.program = program, .commandLine = given}).values["command line units"],
+                  ToUnits(expected));
     }
 }
 
 TEST_F(Processes, StartInTheFolderGivenElseInTheStartersOwn)
 {
     ASSERT_TRUE(SetCurrentDirectoryW(ToPlatform(Folder()).c_str()));
-    ASSERT_EQ(Try(ToPlatform(Program())), UNTOUCHED);
-    EXPECT_EQ(Finish().values["folder"], ToUtf8(ToPlatform(Folder())));
+    EXPECT_EQ(Run({.program = ToPlatform(Program())}).values["folder"], ToUtf8(ToPlatform(Folder())));
     std::filesystem::create_directory(Folder() / "other");
-    ASSERT_EQ(Try(WIDE("A program.exe"), {.folder = WIDE("other")}), UNTOUCHED);
-    EXPECT_EQ(Finish().values["folder"], ToUtf8(ToPlatform(Folder() / "other")));
+    EXPECT_EQ(Run({.program = WIDE("A program.exe"), .folder = WIDE("other")}).values["folder"],
+              ToUtf8(ToPlatform(Folder() / "other")));
 }
 
 TEST_F(Processes, AreNotStartedFromWhatIsNoProgram)
@@ -102,32 +88,29 @@ TEST_F(Processes, AreNotStartedFromWhatIsNoProgram)
         {WIDE("\\A program.exe\\"), ERROR_INVALID_NAME},
     };
     for (const auto& [name, error] : rows) {
-        EXPECT_EQ(Try(folder + name), error) << ToUtf8(name);
+        EXPECT_EQ(ErrorOf({.program = folder + name}), error) << ToUtf8(name);
     }
-    EXPECT_EQ(Try(WIDE("")), ERROR_PATH_NOT_FOUND);
-    EXPECT_EQ(Try(program, {.folder = folder + WIDE("\\missing")}), ERROR_DIRECTORY);
-    EXPECT_EQ(Try(program, {.folder = program}), ERROR_DIRECTORY);
+    EXPECT_EQ(ErrorOf({.program = WIDE("")}), ERROR_PATH_NOT_FOUND);
+    EXPECT_EQ(ErrorOf({.program = program, .folder = folder + WIDE("\\missing")}), ERROR_DIRECTORY);
+    EXPECT_EQ(ErrorOf({.program = program, .folder = program}), ERROR_DIRECTORY);
 }
 
 TEST_F(Processes, CanBeWaitedForAndEnded)
 {
     // Without anybody to take its report the stand-in would stay for 30 seconds.
-    WideText environment =
+    const WideText environment =
         WideText(WIDE("STAND_IN_STAYS=1")) + WCHAR(0) + WIDE("SystemRoot=C:\\windows") + WCHAR(0);
-    STARTUPINFOW startup = {};
-    startup.cb = sizeof(startup);
-    ASSERT_TRUE(CreateProcessW(ToPlatform(Program()).c_str(), nullptr, nullptr, nullptr, FALSE,
-                               CREATE_UNICODE_ENVIRONMENT, environment.data(), nullptr, &startup, &process_));
+    StartedProcess process({.program = ToPlatform(Program()), .environment = environment});
+    ASSERT_TRUE(process.Started());
+    EXPECT_EQ(WaitForSingleObject(process.Handle(), 50), WAIT_TIMEOUT);
     DWORD exitCode = 0;
-    EXPECT_EQ(WaitForSingleObject(process_.hProcess, 50), WAIT_TIMEOUT);
-    EXPECT_TRUE(GetExitCodeProcess(process_.hProcess, &exitCode));
+    EXPECT_TRUE(GetExitCodeProcess(process.Handle(), &exitCode));
     EXPECT_EQ(exitCode, STILL_ACTIVE);
-    EXPECT_TRUE(TerminateProcess(process_.hProcess, 0));
-    EXPECT_EQ(WaitForSingleObject(process_.hProcess, 20000), WAIT_OBJECT_0);
-    EXPECT_TRUE(GetExitCodeProcess(process_.hProcess, &exitCode));
+    EXPECT_TRUE(TerminateProcess(process.Handle(), 0));
+    EXPECT_EQ(WaitForSingleObject(process.Handle(), 20000), WAIT_OBJECT_0);
+    EXPECT_TRUE(GetExitCodeProcess(process.Handle(), &exitCode));
     EXPECT_EQ(exitCode, 0u);
-    EXPECT_TRUE(CloseHandle(process_.hThread));
-    EXPECT_TRUE(CloseHandle(process_.hProcess));
+    EXPECT_TRUE(process.Close());
 }
 
 TEST_F(Processes, HandlesThatAreNoneAreRefused)

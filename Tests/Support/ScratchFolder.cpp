@@ -1,5 +1,6 @@
 #include "Tests/Support/ScratchFolder.h"
 
+#include "Tests/Support/StartedProcess.h"
 #include "Tests/Support/Target.h"
 
 #include <string>
@@ -25,7 +26,5 @@ ScratchFolder::~ScratchFolder()
 
 std::filesystem::path BuiltProgram(const char* name)
 {
-    WideText path(2000, 0);
-    path.resize(GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size())));
-    return ToNative(path).parent_path() / name;
+    return ToNative(OwnProgram()).parent_path() / name;
 }

@@ -4,6 +4,7 @@
 // environment has STAND_IN_STAYS, the stand-in stays until its report is gone, 30 seconds at the most.
 #include "Platform/Win32.h"
 #include "Tests/Support/StandInReport.h"
+#include "Tests/Support/StartedProcess.h"
 #include "Tests/Support/Target.h"
 
 #include <algorithm>
@@ -21,25 +22,11 @@ std::string Printable(WideTextView text)
     return result;
 }
 
-WideText OwnPath()
-{
-    WideText path(2000, 0);
-    path.resize(GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size())));
-    return path;
-}
-
-WideText OwnFolder()
-{
-    WideText folder(2000, 0);
-    folder.resize(GetCurrentDirectoryW(static_cast<DWORD>(folder.size()), folder.data()));
-    return folder;
-}
-
 void WriteReport(const std::filesystem::path& path, int inheritedHandles)
 {
     const WideText commandLine = GetCommandLineW();
     std::ofstream report(path, std::ios::binary);
-    report << "program: " << Printable(OwnPath()) << '\n'
+    report << "program: " << Printable(OwnProgram()) << '\n'
            << "command line: " << Printable(commandLine) << '\n'
            << "command line units: " << ToUnits(commandLine) << '\n'
            << "folder: " << Printable(OwnFolder()) << '\n'
@@ -65,7 +52,7 @@ void StayWhile(const std::filesystem::path& report)
 int WINAPI WinMain(HINSTANCE, HINSTANCE, LPSTR, int)
 {
     const int inheritedHandles = CountInheritedHandles();
-    std::filesystem::path report = ToNative(OwnPath());
+    std::filesystem::path report = ToNative(OwnProgram());
     if (report.empty()) {
         return 1; // the test is over and has taken its folder away
     }

@@ -13,8 +13,6 @@ namespace {
 
 using namespace Platform::Host;
 
-const std::string HINT = "\n\nRe-installing the game may fix this problem.";
-
 struct Observed {
     int exitCode = -1;
     std::vector<MessageBoxCall> boxes;
@@ -47,8 +45,7 @@ void ExpectOneBox(const Observed& observed, const std::string& digits, const std
     EXPECT_EQ(observed.exitCode, 1);
     ASSERT_EQ(observed.boxes.size(), 1u);
     const MessageBoxCall& box = observed.boxes[0];
-    EXPECT_EQ(ToUtf8(box.text),
-              "Failed to start Brenvault  game executable (error code " + digits + ")!" + hint);
+    EXPECT_EQ(ToUtf8(box.text), FailureText(digits, hint));
     EXPECT_EQ(ToUtf8(box.caption), "The Brenvault Launcher");
     EXPECT_EQ(box.type, MB_ICONERROR);
     EXPECT_FALSE(box.hasOwner);
@@ -87,7 +84,7 @@ TEST(LaunchSequence, MakesItsCallsInOrderAndNoOthers)
     calls.insert(calls.end(), {"wsprintfW", "MessageBoxW"});
     EXPECT_EQ(failed.calls, calls);
     EXPECT_EQ(failed.errorModeAt.at("MessageBoxW"), SEM_FAILCRITICALERRORS);
-    ExpectOneBox(failed, "620002", HINT);
+    ExpectOneBox(failed, "620002", REINSTALL_HINT);
 }
 
 TEST(LaunchSequence, ReportsEachFailingCallByStageAndLastError)
@@ -107,9 +104,9 @@ TEST(LaunchSequence, ReportsEachFailingCallByStageAndLastError)
         {"SetCurrentDirectoryW", 1, 0x10B, "42010b", "", 9},
         {"PathAppendW", 1, 0, "520000", "", 11},
         {"PathAppendW", 2, 0xFFFF, "52ffff", "", 13},
-        {"CreateProcessW", 1, 2, "620002", HINT, 17},
-        {"CreateProcessW", 1, 0x2E4, "6202e4", HINT, 17},
-        {"CreateProcessW", 1, 0xC0000142, "62c0000142", HINT, 17},
+        {"CreateProcessW", 1, 2, "620002", REINSTALL_HINT, 17},
+        {"CreateProcessW", 1, 0x2E4, "6202e4", REINSTALL_HINT, 17},
+        {"CreateProcessW", 1, 0xC0000142, "62c0000142", REINSTALL_HINT, 17},
     };
     const InstallFolder install;
     for (const Row& row : rows) {

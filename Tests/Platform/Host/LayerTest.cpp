@@ -7,6 +7,7 @@
 #include "Platform/Host/ProcessStart.h"
 #include "Platform/Host/Utf.h"
 #include "Tests/Support/ScratchFolder.h"
+#include "Tests/Support/StartedProcess.h"
 #include "Tests/Support/Target.h"
 
 #include <gtest/gtest.h>
@@ -99,69 +100,48 @@ TEST(ProcessStart, TheLongestCommandLineIsThePlatforms)
 {
     for (const auto& [length, error] :
          {std::pair(32766, ERROR_FILE_NOT_FOUND), std::pair(32767, ERROR_FILENAME_EXCED_RANGE)}) {
-        std::u16string line(static_cast<std::size_t>(length), u'x');
-        STARTUPINFOW startup = {};
-        startup.cb = sizeof(startup);
-        PROCESS_INFORMATION process = {};
-        EXPECT_FALSE(CreateProcessW(u"Z:\\no such program", line.data(), nullptr, nullptr, FALSE, 0, nullptr,
-                                    nullptr, &startup, &process));
-        EXPECT_EQ(GetLastError(), error);
+        const std::u16string line(static_cast<std::size_t>(length), u'x');
+        const StartedProcess process({.program = u"Z:\\no such program", .commandLine = line});
+        EXPECT_FALSE(process.Started());
+        EXPECT_EQ(process.Error(), error);
     }
 }
 
-// A started program that ends with exit code 42, from a folder of its own.
-class StartedProgram {
-public:
-    StartedProgram()
+class HostProcesses : public testing::Test {
+protected:
+    HostProcesses() { std::filesystem::copy_file(BuiltProgram("StandIn.exe"), scratch_.Path() / "a.exe"); }
+
+    [[nodiscard]] ProcessOptions Program() const
     {
-        std::filesystem::copy_file(BuiltProgram("StandIn.exe"), scratch_.Path() / "a.exe");
-        EXPECT_TRUE(Start(ToPlatform(scratch_.Path() / "a.exe"), process_));
+        return {.program = ToPlatform(scratch_.Path() / "a.exe")};
     }
-
-    ~StartedProgram()
-    {
-        EXPECT_EQ(WaitForSingleObject(process_.hProcess, 20000), WAIT_OBJECT_0);
-        EXPECT_TRUE(CloseHandle(process_.hProcess) && CloseHandle(process_.hThread));
-    }
-
-    StartedProgram(const StartedProgram&) = delete;
-    StartedProgram& operator=(const StartedProgram&) = delete;
-
-    static BOOL Start(const std::u16string& program, PROCESS_INFORMATION& process)
-    {
-        STARTUPINFOW startup = {};
-        startup.cb = sizeof(startup);
-        return CreateProcessW(program.c_str(), nullptr, nullptr, nullptr, FALSE, 0, nullptr, nullptr,
-                              &startup, &process);
-    }
-
-    [[nodiscard]] HANDLE Process() const { return process_.hProcess; }
 
 private:
     ScratchFolder scratch_;
-    PROCESS_INFORMATION process_ = {};
 };
 
-TEST(HostProcesses, EndOnceAndTellTheirExitCodeWhateverTheSignalsSay)
+TEST_F(HostProcesses, EndOnceAndTellTheirExitCodeWhateverTheSignalsSay)
 {
     std::signal(SIGCHLD, SIG_IGN);
-    const StartedProgram program;
-    EXPECT_EQ(WaitForSingleObject(program.Process(), INFINITE), WAIT_OBJECT_0);
-    DWORD exitCode = 0;
-    EXPECT_TRUE(GetExitCodeProcess(program.Process(), &exitCode));
-    EXPECT_EQ(exitCode, 42u);
-    EXPECT_FALSE(TerminateProcess(program.Process(), 1));
+    const StartedProcess process(Program());
+    EXPECT_EQ(WaitForSingleObject(process.Handle(), INFINITE), WAIT_OBJECT_0);
+    EXPECT_EQ(process.ExitCode(), 42u);
+    EXPECT_FALSE(TerminateProcess(process.Handle(), 1));
     EXPECT_EQ(GetLastError(), ERROR_ACCESS_DENIED);
 }
 
-TEST(HostProcesses, AFailedStartKeepsNoHandles)
+TEST_F(HostProcesses, AFailedStartKeepsNoHandles)
 {
-    HANDLE before = StartedProgram().Process();
-    PROCESS_INFORMATION process = {};
+    const auto handleOfNext = [this] {
+        const StartedProcess process(Program());
+        EXPECT_EQ(WaitForSingleObject(process.Handle(), 20000), WAIT_OBJECT_0);
+        return process.Handle();
+    };
+    const auto before = handleOfNext();
     for (int i = 0; i < 3; ++i) {
-        EXPECT_FALSE(StartedProgram::Start(u"Z:\\no such program", process));
+        EXPECT_FALSE(StartedProcess({.program = u"Z:\\no such program"}).Started());
     }
-    EXPECT_EQ(StartedProgram().Process(), before);
+    EXPECT_EQ(handleOfNext(), before);
 }
 
 TEST(HostPaths, TheCurrentDirectoryHasAtMost258Characters)
