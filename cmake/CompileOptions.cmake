@@ -7,3 +7,9 @@ target_compile_options(CompileOptions INTERFACE
     -Wnon-virtual-dtor -Woverloaded-virtual -Wformat=2 -Wundef -Wimplicit-fallthrough
     -Wno-missing-field-initializers # designated initializers leave members out on purpose
     $<$<CXX_COMPILER_ID:GNU>:-Wduplicated-cond -Wlogical-op -Wuseless-cast>)
+if(WIN32)
+    # The folder of a build is no input of the program: debug information and texts name files from the root, and
+    # the last map that matches counts.
+    target_compile_options(CompileOptions INTERFACE
+        "-ffile-prefix-map=${PROJECT_SOURCE_DIR}/=" "-ffile-prefix-map=${PROJECT_BINARY_DIR}=build")
+endif()

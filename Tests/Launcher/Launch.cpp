@@ -4,6 +4,8 @@
 
 namespace {
 
+constexpr const char* RUNTIME_ASSEMBLY = "Brenvault.Runtime"; // what the Windows launcher needs beside it
+
 ProcessOptions WithProgram(ProcessOptions options, const InstallFolder& install)
 {
     if (options.program.empty()) {
@@ -19,6 +21,10 @@ InstallFolder::InstallFolder(const std::filesystem::path& folder, const std::fil
 {
     std::filesystem::create_directories(Game().parent_path());
     std::filesystem::copy_file(launcher, Launcher());
+    const std::filesystem::path runtime = launcher.parent_path() / RUNTIME_ASSEMBLY;
+    if (std::filesystem::exists(runtime)) {
+        std::filesystem::copy(runtime, folder_ / RUNTIME_ASSEMBLY);
+    }
     std::filesystem::copy_file(BuiltProgram("StandIn.exe"), Game());
 }
 

@@ -4,10 +4,15 @@
 HOST_PACKAGES=(cmake ninja-build g++ googletest)
 CHECK_PACKAGES=(clang-14 clang-format-14 clang-tidy-14 shellcheck python3 git)
 WINDOWS_PACKAGES=(g++-mingw-w64-i686-win32)
+SHIPPING_PACKAGES=(python3-pefile)
+ICON_PACKAGES=(librsvg2-bin icoutils python3-pil)
 WINE_PACKAGES=(debootstrap bubblewrap)
 FUZZ_PACKAGES=(clang-14 libclang-rt-14-dev)
 
 WINE_ROOT=$CACHE/wine-root
+# The one that Debian's Python modules belong to, whatever else the path has.
+# shellcheck disable=SC2034 # for the scripts
+PYTHON=/usr/bin/python3
 
 missing_packages() {
     local package
