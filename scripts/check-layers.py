@@ -11,8 +11,8 @@ from pathlib import Path
 
 # From the top down; the longest matching prefix counts. Layers of equal rank may not use each other.
 LAYERS = [
+    ("Benchmarks/", 110),
     ("Tests/", 100),
-    ("Benchmarks/", 100),
     ("Fuzz/", 100),
     ("GameLauncher/", 90),
     ("Plinth/Debug/", 80),

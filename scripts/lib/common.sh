@@ -86,3 +86,12 @@ build() {
     [ -f "build/$preset/build.ninja" ] || step "Configuring $preset" cmake --preset "$preset" || return
     step "Building $preset" cmake --build --preset "$preset" --target "$@"
 }
+
+# install_tree PRESET: its install tree in dist/PRESET, with nothing left in it from before.
+install_tree() {
+    rm -rf "dist/$1"
+    cmake --install "build/$1" >/dev/null
+}
+
+# built_version PRESET: the version that it was configured with.
+built_version() { sed -n 's/^CMAKE_PROJECT_VERSION:STATIC=//p' "build/$1/CMakeCache.txt"; }

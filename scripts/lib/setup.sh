@@ -4,7 +4,7 @@
 HOST_PACKAGES=(cmake ninja-build g++ googletest)
 CHECK_PACKAGES=(clang-14 clang-format-14 clang-tidy-14 shellcheck python3 git)
 WINDOWS_PACKAGES=(g++-mingw-w64-i686-win32)
-SHIPPING_PACKAGES=(python3-pefile)
+SHIPPING_PACKAGES=(python3-pefile git)
 ICON_PACKAGES=(librsvg2-bin icoutils python3-pil)
 WINE_PACKAGES=(debootstrap bubblewrap)
 FUZZ_PACKAGES=(clang-14 libclang-rt-14-dev)
@@ -65,6 +65,7 @@ setup_host() {
 }
 
 setup_check() { need_packages "${HOST_PACKAGES[@]}" "${CHECK_PACKAGES[@]}"; }
+setup_icon() { need_packages "${ICON_PACKAGES[@]}"; }
 setup_fuzz() { need_packages "${HOST_PACKAGES[@]}" "${FUZZ_PACKAGES[@]}"; }
 
 # A Wine of the machine's own, with its 32-bit side and a virtual screen.
@@ -96,6 +97,9 @@ make_wine_root() {
     as_root rm -rf "$unfinished/var/cache/apt" "$unfinished/var/lib/apt/lists" || return
     as_root mv "$unfinished" "$WINE_ROOT"
 }
+
+# What builds the Windows program and reads and packs it, without running it.
+setup_shipping() { need_packages "${HOST_PACKAGES[@]}" "${WINDOWS_PACKAGES[@]}" "${SHIPPING_PACKAGES[@]}"; }
 
 # The cross compiler and a 32-bit Wine: the machine's own, or one in a root folder in the cache.
 setup_windows() {
