@@ -20,7 +20,7 @@ int WINAPI WinMain(HINSTANCE, HINSTANCE, LPSTR, int)
     PROCESS_INFORMATION processInformation = {};
 
     SetErrorMode(SEM_FAILCRITICALERRORS);
-    const LPWSTR commandLine = GetCommandLineW();
+    LPWSTR commandLine = GetCommandLineW();
     GetModuleFileNameW(nullptr, folder, 772);
     PathRemoveFileSpecW(folder);
     SetCurrentDirectoryW(folder);

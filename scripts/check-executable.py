@@ -78,6 +78,21 @@ def tree_faults(tree):
     yield from (f"{name} does not belong to the tree" for name in sorted(found - TREE))
 
 
+def layout_faults(pe):
+    """The platform refuses a gap between two sections, which tools that add one can leave; Wine does not."""
+
+    def aligned(size):
+        return -(-size // pe.OPTIONAL_HEADER.SectionAlignment) * pe.OPTIONAL_HEADER.SectionAlignment
+
+    end = aligned(pe.OPTIONAL_HEADER.SizeOfHeaders)
+    for name, section in sections(pe).items():
+        if section.VirtualAddress != end:
+            yield f"a gap before the section {name}"
+        end = aligned(section.VirtualAddress + section.Misc_VirtualSize)
+    if end != pe.OPTIONAL_HEADER.SizeOfImage:
+        yield "the sections do not end with the image"
+
+
 def image_faults(pe, allowed_imports):
     """What programs and libraries have in common."""
     if pe.FILE_HEADER.Machine != pefile.MACHINE_TYPE["IMAGE_FILE_MACHINE_I386"]:
@@ -89,6 +104,7 @@ def image_faults(pe, allowed_imports):
     for name, flag, wanted in DLL_FLAGS:
         if bool(pe.OPTIONAL_HEADER.DllCharacteristics & flag) != wanted:
             yield f"{name} is {'off' if wanted else 'on'}"
+    yield from layout_faults(pe)
     yield from (f"imports {name}" for name in sorted(imports(pe) - allowed_imports))
 
 

@@ -62,6 +62,8 @@ DAMAGES = [
     ("DEP is off", flags(lambda bits: bits & ~0x100)),
     ("no-SEH is on", flags(lambda bits: bits | 0x400)),
     ("no relocations", header("FILE_HEADER", "Characteristics", lambda bits: bits | 1)),
+    ("the sections do not end with the image", header("OPTIONAL_HEADER", "SizeOfImage", lambda size: size + 4096)),
+    ("a gap before the section", header("OPTIONAL_HEADER", "SectionAlignment", lambda _: 512)),
     ("libstdc++-6.dll: not stripped", header("FILE_HEADER", "NumberOfSymbols", lambda _: 5, LIBRARY)),
     ("imports SHELL32.dll", text("SHLWAPI.dll", "SHELL32.dll")),
     ("libstdc++-6.dll: imports msvcrx.dll", replace(LIBRARY, b"\0msvcrt.dll\0", b"\0msvcrx.dll\0")),
