@@ -8,8 +8,11 @@ target_compile_options(CompileOptions INTERFACE
     -Wno-missing-field-initializers # designated initializers leave members out on purpose
     $<$<CXX_COMPILER_ID:GNU>:-Wduplicated-cond -Wlogical-op -Wuseless-cast>)
 if(WIN32)
-    # The folder of a build is no input of the program: debug information and texts name files from the root, and
-    # the last map that matches counts.
+    # The folder of a build is no input of the program: debug information and texts name files from the root,
+    # also where the folder was reached through a link. The last map that matches counts.
+    file(REAL_PATH ${PROJECT_SOURCE_DIR} real_source)
+    file(REAL_PATH ${PROJECT_BINARY_DIR} real_binary)
     target_compile_options(CompileOptions INTERFACE
-        "-ffile-prefix-map=${PROJECT_SOURCE_DIR}/=" "-ffile-prefix-map=${PROJECT_BINARY_DIR}=build")
+        "-ffile-prefix-map=${PROJECT_SOURCE_DIR}/=" "-ffile-prefix-map=${real_source}/="
+        "-ffile-prefix-map=${PROJECT_BINARY_DIR}=build" "-ffile-prefix-map=${real_binary}=build")
 endif()

@@ -14,15 +14,20 @@ import pefile
 LARGEST_PROGRAM = 96 * 1024
 ASSEMBLY = "Brenvault.Runtime"
 RUNTIME_LIBRARIES = {"libgcc_s_dw2-1.dll", "libstdc++-6.dll"}
-TREE = {"Launcher.exe", f"{ASSEMBLY}/{ASSEMBLY}.manifest"} | {f"{ASSEMBLY}/{name}" for name in RUNTIME_LIBRARIES}
+TREE = {"Launcher.exe", ASSEMBLY, f"{ASSEMBLY}/{ASSEMBLY}.manifest"} | {f"{ASSEMBLY}/{name}" for name in RUNTIME_LIBRARIES}
 PROGRAM_IMPORTS = {"KERNEL32.dll", "msvcrt.dll", "SHLWAPI.dll", "USER32.dll"} | RUNTIME_LIBRARIES
 RUNTIME_IMPORTS = {"KERNEL32.dll", "msvcrt.dll"} | RUNTIME_LIBRARIES
 
-DLL_FLAGS = [("ASLR", 0x0040, True), ("DEP", 0x0100, True), ("no-SEH", 0x0400, False)]
-RELOCATIONS_STRIPPED = 0x0001
+# Executable, line numbers and symbols stripped, 32 bits; not: relocations stripped.
+PROGRAM_FILE_FLAGS = 0x0002 | 0x0004 | 0x0008 | 0x0100
+LIBRARY_FILE_FLAGS = PROGRAM_FILE_FLAGS | 0x0200 | 0x2000  # debug information apart, a library
+# ASLR and DEP; not: free of exception handlers (0x0400), without a manifest (0x0200).
+LOADER_FLAGS = 0x0040 | 0x0100
+WRITABLE_CODE = 0x80000000 | 0x20000000
 
+ICON = Path(__file__).parents[1] / "GameLauncher" / "Resources" / "Launcher.ico"
 ICON_GROUP = 101
-ICON_IMAGES = {(size, bits) for size in (16, 32, 48, 64) for bits in (8, 32)}
+ICON_IMAGES = sorted((size, bits) for size in (16, 32, 48, 64) for bits in (8, 32))
 
 MANIFEST_NAMES = {
     "asm": "urn:schemas-microsoft-com:asm.v1",
@@ -37,6 +42,7 @@ SUPPORTED_SYSTEMS = {
     "{8e0f7a12-bfb3-4fe8-b9a5-48fd50a15a9a}",  # Windows 10 and 11
 }
 
+VERSION_LANGUAGE = b"040904b0"  # US English, UTF-16
 VERSION_TEXTS = {
     "CompanyName": "Brenvault",
     "FileDescription": "The Brenvault Launcher",
@@ -69,11 +75,19 @@ def sections(pe):
 
 
 def imports(pe):
-    return {entry.dll.decode() for entry in getattr(pe, "DIRECTORY_ENTRY_IMPORT", [])}
+    """The libraries that it needs at its start, and what it takes from each."""
+    return {
+        entry.dll.decode(): {function.name for function in entry.imports}
+        for entry in getattr(pe, "DIRECTORY_ENTRY_IMPORT", [])
+    }
+
+
+def exports(pe):
+    return {symbol.name for symbol in pe.DIRECTORY_ENTRY_EXPORT.symbols}
 
 
 def tree_faults(tree):
-    found = {path.relative_to(tree).as_posix() for path in tree.rglob("*") if not path.is_dir()}
+    found = {path.relative_to(tree).as_posix() for path in tree.rglob("*")}
     yield from (f"{name} is missing" for name in sorted(TREE - found))
     yield from (f"{name} does not belong to the tree" for name in sorted(found - TREE))
 
@@ -93,19 +107,25 @@ def layout_faults(pe):
         yield "the sections do not end with the image"
 
 
-def image_faults(pe, allowed_imports):
+def image_faults(pe, file_flags, allowed_imports):
     """What programs and libraries have in common."""
-    if pe.FILE_HEADER.Machine != pefile.MACHINE_TYPE["IMAGE_FILE_MACHINE_I386"]:
+    header = pe.FILE_HEADER
+    if header.Machine != pefile.MACHINE_TYPE["IMAGE_FILE_MACHINE_I386"]:
         yield "not built for i386"
-    if pe.FILE_HEADER.NumberOfSymbols or any(name.startswith(".debug") for name in sections(pe)):
-        yield "not stripped"
-    if pe.FILE_HEADER.Characteristics & RELOCATIONS_STRIPPED or not hasattr(pe, "DIRECTORY_ENTRY_BASERELOC"):
+    if header.Characteristics != file_flags:
+        yield f"its kind is {header.Characteristics:#06x}, not {file_flags:#06x}"
+    if pe.OPTIONAL_HEADER.DllCharacteristics != LOADER_FLAGS:
+        yield f"its loader flags are {pe.OPTIONAL_HEADER.DllCharacteristics:#06x}, not {LOADER_FLAGS:#06x}"
+    if not any(block.entries for block in getattr(pe, "DIRECTORY_ENTRY_BASERELOC", [])):
         yield "no relocations"
-    for name, flag, wanted in DLL_FLAGS:
-        if bool(pe.OPTIONAL_HEADER.DllCharacteristics & flag) != wanted:
-            yield f"{name} is {'off' if wanted else 'on'}"
+    if header.NumberOfSymbols or any(name.startswith(".debug") for name in sections(pe)):
+        yield "not stripped"
+    if any(section.Characteristics & WRITABLE_CODE == WRITABLE_CODE for section in pe.sections):
+        yield "code that can be written to"
     yield from layout_faults(pe)
-    yield from (f"imports {name}" for name in sorted(imports(pe) - allowed_imports))
+    if not imports(pe) or hasattr(pe, "DIRECTORY_ENTRY_DELAY_IMPORT"):
+        yield "no imports at its start, or some later"
+    yield from (f"imports {name}" for name in sorted(set(imports(pe)) - allowed_imports))
 
 
 def debug_link_faults(pe, debug):
@@ -122,7 +142,7 @@ def debug_link_faults(pe, debug):
 
 
 def identity(element):
-    return dict(element.attrib) if element is not None else None
+    return element.attrib if element is not None else None
 
 
 def manifest_faults(pe, assembly_manifest, version):
@@ -139,49 +159,44 @@ def manifest_faults(pe, assembly_manifest, version):
         yield f"supported systems differ by {sorted(systems ^ SUPPORTED_SYSTEMS)}"
 
     assembly = xml.fromstring(assembly_manifest)
-    own = identity(assembly.find("asm:assemblyIdentity", MANIFEST_NAMES))
-    wanted = manifest.findall(".//asm:dependentAssembly/asm:assemblyIdentity", MANIFEST_NAMES)
-    expected = {"type": "win32", "name": ASSEMBLY, "version": version, "processorArchitecture": "x86"}
-    if own != expected or [identity(element) for element in wanted] != [expected]:
-        yield f"the manifest does not ask for the assembly {ASSEMBLY} {version} that is there"
+    own_path, wanted_path = "asm:assemblyIdentity", "asm:dependency/asm:dependentAssembly/asm:assemblyIdentity"
+    runtime = {"type": "win32", "name": ASSEMBLY, "version": version, "processorArchitecture": "x86"}
+    if [identity(element) for element in manifest.findall(wanted_path, MANIFEST_NAMES)] != [runtime]:
+        yield f"does not ask for the assembly {ASSEMBLY} {version}"
+    if identity(assembly.find(own_path, MANIFEST_NAMES)) != runtime:
+        yield f"the assembly beside it is not {ASSEMBLY} {version}"
+    if identity(manifest.find(own_path, MANIFEST_NAMES)) != runtime | {"name": "Brenvault.Launcher"}:
+        yield "the manifest has another name or version"
+    if {root.get("manifestVersion") for root in (manifest, assembly)} != {"1.0"}:
+        yield "a manifest of an unknown kind"
     if {file.get("name") for file in assembly.findall("asm:file", MANIFEST_NAMES)} != RUNTIME_LIBRARIES:
         yield "the assembly's manifest names other files than it has"
 
 
-def icon_image_faults(size, bits, data):
-    """An image is a header, a palette, the pixels and a mask of one bit a pixel in rows of whole 32-bit words."""
-    palette_end = 40 + (1024 if bits == 8 else 0)
-    pixels_end = palette_end + size * size * bits // 8
-    mask_size = (size + 31) // 32 * 4 * size
-    header = struct.unpack_from("<IiiHHI", data)
-    if header != (40, size, 2 * size, 1, bits, 0) or len(data) != pixels_end + mask_size:
-        yield f"icon image {size}x{size}, {bits} bits: damaged"
-        return
-    if bits == 8:
-        used = set(data[palette_end:pixels_end])
-        colours = {data[40 + 4 * index : 43 + 4 * index] for index in used}
-        if len(colours) < size:
-            yield f"icon image {size}x{size}, 8 bits: only {len(colours)} colours"
-    else:
-        alpha = set(data[palette_end + 3 : pixels_end : 4])
-        if 255 not in alpha or not alpha - {0, 255}:
-            yield f"icon image {size}x{size}, 32 bits: no soft edges in its alpha"
+def icon_file():
+    """The images of the icon file: what a group says of each, and the image."""
+    data = ICON.read_bytes()
+    for index in range(struct.unpack_from("<H", data, 4)[0]):
+        description, place = struct.unpack_from("<12sI", data, 6 + 16 * index)
+        size = struct.unpack_from("<I", description, 8)[0]
+        yield description, data[place : place + size]
 
 
 def icon_faults(pe):
-    images = dict(resources(pe, "RT_ICON"))
-    groups = dict(resources(pe, "RT_GROUP_ICON"))
+    """A group is the directory of an icon file with resource ids in place of the images' places."""
+    images, groups = dict(resources(pe, "RT_ICON")), dict(resources(pe, "RT_GROUP_ICON"))
     if list(groups) != [ICON_GROUP]:
         yield f"icon groups {list(groups)}, not {ICON_GROUP} alone"
         return
     group = groups[ICON_GROUP]
-    entries = [struct.unpack_from("<BBBBHHIH", group, 6 + 14 * i) for i in range(struct.unpack_from("<H", group, 4)[0])]
-    found = sorted((entry[0], entry[5]) for entry in entries if entry[0] == entry[1])
-    if found != sorted(ICON_IMAGES) or {entry[7] for entry in entries} != set(images):
-        yield f"icon images (size, bits) are {found}"
-        return
-    for width, _, _, _, _, bits, _, image in entries:
-        yield from icon_image_faults(width, bits, images[image])
+    entries = [struct.unpack_from("<12sH", group, 6 + 14 * i) for i in range(struct.unpack_from("<H", group, 4)[0])]
+    if [(description, images.get(image)) for description, image in entries] != list(icon_file()):
+        yield "its icon is not Launcher.ico"
+    if len(images) != len(entries):
+        yield "icon images that no group has"
+    sizes = [struct.unpack("<BBBBHH4x", description) for description, _ in entries]
+    if sorted((size[0], size[5]) for size in sizes) != ICON_IMAGES or any(size[0] != size[1] for size in sizes):
+        yield f"icon images are {sizes}"
 
 
 def version_faults(pe, version):
@@ -191,11 +206,20 @@ def version_faults(pe, version):
         numbers = f"{high >> 16}.{high & 0xFFFF}.{low >> 16}.{low & 0xFFFF}"
         if numbers != version:
             yield f"the version resource's {name.lower()} version is {numbers}, not {version}"
-    tables = [table for block in pe.FileInfo[0] if block.Key == b"StringFileInfo" for table in block.StringTable]
-    texts = {key.decode(): value.decode() for table in tables for key, value in table.entries.items()}
+    if (fixed.FileFlags, fixed.FileOS, fixed.FileType) != (0, 0x40004, 1):
+        yield "the version resource is not that of a released 32-bit program"
+
+    blocks = {block.Key: block for block in pe.FileInfo[0]}
+    texts = [
+        (table.LangID, {key.decode(): value.decode() for key, value in table.entries.items()})
+        for table in blocks[b"StringFileInfo"].StringTable
+    ]
     expected = VERSION_TEXTS | {"FileVersion": version, "ProductVersion": version}
-    if len(tables) != 1 or texts != expected:
+    if texts != [(VERSION_LANGUAGE, expected)]:
         yield f"the version resource's texts are {texts}"
+    # A reader finds the texts through this pair of language and code page.
+    if [variable.entry for variable in blocks[b"VarFileInfo"].Var] != [{b"Translation": "0x0409 0x04b0"}]:
+        yield "the version resource's texts cannot be found"
 
 
 def program_faults(tree, debug, version):
@@ -205,21 +229,26 @@ def program_faults(tree, debug, version):
     pe = pefile.PE(path)
     if pe.OPTIONAL_HEADER.Subsystem != pefile.SUBSYSTEM_TYPE["IMAGE_SUBSYSTEM_WINDOWS_GUI"]:
         yield "no GUI program"
-    yield from image_faults(pe, PROGRAM_IMPORTS)
-    if not imports(pe) & RUNTIME_LIBRARIES:
-        yield "imports nothing of the runtime assembly"
+    if pe.FILE_HEADER.TimeDateStamp != 0:
+        yield "it has a link time"
+    yield from image_faults(pe, PROGRAM_FILE_FLAGS, PROGRAM_IMPORTS)
     yield from debug_link_faults(pe, debug)
     yield from manifest_faults(pe, (tree / ASSEMBLY / f"{ASSEMBLY}.manifest").read_bytes(), version)
     yield from icon_faults(pe)
     yield from version_faults(pe, version)
 
 
-def library_faults(path):
-    pe = pefile.PE(path, fast_load=True)
-    pe.parse_data_directories(
-        [pefile.DIRECTORY_ENTRY["IMAGE_DIRECTORY_ENTRY_IMPORT"], pefile.DIRECTORY_ENTRY["IMAGE_DIRECTORY_ENTRY_BASERELOC"]]
-    )
-    yield from image_faults(pe, RUNTIME_IMPORTS)
+def runtime_faults(tree):
+    """The program and the libraries of the assembly, as far as they need each other."""
+    libraries = {name: pefile.PE(tree / ASSEMBLY / name) for name in RUNTIME_LIBRARIES}
+    program = pefile.PE(tree / "Launcher.exe")
+    if not set(imports(program)) & RUNTIME_LIBRARIES:
+        yield "Launcher.exe: imports nothing of the runtime assembly"
+    for name, library in libraries.items():
+        yield from (f"{name}: {fault}" for fault in image_faults(library, LIBRARY_FILE_FLAGS, RUNTIME_IMPORTS))
+        for user in (program, *libraries.values()):
+            if not imports(user).get(name, set()) <= exports(library):
+                yield f"{name}: lacks functions that others import"
 
 
 def faults(tree, debug, version):
@@ -228,8 +257,7 @@ def faults(tree, debug, version):
         yield from missing
         return
     yield from (f"Launcher.exe: {fault}" for fault in program_faults(tree, debug, version))
-    for name in sorted(RUNTIME_LIBRARIES):
-        yield from (f"{name}: {fault}" for fault in library_faults(tree / ASSEMBLY / name))
+    yield from runtime_faults(tree)
 
 
 def main():
@@ -238,9 +266,9 @@ def main():
     if found:
         print("\n".join(found))
         return 1
-    pe = pefile.PE(tree / "Launcher.exe")
-    size = (tree / "Launcher.exe").stat().st_size
-    print(f"Launcher.exe {version}: {size} of {LARGEST_PROGRAM} bytes, imports {', '.join(sorted(imports(pe)))}")
+    program = tree / "Launcher.exe"
+    imported = ", ".join(sorted(imports(pefile.PE(program))))
+    print(f"Launcher.exe {version}: {program.stat().st_size} of {LARGEST_PROGRAM} bytes, imports {imported}")
     return 0
 
 

@@ -80,10 +80,15 @@ lock() {
 
 # build PRESET TARGET...: configures where that is due, and builds.
 build() {
-    local preset=$1
+    local preset=$1 settings stamp=build/$1/settings
     shift
-    # A configured folder reconfigures itself through the build.
-    [ -f "build/$preset/build.ninja" ] || step "Configuring $preset" cmake --preset "$preset" || return
+    # A configured folder reconfigures itself through the build, but for the presets and the toolchain: these
+    # count only in a fresh one.
+    settings=$(sha256sum CMakePresets.json cmake/mingw-i686.cmake)
+    if [ ! -f "build/$preset/build.ninja" ] || [ "$(cat "$stamp" 2>/dev/null)" != "$settings" ]; then
+        step "Configuring $preset" cmake --fresh --preset "$preset" || return
+        echo "$settings" >"$stamp"
+    fi
     step "Building $preset" cmake --build --preset "$preset" --target "$@"
 }
 

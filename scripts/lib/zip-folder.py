@@ -7,11 +7,15 @@ import time
 import zipfile
 from pathlib import Path
 
-folder, archive, seconds = Path(sys.argv[1]), sys.argv[2], int(sys.argv[3])
-date = time.gmtime(seconds)[:6]
-with zipfile.ZipFile(archive, "w", zipfile.ZIP_DEFLATED, compresslevel=9) as packed:
+BEGIN_OF_ZIP_TIME = (1980, 1, 1, 0, 0, 0)
+
+folder, archive, seconds = Path(sys.argv[1]), Path(sys.argv[2]), int(sys.argv[3])
+date = max(time.gmtime(seconds)[:6], BEGIN_OF_ZIP_TIME)
+unfinished = archive.with_suffix(".unfinished")
+with zipfile.ZipFile(unfinished, "w", zipfile.ZIP_DEFLATED, compresslevel=9) as packed:
     for path in sorted(path for path in folder.rglob("*") if path.is_file()):
         entry = zipfile.ZipInfo(path.relative_to(folder).as_posix(), date)
         entry.compress_type = zipfile.ZIP_DEFLATED
-        entry.create_system = 0  # plain file attributes
+        entry.create_system = 0  # no permissions of a Unix system
         packed.writestr(entry, path.read_bytes())
+unfinished.replace(archive)

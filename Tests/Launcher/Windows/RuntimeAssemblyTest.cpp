@@ -60,7 +60,7 @@ TEST(RuntimeAssembly, GivesTheLibrariesThatTheManifestAsksFor)
     }
 }
 
-// A library that someone put beside the launcher is never loaded in place of the assembly's.
+// A library that another program left beside the launcher is not loaded in place of the assembly's.
 TEST(RuntimeAssembly, GoesBeforeLibrariesOfTheSameNameBesideTheLauncher)
 {
     const InstallFolder install;
