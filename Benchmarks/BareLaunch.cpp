@@ -20,6 +20,7 @@ int WINAPI WinMain(HINSTANCE, HINSTANCE, LPSTR, int)
     PROCESS_INFORMATION processInformation = {};
 
     SetErrorMode(SEM_FAILCRITICALERRORS);
+    SetLastError(0);
     LPWSTR commandLine = GetCommandLineW();
     GetModuleFileNameW(nullptr, folder, 772);
     PathRemoveFileSpecW(folder);

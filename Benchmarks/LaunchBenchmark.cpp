@@ -23,7 +23,7 @@ using Milliseconds = std::chrono::duration<double, std::milli>;
     std::exit(1);
 }
 
-// The game's end is awaited too, but not measured: it would run into the next launch.
+// The game's report is awaited too, but not measured: the game would run into the next launch.
 double MillisecondsOfLaunch(const InstallFolder& install, const std::filesystem::path& program)
 {
     const auto start = std::chrono::steady_clock::now();

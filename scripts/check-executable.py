@@ -222,26 +222,22 @@ def version_faults(pe, version):
         yield "the version resource's texts cannot be found"
 
 
-def program_faults(tree, debug, version):
-    path = tree / "Launcher.exe"
-    if path.stat().st_size > LARGEST_PROGRAM:
-        yield f"{path.stat().st_size} bytes, more than {LARGEST_PROGRAM}"
-    pe = pefile.PE(path)
+def program_faults(pe, assembly_manifest, debug, version):
+    if len(pe.__data__) > LARGEST_PROGRAM:
+        yield f"{len(pe.__data__)} bytes, more than {LARGEST_PROGRAM}"
     if pe.OPTIONAL_HEADER.Subsystem != pefile.SUBSYSTEM_TYPE["IMAGE_SUBSYSTEM_WINDOWS_GUI"]:
         yield "no GUI program"
     if pe.FILE_HEADER.TimeDateStamp != 0:
         yield "it has a link time"
     yield from image_faults(pe, PROGRAM_FILE_FLAGS, PROGRAM_IMPORTS)
     yield from debug_link_faults(pe, debug)
-    yield from manifest_faults(pe, (tree / ASSEMBLY / f"{ASSEMBLY}.manifest").read_bytes(), version)
+    yield from manifest_faults(pe, assembly_manifest, version)
     yield from icon_faults(pe)
     yield from version_faults(pe, version)
 
 
-def runtime_faults(tree):
-    """The program and the libraries of the assembly, as far as they need each other."""
-    libraries = {name: pefile.PE(tree / ASSEMBLY / name) for name in RUNTIME_LIBRARIES}
-    program = pefile.PE(tree / "Launcher.exe")
+def runtime_faults(program, libraries):
+    """The libraries of the assembly by name, and whether they and the program fit together."""
     if not set(imports(program)) & RUNTIME_LIBRARIES:
         yield "Launcher.exe: imports nothing of the runtime assembly"
     for name, library in libraries.items():
@@ -256,8 +252,10 @@ def faults(tree, debug, version):
     if missing:
         yield from missing
         return
-    yield from (f"Launcher.exe: {fault}" for fault in program_faults(tree, debug, version))
-    yield from runtime_faults(tree)
+    program = pefile.PE(tree / "Launcher.exe")
+    assembly_manifest = (tree / ASSEMBLY / f"{ASSEMBLY}.manifest").read_bytes()
+    yield from (f"Launcher.exe: {fault}" for fault in program_faults(program, assembly_manifest, debug, version))
+    yield from runtime_faults(program, {name: pefile.PE(tree / ASSEMBLY / name) for name in RUNTIME_LIBRARIES})
 
 
 def main():
