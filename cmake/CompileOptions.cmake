@@ -6,7 +6,7 @@ target_compile_options(CompileOptions INTERFACE
     -Wconversion -Wsign-conversion -Wshadow -Wold-style-cast -Wcast-align
     -Wnon-virtual-dtor -Woverloaded-virtual -Wformat=2 -Wundef -Wimplicit-fallthrough
     -Wno-missing-field-initializers # designated initializers leave members out on purpose
-    $<$<CXX_COMPILER_ID:GNU>:-Wduplicated-cond -Wlogical-op -Wuseless-cast>)
+    $<$<CXX_COMPILER_ID:GNU>:-Wduplicated-cond -Wlogical-op>)
 if(WIN32)
     # The folder of a build is no input of the program: debug information and texts name files from the root,
     # also where the folder was reached through a link. The last map that matches counts.

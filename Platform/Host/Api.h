@@ -2,11 +2,15 @@
 #pragma once
 
 #include "Platform/Host/Api/Errors.h"
+#include "Platform/Host/Api/Files.h"
+#include "Platform/Host/Api/Memory.h"
 #include "Platform/Host/Api/Modules.h"
 #include "Platform/Host/Api/Paths.h"
 #include "Platform/Host/Api/Processes.h"
 #include "Platform/Host/Api/RuntimeFormatting.h"
+#include "Platform/Host/Api/RuntimeText.h"
 #include "Platform/Host/Api/TextConversion.h"
 #include "Platform/Host/Api/Threads.h"
+#include "Platform/Host/Api/Time.h"
 #include "Platform/Host/Api/Types.h"
 #include "Platform/Host/Api/UserInterface.h"

@@ -1,6 +1,8 @@
 // What tests and the workbench may set in the host layer. Programs do not use it.
 #pragma once
 
+#include "Platform/Host/Api/Memory.h"
+#include "Platform/Host/Api/Time.h"
 #include "Platform/Host/Api/Types.h"
 
 #include <functional>
@@ -25,6 +27,10 @@ void SetModulePath(std::optional<std::u16string> path);
 
 // A file that receives the standard error of processes started from now on; empty for this process's own.
 void SetChildErrorFile(std::string nativePath);
+
+// What GlobalMemoryStatus and GetLocalTime give; nullopt for the machine's own.
+void SetShownMemoryStatus(std::optional<MEMORYSTATUS> status);
+void SetShownTime(std::optional<SYSTEMTIME> time);
 
 // The error mode, read without passing the gate.
 UINT CurrentErrorMode();

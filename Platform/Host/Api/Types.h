@@ -14,9 +14,11 @@ using WORD = std::uint16_t;
 using DWORD = std::uint32_t;
 using UINT = unsigned int;
 using LONG = std::int32_t;
+using SIZE_T = std::size_t;
 using WCHAR = char16_t;
 
 using LPVOID = void*;
+using LPCVOID = const void*;
 using LPBYTE = BYTE*;
 using LPBOOL = BOOL*;
 using LPDWORD = DWORD*;

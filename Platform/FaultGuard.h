@@ -1,0 +1,31 @@
+// Runs code that may fault and survives it.
+//
+//     const bool whole = RunGuarded([&] { length = Measure(text); });
+//
+// A structured exception (on the host: a fault that the system reports by a signal) that the guarded code
+// does not handle itself ends it on the spot; whoever called RunGuarded goes on. Destructors between the two
+// places are not run, so the guarded code owns nothing that needs one, holds no lock, and throws no C++
+// exception.
+//
+// Guards nest, and each is its thread's own; setting one up takes no heap memory and leaves the last error
+// alone.
+#pragma once
+
+#include <concepts>
+#include <memory>
+#include <type_traits>
+
+namespace Platform {
+
+// False when a fault ended the function.
+bool RunGuarded(void (*function)(void*) noexcept, void* argument);
+
+template <std::invocable Callable>
+bool RunGuarded(Callable&& callable)
+{
+    using Plain = std::remove_reference_t<Callable>;
+    const auto call = [](void* argument) noexcept { (*static_cast<Plain*>(argument))(); };
+    return RunGuarded(call, const_cast<std::remove_const_t<Plain>*>(std::addressof(callable)));
+}
+
+} // namespace Platform

@@ -1,0 +1,80 @@
+#include "Platform/Host/Api/RuntimeText.h"
+
+#include "Platform/Host/Gate.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <limits>
+#include <string>
+
+namespace Platform::Host {
+
+namespace {
+
+template <typename Unit>
+Unit Lower(Unit unit)
+{
+    return unit >= 'A' && unit <= 'Z' ? static_cast<Unit>(unit + ('a' - 'A')) : unit;
+}
+
+int CompareNoCase(const char* a, const char* b, std::size_t count)
+{
+    for (; count != 0; ++a, ++b, --count) {
+        const int difference = static_cast<unsigned char>(Lower(*a)) - static_cast<unsigned char>(Lower(*b));
+        if (difference != 0 || *a == 0) {
+            return difference;
+        }
+    }
+    return 0;
+}
+
+template <typename Unit>
+int MakeLower(Unit* text, std::size_t size)
+{
+    if (text == nullptr || size == 0) {
+        return EINVAL;
+    }
+    Unit* const end = std::find(text, text + size, Unit{0});
+    if (end == text + size) {
+        *text = 0;
+        return EINVAL;
+    }
+    std::transform(text, end, text, Lower<Unit>);
+    return 0;
+}
+
+} // namespace
+
+} // namespace Platform::Host
+
+using namespace Platform::Host;
+
+int _stricmp(const char* a, const char* b)
+{
+    GateSees("_stricmp");
+    return CompareNoCase(a, b, std::numeric_limits<std::size_t>::max());
+}
+
+int _strnicmp(const char* a, const char* b, std::size_t count)
+{
+    GateSees("_strnicmp");
+    return CompareNoCase(a, b, count);
+}
+
+int _strlwr_s(char* text, std::size_t size)
+{
+    GateSees("_strlwr_s");
+    return MakeLower(text, size);
+}
+
+int _wcslwr_s(LPWSTR text, std::size_t size)
+{
+    GateSees("_wcslwr_s");
+    return MakeLower(text, size);
+}
+
+std::size_t wcslen(LPCWSTR text)
+{
+    GateSees("wcslen");
+    return std::char_traits<WCHAR>::length(text);
+}

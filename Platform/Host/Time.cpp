@@ -1,0 +1,49 @@
+#include "Platform/Host/Api/Time.h"
+
+#include "Platform/Host/Control.h"
+#include "Platform/Host/Gate.h"
+
+#include <ctime>
+
+namespace Platform::Host {
+
+namespace {
+
+std::optional<SYSTEMTIME>& ShownTime()
+{
+    static std::optional<SYSTEMTIME> time;
+    return time;
+}
+
+SYSTEMTIME Now()
+{
+    timespec now{};
+    tm local{};
+    clock_gettime(CLOCK_REALTIME, &now);
+    localtime_r(&now.tv_sec, &local);
+    return {.wYear = static_cast<WORD>(local.tm_year + 1900),
+            .wMonth = static_cast<WORD>(local.tm_mon + 1),
+            .wDayOfWeek = static_cast<WORD>(local.tm_wday),
+            .wDay = static_cast<WORD>(local.tm_mday),
+            .wHour = static_cast<WORD>(local.tm_hour),
+            .wMinute = static_cast<WORD>(local.tm_min),
+            .wSecond = static_cast<WORD>(local.tm_sec),
+            .wMilliseconds = static_cast<WORD>(now.tv_nsec / 1000000)};
+}
+
+} // namespace
+
+void SetShownTime(std::optional<SYSTEMTIME> time)
+{
+    ShownTime() = time;
+}
+
+} // namespace Platform::Host
+
+using namespace Platform::Host;
+
+void WINAPI GetLocalTime(LPSYSTEMTIME time)
+{
+    GateSees("GetLocalTime");
+    *time = ShownTime() ? *ShownTime() : Now();
+}
