@@ -1,0 +1,242 @@
+#include "Plinth/Text/CStringPool.h"
+
+#include "Plinth/Debug/Allocation.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstring>
+#include <utility>
+
+namespace Plinth {
+
+static_assert(offsetof(CHashedText, hash) == 0 && offsetof(CHashedText, text) == sizeof(char*));
+
+struct CStringArena::Layout {
+    static_assert(offsetof(CStringArena, current_) == 0 && offsetof(CStringArena, end_) == sizeof(char*));
+    static_assert(offsetof(CStringArena, blockSize_) == 2 * sizeof(char*));
+    static_assert(offsetof(CStringArena, chain_) == 3 * sizeof(char*));
+};
+
+struct CHashedTextSet::Layout {
+    static_assert(offsetof(CHashedTextSet, budget_) == 0 && offsetof(CHashedTextSet, capacity_) == 4);
+    static_assert(offsetof(CHashedTextSet, flags_) == 8);
+    static_assert(offsetof(CHashedTextSet, entries_) == 8 + sizeof(void*));
+};
+
+namespace {
+
+constexpr std::uint32_t POOL_BLOCK_SIZE = 4096;
+constexpr std::uint32_t SMALLEST_CAPACITY = 16;
+constexpr std::uint32_t LARGEST_CAPACITY = 0x80000000;
+
+// A size past 32 bits is one that cannot be had.
+void* AllocateBlock(std::uint64_t size)
+{
+    if (size > UINT32_MAX) {
+        ReportAllocationFailure(UINT32_MAX);
+        return nullptr;
+    }
+    return AllocateMemory(static_cast<std::uint32_t>(size));
+}
+
+void* BlockBefore(const void* block)
+{
+    void* before;
+    std::memcpy(&before, block, sizeof(before));
+    return before;
+}
+
+} // namespace
+
+bool CHashedText::operator==(const CHashedText& other) const
+{
+    return hash == other.hash && std::strcmp(text, other.text) == 0;
+}
+
+CStringArena::CStringArena(std::uint32_t blockSize) : blockSize_(blockSize) {}
+
+CStringArena::~CStringArena()
+{
+    ReleaseAll();
+}
+
+bool CStringArena::StartBlock(std::uint64_t textSize)
+{
+    const std::uint64_t size = std::max<std::uint64_t>(textSize + sizeof(chain_), blockSize_);
+    auto* const block = static_cast<char*>(AllocateBlock(size));
+    if (block == nullptr) {
+        return false;
+    }
+    std::memcpy(block, &chain_, sizeof(chain_));
+    chain_ = block;
+    current_ = block + sizeof(chain_);
+    end_ = block + size;
+    return true;
+}
+
+const char* CStringArena::StoreText(const char* text)
+{
+    const std::size_t size = std::strlen(text) + 1;
+    if (size > static_cast<std::size_t>(end_ - current_) && !StartBlock(size)) {
+        return nullptr;
+    }
+    const char* const copy = current_;
+    std::memcpy(current_, text, size);
+    current_ += size;
+    return copy;
+}
+
+void CStringArena::ReleaseAll()
+{
+    ReleaseTo({});
+}
+
+CStringArena::Mark CStringArena::GetMark() const
+{
+    return {current_, end_, chain_};
+}
+
+void CStringArena::ReleaseTo(const Mark& mark)
+{
+    while (chain_ != mark.chain) {
+        FreeMemory(std::exchange(chain_, BlockBefore(chain_)));
+    }
+    current_ = mark.current;
+    end_ = mark.end;
+}
+
+CHashedTextSet::CHashedTextSet(std::uint32_t capacity)
+{
+    const std::uint32_t slots =
+        std::bit_ceil(std::clamp<std::uint32_t>(capacity, SMALLEST_CAPACITY, LARGEST_CAPACITY));
+    void* const block = AllocateBlock(std::uint64_t{slots} * (sizeof(CHashedText) + 1));
+    if (block == nullptr) {
+        return;
+    }
+    entries_ = static_cast<CHashedText*>(block);
+    flags_ = reinterpret_cast<std::uint8_t*>(entries_ + slots);
+    std::memset(flags_, 0, slots);
+    capacity_ = slots;
+    budget_ = static_cast<std::int32_t>(slots - slots / 4);
+}
+
+CHashedTextSet::~CHashedTextSet()
+{
+    FreeMemory(entries_);
+}
+
+std::uint32_t CHashedTextSet::FindSlot(const CHashedText& key) const
+{
+    if (capacity_ == 0) {
+        return 0;
+    }
+    const std::uint32_t mask = capacity_ - 1;
+    std::uint32_t slot = key.hash & mask;
+    while (flags_[slot] != 0 && !(entries_[slot] == key)) {
+        slot = (slot + 1) & mask;
+    }
+    return slot;
+}
+
+CHashedText* CHashedTextSet::EntryAt(std::uint32_t slot) const
+{
+    return slot < capacity_ && flags_[slot] != 0 ? &entries_[slot] : nullptr;
+}
+
+// The pairs of a set differ, so each goes to the first empty slot of its probe sequence.
+void CHashedTextSet::Take(const CHashedText& key)
+{
+    const std::uint32_t mask = capacity_ - 1;
+    std::uint32_t slot = key.hash & mask;
+    while (flags_[slot] != 0) {
+        slot = (slot + 1) & mask;
+    }
+    flags_[slot] = 1;
+    entries_[slot] = key;
+    --budget_;
+}
+
+bool CHashedTextSet::Grow()
+{
+    CHashedTextSet grown(capacity_ < LARGEST_CAPACITY ? 2 * capacity_ : UINT32_MAX);
+    if (grown.capacity_ <= capacity_) {
+        return false;
+    }
+    for (std::uint32_t slot = 0; slot < capacity_; ++slot) {
+        if (flags_[slot] != 0) {
+            grown.Take(entries_[slot]);
+        }
+    }
+    Swap(grown);
+    return true;
+}
+
+CHashedText* CHashedTextSet::InsertAt(std::uint32_t slot, const CHashedText& key)
+{
+    if (CHashedText* const entry = EntryAt(slot); entry != nullptr) {
+        return entry;
+    }
+    if (budget_ > 1) {
+        --budget_;
+    } else if (Grow()) {
+        slot = FindSlot(key);
+    } else {
+        return nullptr;
+    }
+    flags_[slot] = 1;
+    entries_[slot] = key;
+    return &entries_[slot];
+}
+
+CHashedText* CHashedTextSet::Insert(const CHashedText& key)
+{
+    return InsertAt(FindSlot(key), key);
+}
+
+CHashedText* CHashedTextSet::FindOrInsert(const CHashedText& key)
+{
+    return Insert(key);
+}
+
+void CHashedTextSet::Swap(CHashedTextSet& other)
+{
+    std::swap(budget_, other.budget_);
+    std::swap(capacity_, other.capacity_);
+    std::swap(flags_, other.flags_);
+    std::swap(entries_, other.entries_);
+}
+
+CStringPool::CStringPool() : arena_(POOL_BLOCK_SIZE), set_(SMALLEST_CAPACITY) {}
+
+// A copy that finds no place in the set is taken back.
+CHashedText* CStringPool::Intern(const CHashedText& key)
+{
+    const std::uint32_t slot = set_.FindSlot(key);
+    if (CHashedText* const entry = set_.EntryAt(slot); entry != nullptr) {
+        return entry;
+    }
+    const CStringArena::Mark mark = arena_.GetMark();
+    const char* const copy = arena_.StoreText(key.text);
+    if (copy == nullptr) {
+        return nullptr;
+    }
+    CHashedText* const entry = set_.InsertAt(slot, {copy, key.hash});
+    if (entry == nullptr) {
+        arena_.ReleaseTo(mark);
+    }
+    return entry;
+}
+
+CHashedText* CStringPool::Intern(const char* text)
+{
+    return Intern(CHashedText(text));
+}
+
+CHashedText* CStringPool::FindOrInsert(const CHashedText& key)
+{
+    return set_.FindOrInsert(key);
+}
+
+CStringPool globalStringPool;
+
+} // namespace Plinth
