@@ -1,0 +1,182 @@
+#include "Plinth/Text/CStringPool.h"
+#include "Tests/Plinth/TraceCapture.h"
+#include "Tests/Support/HeapWatch.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <random>
+#include <set>
+
+namespace Plinth {
+namespace {
+
+TEST(CStringPool, KeepsOneCopyOfEachText)
+{
+    CStringPool pool;
+    char text[] = "abc";
+    const char* const pooled = pool.Intern(text)->text;
+    EXPECT_NE(pooled, text);
+    text[0] = 'A';
+    const char* const upper = pool.Intern(text)->text;
+    EXPECT_STREQ(pooled, "abc");
+    EXPECT_STREQ(upper, "Abc");
+    EXPECT_EQ(pool.Intern("abc")->hash, HashText("abc"));
+    const HeapWatch watch;
+    EXPECT_EQ(pool.Intern("abc")->text, pooled);
+    EXPECT_EQ(pool.FindOrInsert(CHashedText("Abc"))->text, upper);
+    const char* const own = "the caller's own";
+    EXPECT_EQ(pool.FindOrInsert(CHashedText(own))->text, own);
+    EXPECT_EQ(watch.Blocks(), 0u);
+    EXPECT_TRUE(CHashedText("a") != CHashedText("b", HashText("a")));
+    EXPECT_TRUE(CHashedText("a") != CHashedText("a", 1));
+    EXPECT_FALSE(CHashedText("a") != CHashedText(std::string("a").c_str()));
+}
+
+TEST(CStringPool, IsMadeBeforeTheEntryPoint)
+{
+    const char* const text = globalStringPool.Intern("global")->text;
+    EXPECT_EQ(globalStringPool.Intern("global")->text, text);
+}
+
+TEST(CHashedTextSet, GrowsWhenItsBudgetIsSpent)
+{
+    const std::pair<std::uint32_t, std::uint32_t> rows[] = {{0, 16}, {16, 16}, {17, 32}, {100, 128}};
+    for (const auto& [asked, capacity] : rows) {
+        EXPECT_EQ(CHashedTextSet(asked).GetCapacity(), capacity);
+    }
+    std::array<std::string, 60> texts;
+    CHashedTextSet set;
+    for (std::uint32_t count = 1; count <= texts.size(); ++count) {
+        std::string& text = texts[count - 1];
+        text = "text " + std::to_string(count);
+        EXPECT_STREQ(set.Insert(CHashedText(text.c_str()))->text, text.c_str());
+        const std::uint32_t expected = count < 12 ? 16 : count < 25 ? 32 : count < 49 ? 64 : 128;
+        EXPECT_EQ(set.GetCapacity(), expected) << count;
+    }
+}
+
+// Hashes of one's own choice: the last slot, and again, and once more.
+TEST(CHashedTextSet, ProbesOnPastTheLastSlot)
+{
+    CHashedTextSet set;
+    const CHashedText keys[] = {{"a", 15}, {"b", 31}, {"c", 15}, {"d", 0}};
+    const std::uint32_t slots[] = {15, 0, 1, 2};
+    for (std::size_t i = 0; i < std::size(keys); ++i) {
+        EXPECT_EQ(set.FindSlot(keys[i]), slots[i]);
+        EXPECT_EQ(set.EntryAt(slots[i]), nullptr);
+        const CHashedText* const inserted = set.InsertAt(slots[i], keys[i]);
+        EXPECT_EQ(inserted, set.EntryAt(slots[i]));
+    }
+    for (std::size_t i = 0; i < std::size(keys); ++i) {
+        EXPECT_EQ(set.FindSlot(keys[i]), slots[i]);
+        EXPECT_EQ(set.FindOrInsert(keys[i]), set.EntryAt(slots[i]));
+    }
+    EXPECT_EQ(set.InsertAt(15, {"other", 15})->text, keys[0].text); // occupied
+    CHashedTextSet other;
+    other.Swap(set);
+    EXPECT_EQ(set.EntryAt(15), nullptr);
+    EXPECT_EQ(other.EntryAt(15)->text, keys[0].text);
+}
+
+TEST(CStringPool, HoldsWhatTheStandardSetHolds)
+{
+    std::mt19937 random(3);
+    CStringPool pool;
+    std::set<std::string> texts;
+    std::set<const char*> pooled;
+    for (int i = 0; i < 20000; ++i) {
+        const std::string text = "data/textures/" + std::to_string(random() % 5000) + "/x.dds";
+        texts.insert(text);
+        const CHashedText* const entry = pool.Intern(text.c_str());
+        ASSERT_STREQ(entry->text, text.c_str());
+        pooled.insert(entry->text);
+    }
+    EXPECT_EQ(pooled.size(), texts.size());
+}
+
+TEST(CStringArena, PacksTextsIntoBlocks)
+{
+    constexpr std::size_t LINK = sizeof(void*);
+    struct Row {
+        std::size_t length;
+        unsigned blocks; // that it begins
+    };
+    const Row rows[] = {
+        {4096 - LINK - 1, 1}, {0, 1}, {4096 - LINK - 2, 0}, {0, 1}, {4096 - LINK - 1, 1}, {5000, 1}, {0, 1},
+    };
+    CStringArena arena(4096);
+    arena.ReleaseAll();
+    for (const auto& [length, blocks] : rows) {
+        const std::string text(length, 'x');
+        const HeapWatch watch;
+        const char* const copy = arena.StoreText(text.c_str());
+        EXPECT_EQ(watch.Blocks(), blocks) << length;
+        EXPECT_EQ(copy, text);
+    }
+    arena.ReleaseAll();
+    const std::string text(5000, 'x');
+    for (const std::size_t size : {LINK + 5000, LINK + 5001}) {
+        const TraceCapture trace;
+        const HeapWatch watch({.largest = size});
+        EXPECT_EQ(arena.StoreText(text.c_str()) != nullptr, size == LINK + 5001);
+    }
+}
+
+TEST(CStringPool, HoldsWhatItHeldWithoutMemory)
+{
+    for (unsigned n = 1, failures = 1; failures != 0; ++n) {
+        const TraceCapture trace;
+        unsigned reports = 0;
+        {
+            const HeapWatch watch({.ordinal = n, .lasting = true});
+            CStringPool pool;
+            const char* first = nullptr;
+            for (int i = 0; i < 60; ++i) {
+                char text[200];
+                FormatText(text, sizeof(text), "%0150d", i);
+                const unsigned failuresBefore = watch.Failures();
+                const CHashedText* const entry = pool.Intern(text);
+                EXPECT_EQ(entry == nullptr, watch.Failures() != failuresBefore);
+                first = i == 0 && entry != nullptr ? entry->text : first;
+            }
+            char text[200];
+            FormatText(text, sizeof(text), "%0150d", 0);
+            if (first != nullptr) {
+                EXPECT_EQ(pool.Intern(text)->text, first);
+            }
+            failures = watch.Failures();
+            reports = failures;
+        }
+        const std::string text = trace.Text();
+        unsigned lines = 0;
+        for (std::size_t at = 0; (at = text.find("Failed to allocate", at)) != std::string::npos; ++at) {
+            ++lines;
+        }
+        EXPECT_EQ(lines, reports);
+    }
+}
+
+// A text that found no place in the set leaves no trace in the arena: all the room is still there later.
+TEST(CStringPool, TakesBackACopyThatFoundNoPlace)
+{
+    CStringPool pool;
+    std::array<std::string, 12> texts;
+    for (std::size_t i = 0; i < texts.size(); ++i) {
+        texts[i] = std::string(300, static_cast<char>('a' + i));
+    }
+    for (std::size_t i = 0; i < 11; ++i) {
+        pool.Intern(texts[i].c_str());
+    }
+    for (int i = 0; i < 100; ++i) {
+        const HeapWatch watch({.ordinal = 1, .lasting = true});
+        EXPECT_EQ(pool.Intern(texts[11].c_str()), nullptr);
+        EXPECT_EQ(watch.Blocks(), 1u); // the table's, never one of the arena's
+    }
+    const HeapWatch watch;
+    EXPECT_STREQ(pool.Intern(texts[11].c_str())->text, texts[11].c_str());
+    EXPECT_EQ(watch.Blocks(), 1u);
+}
+
+} // namespace
+} // namespace Plinth
