@@ -12,8 +12,6 @@
 #pragma once
 
 #include <concepts>
-#include <memory>
-#include <type_traits>
 
 namespace Platform {
 
@@ -21,11 +19,10 @@ namespace Platform {
 bool RunGuarded(void (*function)(void*) noexcept, void* argument);
 
 template <std::invocable Callable>
-bool RunGuarded(Callable&& callable)
+bool RunGuarded(Callable callable)
 {
-    using Plain = std::remove_reference_t<Callable>;
-    const auto call = [](void* argument) noexcept { (*static_cast<Plain*>(argument))(); };
-    return RunGuarded(call, const_cast<std::remove_const_t<Plain>*>(std::addressof(callable)));
+    const auto call = [](void* argument) noexcept { (*static_cast<Callable*>(argument))(); };
+    return RunGuarded(call, &callable);
 }
 
 } // namespace Platform

@@ -32,6 +32,7 @@ DWORD ErrorFromErrno(int error)
     case ENFILE:
         return ERROR_TOO_MANY_OPEN_FILES;
     case EACCES:
+    case EBADF: // a descriptor of the layer's own, so one that does not let this happen
     case EPERM:
     case EROFS:
     case EISDIR:

@@ -1,0 +1,107 @@
+// The runtime's texts in the C locale, threads, the clock and the memory.
+#include "Tests/Support/WideText.h"
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <chrono>
+#include <ctime>
+
+namespace {
+
+TEST(RuntimeText, ComparesWithoutCase)
+{
+    struct Row {
+        const char* a;
+        const char* b;
+        std::size_t count;
+        int sign;
+    };
+    const Row rows[] = {
+        {"ABC", "abc", 9, 0}, {"abc", "abd", 3, -1}, {"abc", "abd", 2, 0}, {"ab", "abc", 9, -1},
+        {"b", "A", 1, 1},     {"[", "{", 1, -1},     {"_", "A", 1, -1},    {"a", "b", 0, 0},
+    };
+    const auto signOf = [](int value) { return (value > 0) - (value < 0); };
+    for (const auto& [a, b, count, sign] : rows) {
+        EXPECT_EQ(signOf(_strnicmp(a, b, count)), sign) << a << b;
+        EXPECT_EQ(signOf(_strnicmp(b, a, count)), -sign) << a << b;
+        if (count > 3) {
+            EXPECT_EQ(signOf(_stricmp(a, b)), sign) << a << b;
+        }
+    }
+}
+
+TEST(RuntimeText, LowersAsciiLetters)
+{
+    char narrow[] = "AZ[az\xC4";
+    EXPECT_EQ(_strlwr_s(narrow, sizeof(narrow)), 0);
+    EXPECT_STREQ(narrow, "az[az\xC4");
+    WCHAR wide[] = WIDE("AZ[az\u00C4\u0416");
+    EXPECT_EQ(_wcslwr_s(wide, std::size(wide)), 0);
+    EXPECT_EQ(ToUnits(wide), "0061007a005b0061007a00c40416");
+    EXPECT_EQ(_strlwr_s(nullptr, 3), EINVAL);
+    EXPECT_EQ(_strlwr_s(narrow, 3), EINVAL); // no end within the size
+    EXPECT_STREQ(narrow, "");
+    EXPECT_EQ(_wcslwr_s(wide, 3), EINVAL);
+    EXPECT_EQ(wide[0], 0);
+    EXPECT_EQ(wcslen(WIDE("\U0001F3AEx")), 3u);
+}
+
+DWORD WINAPI SetAfterAWhile(LPVOID argument)
+{
+    Sleep(50);
+    *static_cast<DWORD*>(argument) = 42;
+    return 0;
+}
+
+TEST(Threads, RunAndAreAwaited)
+{
+    DWORD value = 0;
+    DWORD id = 0;
+    const HANDLE thread = CreateThread(nullptr, 0, SetAfterAWhile, &value, 0, &id);
+    ASSERT_NE(thread, nullptr);
+    EXPECT_NE(id, 0u);
+    EXPECT_EQ(WaitForSingleObject(thread, 0), WAIT_TIMEOUT);
+    EXPECT_EQ(WaitForSingleObject(thread, 20000), WAIT_OBJECT_0);
+    EXPECT_EQ(WaitForSingleObject(thread, INFINITE), WAIT_OBJECT_0);
+    EXPECT_EQ(value, 42u);
+    EXPECT_TRUE(CloseHandle(thread));
+}
+
+TEST(Time, IsTheLocalTimeOfDay)
+{
+    const std::time_t before = std::time(nullptr);
+    SYSTEMTIME time;
+    GetLocalTime(&time);
+    std::tm parts{};
+    parts.tm_year = time.wYear - 1900;
+    parts.tm_mon = time.wMonth - 1;
+    parts.tm_mday = time.wDay;
+    parts.tm_hour = time.wHour;
+    parts.tm_min = time.wMinute;
+    parts.tm_sec = time.wSecond;
+    parts.tm_isdst = -1;
+    const std::time_t now = std::mktime(&parts);
+    EXPECT_GE(now, before);
+    EXPECT_LE(now, before + 2);
+    EXPECT_EQ(time.wDayOfWeek, parts.tm_wday);
+    EXPECT_LT(time.wMilliseconds, 1000);
+}
+
+TEST(Memory, FiguresHangTogether)
+{
+    MEMORYSTATUS status{};
+    status.dwLength = sizeof(status);
+    GlobalMemoryStatus(&status);
+    EXPECT_EQ(status.dwLength, sizeof(status));
+    EXPECT_LE(status.dwMemoryLoad, 100u);
+    EXPECT_GT(status.dwTotalPhys, SIZE_T{64} << 20);
+    EXPECT_LE(status.dwAvailPhys, status.dwTotalPhys);
+    EXPECT_GT(status.dwAvailPhys, 0u);
+    EXPECT_GT(status.dwTotalVirtual, SIZE_T{1} << 30);
+    EXPECT_LT(status.dwAvailVirtual, status.dwTotalVirtual);
+}
+
+static_assert(sizeof(MEMORYSTATUS) == 8 + 6 * sizeof(SIZE_T) && sizeof(SYSTEMTIME) == 16);
+
+} // namespace
