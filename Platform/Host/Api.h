@@ -5,6 +5,7 @@
 #include "Platform/Host/Api/Modules.h"
 #include "Platform/Host/Api/Paths.h"
 #include "Platform/Host/Api/Processes.h"
+#include "Platform/Host/Api/RuntimeFormatting.h"
 #include "Platform/Host/Api/TextConversion.h"
 #include "Platform/Host/Api/Threads.h"
 #include "Platform/Host/Api/Types.h"
