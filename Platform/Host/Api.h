@@ -13,4 +13,5 @@
 #include "Platform/Host/Api/Threads.h"
 #include "Platform/Host/Api/Time.h"
 #include "Platform/Host/Api/Types.h"
+#include "Platform/Host/Api/UserFormatting.h"
 #include "Platform/Host/Api/UserInterface.h"

@@ -1,293 +1,373 @@
-// wsprintfW. Its dialect is smaller and stranger than the C library's; each rule here was read off the
-// platform.
 #include "Platform/Host/Api/RuntimeFormatting.h"
+#include "Platform/Host/FloatText.h"
+#include "Platform/Host/FormatOutput.h"
 #include "Platform/Host/Gate.h"
 
-#include <algorithm>
-#include <cstdarg>
-#include <string>
-#include <string_view>
-#include <type_traits>
+#include <climits>
+#include <cmath>
 
 namespace Platform::Host {
 
 namespace {
 
-constexpr std::size_t OUTPUT_SIZE = 1024; // characters of the caller's buffer, terminator included
+enum class Outcome { Done, Unknown, Failed };
 
-enum class ArgumentSize { Int, Wide, Narrow, Pointer, Int64 };
-
-struct FormatSpec {
-    bool left = false;
-    bool prefix = false;
-    bool zeros = false;
-    std::size_t width = 0;
-    std::size_t precision = 0; // 0: none
-    ArgumentSize size = ArgumentSize::Int;
-};
-
-// The caller's buffer. What goes beyond it is counted but not stored.
-class Output {
-public:
-    explicit Output(LPWSTR buffer) : buffer_(buffer) {}
-
-    void Put(WCHAR unit)
-    {
-        if (length_ < OUTPUT_SIZE - 1) {
-            buffer_[length_] = unit;
-        }
-        ++length_;
-    }
-
-    void Fill(std::size_t count, WCHAR unit)
-    {
-        for (; count != 0; --count) {
-            Put(unit);
-        }
-    }
-
-    template <typename Unit>
-    void Put(std::basic_string_view<Unit> text)
-    {
-        for (Unit unit : text) {
-            Put(static_cast<WCHAR>(static_cast<std::make_unsigned_t<Unit>>(unit)));
-        }
-    }
-
-    // The platform takes a text as cut that leaves room for the terminator and for nothing more.
-    int Finish()
-    {
-        const bool cut = length_ >= OUTPUT_SIZE - 1;
-        buffer_[std::min(length_, OUTPUT_SIZE - 1)] = 0;
-        return static_cast<int>(cut ? OUTPUT_SIZE : length_);
-    }
-
-private:
-    LPWSTR buffer_;
-    std::size_t length_ = 0;
-};
-
-bool Take(LPCWSTR& format, std::u16string_view token)
+template <typename Unit>
+bool TakeFlag(const Unit*& format, FormatSpec& spec)
 {
-    if (std::char_traits<WCHAR>::compare(format, token.data(), token.size()) != 0) {
+    switch (*format) {
+    case '-':
+        spec.left = true;
+        break;
+    case '+':
+        spec.plus = true;
+        break;
+    case ' ':
+        spec.blank = true;
+        break;
+    case '#':
+        spec.alternate = true;
+        break;
+    case '0':
+        spec.zeros = true;
+        break;
+    default:
         return false;
     }
-    format += token.size();
+    ++format;
     return true;
 }
 
-std::size_t TakeNumber(LPCWSTR& format)
+template <typename Unit>
+void TakeWidth(const Unit*& format, FormatSpec& spec, FormatArguments& arguments)
 {
-    std::size_t number = 0;
-    for (; *format >= u'0' && *format <= u'9'; ++format) {
-        number = std::min<std::size_t>(number * 10 + (*format - u'0'), OUTPUT_SIZE);
+    if (!Take(format, "*")) {
+        spec.width = TakeNumber(format, INT_MAX);
+        return;
     }
-    return number;
+    const int width = va_arg(arguments.list, int);
+    spec.left = spec.left || width < 0;
+    spec.width = Magnitude(width);
 }
 
-ArgumentSize TakeSize(LPCWSTR& format)
+// A negative argument is no precision.
+template <typename Unit>
+void TakePrecision(const Unit*& format, FormatSpec& spec, FormatArguments& arguments)
 {
-    if (Take(format, u"I64")) {
-        return ArgumentSize::Int64;
+    if (!Take(format, ".")) {
+        return;
     }
-    if (Take(format, u"I32")) {
-        return ArgumentSize::Int;
+    if (!Take(format, "*")) {
+        spec.precision = TakeNumber(format, INT_MAX);
+        return;
     }
-    if (Take(format, u"I")) {
-        return ArgumentSize::Pointer;
+    const int precision = va_arg(arguments.list, int);
+    if (precision >= 0) {
+        spec.precision = static_cast<std::size_t>(precision);
     }
-    if (Take(format, u"l") || Take(format, u"w")) {
-        return ArgumentSize::Wide;
-    }
-    return Take(format, u"h") ? ArgumentSize::Narrow : ArgumentSize::Int;
 }
 
-// Reads what stands between "%" and the conversion. The flags have one order.
-FormatSpec TakeSpec(LPCWSTR& format)
+bool IsIntegerConversion(char32_t conversion)
+{
+    return std::u32string_view(U"diouxX").find(conversion) != std::u32string_view::npos;
+}
+
+template <typename Unit>
+bool TakeSize(const Unit*& format, ArgumentSize& size)
+{
+    if (Take(format, "I64") || Take(format, "ll")) {
+        size = ArgumentSize::Int64;
+    } else if (Take(format, "I32") || Take(format, "L")) {
+        size = ArgumentSize::Int;
+    } else if (Take(format, "l") || Take(format, "w")) {
+        size = ArgumentSize::Wide;
+    } else if (Take(format, "h")) {
+        size = ArgumentSize::Narrow;
+    } else if (*format == 'I' && IsIntegerConversion(static_cast<char32_t>(format[1]))) {
+        ++format;
+        size = ArgumentSize::Pointer;
+    } else {
+        return false;
+    }
+    return true;
+}
+
+// Reads what stands between "%" and the conversion. Of several sizes the last one counts.
+template <typename Unit>
+FormatSpec TakeSpec(const Unit*& format, FormatArguments& arguments)
 {
     FormatSpec spec;
-    spec.left = Take(format, u"-");
-    spec.prefix = Take(format, u"#");
-    spec.zeros = Take(format, u"0");
-    spec.width = TakeNumber(format);
-    if (Take(format, u".")) {
-        spec.precision = TakeNumber(format);
+    while (TakeFlag(format, spec)) {
     }
-    spec.size = TakeSize(format);
+    TakeWidth(format, spec, arguments);
+    TakePrecision(format, spec, arguments);
+    while (TakeSize(format, spec.size)) {
+    }
     return spec;
 }
 
-// Pads to the width, which counts the body and never the prefix. Zeros make up the precision.
-template <typename Unit>
-void PutPadded(Output& output, const FormatSpec& spec, std::u16string_view prefix, std::size_t zeros,
-               std::basic_string_view<Unit> body)
+std::size_t ZerosToWidth(const FormatSpec& spec, std::size_t length)
 {
-    const std::size_t length = zeros + body.size();
-    const std::size_t padding = spec.width > length ? spec.width - length : 0;
-    output.Fill(spec.left ? 0 : padding, u' ');
-    output.Put(prefix);
-    const bool negative = zeros != 0 && !body.empty() && body[0] == '-';
+    return spec.zeros && !spec.left ? Missing(length, spec.width) : 0;
+}
+
+std::string_view SignOf(const FormatSpec& spec, bool negative)
+{
     if (negative) {
-        output.Put(body.substr(0, 1));
-        body.remove_prefix(1);
+        return "-";
     }
-    output.Fill(zeros, u'0');
-    output.Put(body);
-    output.Fill(spec.left ? padding : 0, u' ');
+    if (spec.plus) {
+        return "+";
+    }
+    return spec.blank ? " " : "";
+}
+
+// An explicit precision makes the "0" flag void.
+template <typename Unit>
+void PutInteger(FormatOutput<Unit>& output, const FormatSpec& spec, std::string_view prefix,
+                std::string_view digits)
+{
+    const std::size_t zeros = spec.precision ? Missing(digits.size(), *spec.precision)
+                                             : ZerosToWidth(spec, prefix.size() + digits.size());
+    PutField(output, spec, prefix, zeros, digits);
+}
+
+// Zero has no digits where the precision asks for none.
+std::string_view IntegerDigits(DigitRoom room, const FormatSpec& spec, std::uint64_t value, int base,
+                               bool capitals)
+{
+    return value == 0 && spec.precision == 0u ? "" : ToDigits(room, value, base, capitals);
 }
 
 template <typename Unit>
-void PutText(Output& output, const FormatSpec& spec, const Unit* text)
+void PutSigned(FormatOutput<Unit>& output, const FormatSpec& spec, FormatArguments& arguments)
 {
-    if (text == nullptr) {
-        PutText(output, spec, "(null)");
-        return;
+    char room[24];
+    const std::int64_t taken = TakeSigned(spec, arguments);
+    const std::int64_t value = spec.size == ArgumentSize::Narrow ? static_cast<std::int16_t>(taken) : taken;
+    PutInteger(output, spec, SignOf(spec, value < 0), IntegerDigits(room, spec, Magnitude(value), 10, false));
+}
+
+std::uint64_t TakeValue(const FormatSpec& spec, FormatArguments& arguments)
+{
+    const std::uint64_t value = TakeUnsigned(spec, arguments);
+    return spec.size == ArgumentSize::Narrow ? static_cast<std::uint16_t>(value) : value;
+}
+
+template <typename Unit>
+void PutUnsigned(FormatOutput<Unit>& output, const FormatSpec& spec, FormatArguments& arguments)
+{
+    char room[24];
+    PutInteger(output, spec, {}, IntegerDigits(room, spec, TakeValue(spec, arguments), 10, false));
+}
+
+// The "#" flag wants a zero in front, be it one of the precision.
+template <typename Unit>
+void PutOctal(FormatOutput<Unit>& output, FormatSpec spec, FormatArguments& arguments)
+{
+    char room[24];
+    const std::string_view digits = IntegerDigits(room, spec, TakeValue(spec, arguments), 8, false);
+    const bool wantsZero =
+        spec.alternate && !digits.starts_with('0') && spec.precision.value_or(0) <= digits.size();
+    PutInteger(output, spec, wantsZero ? "0" : "", digits);
+}
+
+template <typename Unit>
+void PutHexadecimal(FormatOutput<Unit>& output, const FormatSpec& spec, std::uint64_t value, bool capitals)
+{
+    char room[24];
+    const std::string_view prefix = capitals ? "0X" : "0x";
+    PutInteger(output, spec, spec.alternate && value != 0 ? prefix : "",
+               IntegerDigits(room, spec, value, 16, capitals));
+}
+
+template <typename Unit>
+void PutPointer(FormatOutput<Unit>& output, FormatSpec spec, FormatArguments& arguments)
+{
+    spec.precision = 2 * sizeof(void*);
+    PutHexadecimal(output, spec, va_arg(arguments.list, std::uintptr_t), true);
+}
+
+template <typename Unit>
+void PutFloat(FormatOutput<Unit>& output, const FormatSpec& spec, char conversion, double value)
+{
+    const FloatText text = ToFloatText(value, spec, conversion);
+    const std::string_view sign = SignOf(spec, std::signbit(value));
+    const std::size_t length = sign.size() + text.Length();
+    const std::size_t zeros = ZerosToWidth(spec, length);
+    PutPadded(output, spec, length + zeros, [&] {
+        output.Put(sign);
+        PutFloatText(output, text, zeros);
+    });
+}
+
+template <typename Unit, typename Source>
+bool IsRepresentable(std::basic_string_view<Source> text)
+{
+    return sizeof(Source) <= sizeof(Unit) ||
+           std::all_of(text.begin(), text.end(), [](Source unit) { return unit <= 0xFF; });
+}
+
+// Fails for a text that has no form in the output's units, as far as there is room for it.
+template <typename Unit, typename Source>
+Outcome PutText(FormatOutput<Unit>& output, const FormatSpec& spec, const Source* argument)
+{
+    if (argument == nullptr) {
+        return PutText(output, spec, "(null)");
     }
-    std::size_t length = 0;
-    while ((spec.precision == 0 || length < spec.precision) && text[length] != 0) {
-        ++length;
+    const std::basic_string_view<Source> text = TextArgument(argument, spec);
+    if (!IsRepresentable<Unit>(text.substr(0, output.Room()))) {
+        return Outcome::Failed;
     }
-    PutPadded(output, spec, {}, 0, std::basic_string_view<Unit>(text, length));
+    PutField(output, spec, {}, ZerosToWidth(spec, text.size()), text);
+    return Outcome::Done;
 }
 
-// Digits with the sign in front; the precision, and the width under the "0" flag, count the sign as a digit.
-void PutNumber(Output& output, const FormatSpec& spec, std::u16string_view prefix, bool negative,
-               std::uint64_t magnitude, unsigned base, bool capitals)
+template <typename Unit>
+Outcome PutTextArgument(FormatOutput<Unit>& output, const FormatSpec& spec, bool wide,
+                        FormatArguments& arguments)
 {
-    const char* const alphabet = capitals ? "0123456789ABCDEF" : "0123456789abcdef";
-    char digits[24];
-    char* start = digits + sizeof(digits);
-    do {
-        *--start = alphabet[magnitude % base];
-        magnitude /= base;
-    } while (magnitude != 0);
-    if (negative) {
-        *--start = '-';
-    }
-    const std::string_view body(start, static_cast<std::size_t>(digits + sizeof(digits) - start));
-    const std::size_t least =
-        spec.zeros && !spec.left ? std::max(spec.width, spec.precision) : spec.precision;
-    PutPadded(output, spec, prefix, least > body.size() ? least - body.size() : 0, body);
+    return wide ? PutText(output, spec, va_arg(arguments.list, LPCWSTR))
+                : PutText(output, spec, va_arg(arguments.list, LPCSTR));
 }
 
-// va_list is an array on some hosts and loses its identity as a parameter; a structure keeps it.
-struct Arguments {
-    std::va_list list;
-};
-
-// The types are the argument's by its size, the last one also the result's.
-template <typename Int, typename Pointer, typename Int64>
-Int64 TakeInteger(const FormatSpec& spec, Arguments& arguments)
-{
-    switch (spec.size) {
-    case ArgumentSize::Int64:
-        return va_arg(arguments.list, Int64);
-    case ArgumentSize::Pointer:
-        return va_arg(arguments.list, Pointer);
-    default:
-        return va_arg(arguments.list, Int);
-    }
-}
-
-std::uint64_t TakeUnsigned(const FormatSpec& spec, Arguments& arguments)
-{
-    return TakeInteger<std::uint32_t, std::uintptr_t, std::uint64_t>(spec, arguments);
-}
-
-void PutSigned(Output& output, const FormatSpec& spec, Arguments& arguments)
-{
-    const auto value = TakeInteger<std::int32_t, std::intptr_t, std::int64_t>(spec, arguments);
-    const auto bits = static_cast<std::uint64_t>(value);
-    PutNumber(output, spec, {}, value < 0, value < 0 ? 0 - bits : bits, 10, false);
-}
-
-void PutHexadecimal(Output& output, const FormatSpec& spec, Arguments& arguments, bool capitals)
-{
-    const std::u16string_view prefix = capitals ? u"0X" : u"0x";
-    PutNumber(output, spec, spec.prefix ? prefix : u"", false, TakeUnsigned(spec, arguments), 16, capitals);
-}
-
-void PutPointer(Output& output, FormatSpec spec, Arguments& arguments)
-{
-    spec.zeros = true;
-    spec.width = 2 * sizeof(void*);
-    PutNumber(output, spec, {}, false, va_arg(arguments.list, std::uintptr_t), 16, true);
-}
-
-// "%s" and "%c" are wide, "%S" and "%C" narrow, unless a size says otherwise.
-bool IsWideArgument(const FormatSpec& spec, bool capital)
-{
-    return spec.size == ArgumentSize::Wide || (spec.size != ArgumentSize::Narrow && !capital);
-}
-
-void PutCharacter(Output& output, const FormatSpec& spec, bool wide, Arguments& arguments)
+// Writes nothing, not even the padding, for a character that has no form in the output's units.
+template <typename Unit>
+void PutCharacter(FormatOutput<Unit>& output, const FormatSpec& spec, bool wide, FormatArguments& arguments)
 {
     const int argument = va_arg(arguments.list, int);
     const WCHAR unit = wide ? static_cast<WCHAR>(argument) : static_cast<unsigned char>(argument);
-    PutPadded(output, spec, {}, 0, std::u16string_view(&unit, 1));
-}
-
-void PutTextArgument(Output& output, const FormatSpec& spec, bool wide, Arguments& arguments)
-{
-    if (wide) {
-        PutText(output, spec, va_arg(arguments.list, LPCWSTR));
-    } else {
-        PutText(output, spec, va_arg(arguments.list, LPCSTR));
+    const std::u16string_view text(&unit, 1);
+    if (IsRepresentable<Unit>(text)) {
+        PutField(output, spec, {}, ZerosToWidth(spec, 1), text);
     }
 }
 
-// False for a character that is no conversion.
-bool PutConversion(Output& output, const FormatSpec& spec, WCHAR conversion, Arguments& arguments)
+// "%s" and "%c" are as wide as the format, "%S" and "%C" are not.
+template <typename Unit>
+bool IsWideConversion(bool capital)
+{
+    return (sizeof(Unit) == sizeof(WCHAR)) != capital;
+}
+
+template <typename Unit>
+Outcome PutTextConversion(FormatOutput<Unit>& output, const FormatSpec& spec, char conversion,
+                          FormatArguments& arguments)
+{
+    const bool wide = IsWideArgument(spec, IsWideConversion<Unit>(conversion < 'a'));
+    if (conversion == 's' || conversion == 'S') {
+        return PutTextArgument(output, spec, wide, arguments);
+    }
+    PutCharacter(output, spec, wide, arguments);
+    return Outcome::Done;
+}
+
+template <typename Unit>
+Outcome PutConversion(FormatOutput<Unit>& output, const FormatSpec& spec, Unit conversion,
+                      FormatArguments& arguments)
 {
     switch (conversion) {
-    case u'c':
-    case u'C':
-        PutCharacter(output, spec, IsWideArgument(spec, conversion == u'C'), arguments);
-        return true;
-    case u's':
-    case u'S':
-        PutTextArgument(output, spec, IsWideArgument(spec, conversion == u'S'), arguments);
-        return true;
-    case u'd':
-    case u'i':
+    case 'c':
+    case 'C':
+    case 's':
+    case 'S':
+        return PutTextConversion(output, spec, static_cast<char>(conversion), arguments);
+    case 'd':
+    case 'i':
         PutSigned(output, spec, arguments);
-        return true;
-    case u'u':
-        PutNumber(output, spec, {}, false, TakeUnsigned(spec, arguments), 10, false);
-        return true;
-    case u'x':
-    case u'X':
-        PutHexadecimal(output, spec, arguments, conversion == u'X');
-        return true;
-    case u'p':
+        return Outcome::Done;
+    case 'u':
+        PutUnsigned(output, spec, arguments);
+        return Outcome::Done;
+    case 'o':
+        PutOctal(output, spec, arguments);
+        return Outcome::Done;
+    case 'x':
+    case 'X':
+        PutHexadecimal(output, spec, TakeValue(spec, arguments), conversion == 'X');
+        return Outcome::Done;
+    case 'p':
         PutPointer(output, spec, arguments);
-        return true;
+        return Outcome::Done;
+    case 'e':
+    case 'E':
+    case 'f':
+    case 'g':
+    case 'G':
+    case 'a':
+    case 'A':
+        PutFloat(output, spec, static_cast<char>(conversion), va_arg(arguments.list, double));
+        return Outcome::Done;
+    case 'n': // writing to memory is switched off
+        return Outcome::Failed;
     default:
-        return false;
+        return Outcome::Unknown;
     }
 }
 
-int Format(LPWSTR buffer, LPCWSTR format, Arguments& arguments)
+// Writes what a "%" begins; false for a text that fails as a whole. A character that is no conversion fails
+// it or goes on as text.
+template <typename Unit>
+bool PutSpecified(FormatOutput<Unit>& output, const Unit*& format, FormatArguments& arguments,
+                  bool unknownIsText)
 {
-    Output output(buffer);
-    while (*format != 0) {
-        if (*format != u'%') {
-            output.Put(*format++);
-            continue;
-        }
+    const FormatSpec spec = TakeSpec(format, arguments);
+    const Outcome outcome = PutConversion(output, spec, *format, arguments);
+    if (outcome == Outcome::Done) {
         ++format;
-        if (*format == u'%') {
-            output.Put(*format++);
-            continue;
-        }
-        const FormatSpec spec = TakeSpec(format);
-        if (PutConversion(output, spec, *format, arguments)) {
-            ++format;
-        } else {
-            output.Fill(spec.width, u' '); // the character itself goes on as text
+        return true;
+    }
+    return outcome == Outcome::Unknown && unknownIsText;
+}
+
+// False for a text that fails as a whole. Stops where the text is cut.
+template <typename Unit>
+bool Format(FormatOutput<Unit>& output, const Unit* format, FormatArguments& arguments, bool unknownIsText)
+{
+    while (*format != 0 && !output.Cut()) {
+        if (Take(format, "%%")) {
+            output.Fill(1, '%');
+        } else if (!Take(format, "%")) {
+            output.Put(TakePlainText(format));
+        } else if (!PutSpecified(output, format, arguments, unknownIsText)) {
+            return false;
         }
     }
-    return output.Finish();
+    return true;
+}
+
+int ToResult(std::size_t length)
+{
+    return length > INT_MAX ? -1 : static_cast<int>(length);
+}
+
+template <typename Unit>
+int FormatInto(Unit* buffer, std::size_t size, std::size_t count, const Unit* format,
+               FormatArguments& arguments)
+{
+    const bool mayCut = count < size || count == _TRUNCATE;
+    FormatOutput<Unit> output(buffer, std::min(count, size - 1));
+    const bool good = Format(output, format, arguments, false);
+    if (!good || (output.Cut() && !mayCut)) {
+        buffer[0] = 0;
+        return -1;
+    }
+    output.Terminate();
+    return output.Cut() ? -1 : ToResult(output.Length());
+}
+
+template <typename Unit>
+int FormatBounded(const char* function, Unit* buffer, std::size_t size, std::size_t count, const Unit* format,
+                  std::va_list list)
+{
+    if (GateStops(function) || buffer == nullptr || size == 0 || format == nullptr) {
+        return -1;
+    }
+    FormatArguments arguments;
+    va_copy(arguments.list, list);
+    const int length = FormatInto(buffer, size, count, format, arguments);
+    va_end(arguments.list);
+    return length;
 }
 
 } // namespace
@@ -296,14 +376,32 @@ int Format(LPWSTR buffer, LPCWSTR format, Arguments& arguments)
 
 using namespace Platform::Host;
 
-int WINAPIV wsprintfW(LPWSTR buffer, LPCWSTR format, ...)
+int _vsnprintf_s(char* buffer, std::size_t size, std::size_t count, const char* format,
+                 std::va_list arguments)
 {
-    if (GateStops("wsprintfW")) {
-        return 0;
+    return FormatBounded("_vsnprintf_s", buffer, size, count, format, arguments);
+}
+
+int _vsnwprintf_s(WCHAR* buffer, std::size_t size, std::size_t count, const WCHAR* format,
+                  std::va_list arguments)
+{
+    return FormatBounded("_vsnwprintf_s", buffer, size, count, format, arguments);
+}
+
+int vsprintf_s(char* buffer, std::size_t size, const char* format, std::va_list arguments)
+{
+    return FormatBounded("vsprintf_s", buffer, size, size, format, arguments);
+}
+
+int _vscprintf(const char* format, std::va_list arguments)
+{
+    if (GateStops("_vscprintf") || format == nullptr) {
+        return -1;
     }
-    Arguments arguments;
-    va_start(arguments.list, format);
-    const int length = Format(buffer, format, arguments);
-    va_end(arguments.list);
-    return length;
+    FormatArguments taken;
+    va_copy(taken.list, arguments);
+    FormatOutput<char> output(nullptr, _TRUNCATE);
+    const bool good = Format(output, format, taken, true);
+    va_end(taken.list);
+    return good ? ToResult(output.Length()) : -1;
 }

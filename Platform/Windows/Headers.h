@@ -14,5 +14,7 @@
 #include <windows.h>
 
 #include <shlwapi.h>
+#include <stdio.h>
+#include <wchar.h>
 
 #define WIDE(text) L##text
