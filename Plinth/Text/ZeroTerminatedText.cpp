@@ -91,7 +91,7 @@ void* OrBlock(void* destination, const void* source, std::uint32_t byteCount)
         to += sizeof(target);
         from += sizeof(bits);
     };
-    std::uint32_t words = byteCount / sizeof(std::uint64_t);
+    std::size_t words = byteCount / sizeof(std::uint64_t);
     for (; words >= 4; words -= 4) {
         orWords(std::integral_constant<std::size_t, 4>());
     }
@@ -103,7 +103,7 @@ void* OrBlock(void* destination, const void* source, std::uint32_t byteCount)
 
 void* ClearBlock(void* destination, std::uint32_t byteCount)
 {
-    const std::uint32_t rest = byteCount % sizeof(std::uint64_t);
+    const std::size_t rest = byteCount % sizeof(std::uint64_t);
     return byteCount != rest ? std::memset(destination, 0, byteCount - rest) : destination;
 }
 
