@@ -308,7 +308,8 @@ void CString::AppendFormatV(const char* format, std::va_list arguments)
     }
     const std::uint32_t room = capacity_ - length_ - 1;
     const int result = _vsnprintf_s(text_ + length_, std::size_t{room} + 1, _TRUNCATE, format, arguments);
-    const std::uint32_t added = result < 0 ? room : static_cast<std::uint32_t>(result);
+    const bool cut = result < 0 && text_[length_] != 0; // a format that is refused leaves nothing there
+    const std::uint32_t added = cut ? room : static_cast<std::uint32_t>(std::max(result, 0));
     if (added != 0) {
         SetLength(length_ + added);
     }

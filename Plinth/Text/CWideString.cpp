@@ -106,7 +106,8 @@ void CWideString::AppendFormatV(LPCWSTR format, std::va_list arguments)
     }
     resize(capacity());
     const int result = _vsnwprintf_s(data() + used, spare - 1, _TRUNCATE, format, arguments);
-    resize(used + (result < 0 ? spare - 2 : static_cast<std::size_t>(result)));
+    const bool cut = result < 0 && (*this)[used] != 0; // a format that is refused leaves nothing there
+    resize(used + (cut ? spare - 2 : static_cast<std::size_t>(std::max(result, 0))));
 }
 
 void CWideString::Format(LPCWSTR format, ...)

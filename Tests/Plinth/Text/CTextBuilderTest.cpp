@@ -115,7 +115,7 @@ TYPED_TEST(TextBuilders, KeepsFrames)
     }
     for (std::uint32_t depth = 100; depth-- > 0;) {
         EXPECT_EQ(builder.PopFrame(POP_DISCARD), depth * 7);
-        EXPECT_EQ(this->Text(), std::string(depth * 7, 'x'));
+        EXPECT_EQ(this->Text(), std::string(std::size_t{depth} * 7, 'x'));
     }
 }
 

@@ -1,9 +1,12 @@
 // What only the host layer can set: the clock and the machine's memory.
-#include "Plinth/Debug/Trace.h"
 #include "Platform/Host/Control.h"
 #include "Platform/Host/Gate.h"
 #include "Plinth/Debug/Allocation.h"
+#include "Plinth/Debug/TraceLogFile.h"
+#include "Plinth/Debug/TraceState.h"
 #include "Tests/Plinth/TraceCapture.h"
+#include "Tests/Support/ScratchFolder.h"
+#include "Tests/Support/Target.h"
 
 #include <gtest/gtest.h>
 
@@ -35,10 +38,17 @@ TEST(HostTrace, MemoryStatusIsInWholeMegabytes)
 // Each line is one write, between the two calls that keep the last error.
 TEST(HostTrace, CallsThePlatformOnceALine)
 {
+    const ScratchFolder scratch;
     const TraceCapture trace;
-    const Platform::Host::GateWatch watch;
-    Trace("a\nb\n");
-    EXPECT_TRUE(watch.Calls().empty());
+    traceState.logFile = CreateFileW(ToPlatform(scratch.Path() / "log").c_str(), GENERIC_WRITE, 0, nullptr,
+                                     CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+    const std::vector<std::string> line = {"GetLastError", "WriteFile", "SetLastError"};
+    for (const char* text : {"a", "\n", "b\t\n"}) {
+        const Platform::Host::GateWatch watch;
+        Trace(text);
+        EXPECT_EQ(watch.Calls(), *text == 'a' ? std::vector<std::string>() : line);
+    }
+    CloseLogFile();
 }
 
 } // namespace
