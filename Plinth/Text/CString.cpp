@@ -7,6 +7,7 @@
 #include <cstring>
 #include <functional>
 #include <istream>
+#include <string_view>
 #include <utility>
 
 namespace Plinth {
@@ -136,7 +137,9 @@ void CString::Free()
 
 char* CString::GetBuffer(std::uint32_t size)
 {
-    Reserve(size);
+    if (!MakeRoom(size)) {
+        return nullptr;
+    }
     hash_ = 0;
     return text_;
 }
@@ -264,9 +267,6 @@ CString& CString::operator+=(const CString& other)
 
 void CString::Prepend(const char* text, std::uint32_t count)
 {
-    if (text == nullptr) {
-        return;
-    }
     const std::uint32_t added = BoundedLength(text, count);
     const std::uint64_t whole = std::uint64_t{added} + length_;
     CString joined;
@@ -307,12 +307,14 @@ void CString::AppendFormatV(const char* format, std::va_list arguments)
         return;
     }
     const std::uint32_t room = capacity_ - length_ - 1;
+    text_[capacity_ - 1] = '#'; // becomes the terminator of a text that is cut
     const int result = _vsnprintf_s(text_ + length_, std::size_t{room} + 1, _TRUNCATE, format, arguments);
-    const bool cut = result < 0 && text_[length_] != 0; // a format that is refused leaves nothing there
+    const bool cut = result < 0 && text_[capacity_ - 1] == 0;
     const std::uint32_t added = cut ? room : static_cast<std::uint32_t>(std::max(result, 0));
     if (added != 0) {
         SetLength(length_ + added);
     }
+    text_[length_] = 0;
 }
 
 void CString::Format(const char* format, ...)
@@ -420,15 +422,18 @@ void CString::ReplaceFirst(const CString& from, const CString& to)
     if (position == NOT_FOUND) {
         return;
     }
+    const std::uint64_t end = std::min<std::uint64_t>(std::uint64_t{position} + from.length_, length_);
+    const char* const right = text_ + end;
+    const std::uint32_t leftLength = BoundedLength(text_, position);
+    const std::uint32_t middleLength = Length(to.CStr());
+    const std::uint32_t rightLength = BoundedLength(right, length_);
     CString replaced;
-    if (!replaced.MakeRoom(std::uint64_t{length_} + to.length_ + 1 - from.length_)) {
+    if (!replaced.MakeRoom(std::uint64_t{leftLength} + middleLength + rightLength + 1)) {
         return;
     }
-    replaced.Append(text_, BoundedLength(text_, position));
-    replaced.Append(to.CStr());
-    if (const std::uint32_t rest = position + from.length_; rest < length_) {
-        replaced.Append(text_ + rest, BoundedLength(text_ + rest, length_ - rest));
-    }
+    replaced.Append(text_, leftLength);
+    replaced.Append(to.CStr(), middleLength);
+    replaced.Append(right, rightLength);
     *this = replaced;
 }
 
@@ -446,8 +451,24 @@ CString CString::Mid(std::uint32_t start, std::uint32_t count) const
 
 CString CString::Trim() const
 {
-    const std::uint32_t first = FindFirstNotOf(' ');
-    return first != NOT_FOUND ? Mid(first, FindLastNotOf(' ') + 1 - first) : *this;
+    CString trimmed;
+    static_cast<void>(trimmed.AssignTrimmed(CStr(), length_));
+    return trimmed;
+}
+
+// Of the bytes without the blanks at both ends what comes before a zero; nothing but blanks stays. False
+// where there is no memory.
+bool CString::AssignTrimmed(const char* text, std::uint32_t count)
+{
+    const std::string_view whole(text, count);
+    const std::size_t first = whole.find_first_not_of(' ');
+    std::string_view trimmed = whole;
+    if (first != std::string_view::npos) {
+        trimmed = whole.substr(first, whole.find_last_not_of(' ') + 1 - first);
+    }
+    const std::uint32_t length = BoundedLength(trimmed.data(), static_cast<std::uint32_t>(trimmed.size()));
+    Assign(trimmed.data(), length);
+    return length_ == length;
 }
 
 CString& CString::AddTrailingSeparator()

@@ -30,6 +30,7 @@ public:
     CString(const char* text, std::uint32_t count); // the smaller of the text's length and the count
     CString(const CString& other);
     explicit CString(std::uint32_t size); // empty, with Reserve(size) done
+    explicit CString(char) = delete;      // a character is no size
     CString(LPCWSTR text);
     CString(const std::basic_string<WCHAR>& text); // up to its first zero
     ~CString();
@@ -43,7 +44,7 @@ public:
     void Free();  // gives it back
 
     // The block, with room for `size` bytes, for the caller to write a text into; ReleaseBuffer then sets its
-    // length, which must be below the room. Null where there is no block and memory ran out.
+    // length, which must be below the room. Null where memory ran out, or for a size of 0 without a block.
     [[nodiscard]] char* GetBuffer(std::uint32_t size);
     void ReleaseBuffer(std::uint32_t newLength);
 
@@ -66,7 +67,8 @@ public:
     CString& operator=(LPCWSTR text);
     CString& operator=(const std::basic_string<WCHAR>& text);
 
-    // --- Append and prepend. The source may lie in the string's own block.
+    // --- Append and prepend. The source may lie in the string's own block. Prepending, even nothing, leaves
+    // a block of just the size that the result needs.
 
     void Append(const char* text, std::uint32_t count); // exactly `count` bytes, which must be readable
     void Append(const char* text);
@@ -80,8 +82,8 @@ public:
     void Prepend(const CString& other, std::uint32_t count);
 
     // --- Formatting, in the dialect of the runtime's _vsnprintf_s, within the block as it is: reserve first.
-    // What does not fit is cut in silence; without a block nothing happens. The arguments may not point into
-    // the string's own text.
+    // What does not fit is cut in silence; a format that the runtime refuses appends nothing; without a block
+    // nothing happens. The arguments may not point into the string's own text.
 
     [[gnu::format(printf, 2, 3)]] void AppendFormat(const char* format, ...);
     [[gnu::format(printf, 2, 0)]] void AppendFormatV(const char* format, std::va_list arguments);
@@ -112,7 +114,8 @@ public:
     void Replace(char oldByte, char newByte);
     void MakeLower();
 
-    // Replaces the first occurrence. An embedded zero ends what is kept of the parts around it.
+    // Replaces the first occurrence. An embedded zero ends what is kept of the parts around it and what is
+    // put in place.
     void ReplaceFirst(const CString& from, const CString& to);
 
     // --- Derived strings
@@ -124,7 +127,8 @@ public:
 
     // Cuts the text from `start` on at every byte of the delimiters; gives the number of pieces that are not
     // empty and, with an array, replaces its content by them, trimmed. The end of the text always delimits.
-    // The string may not be one of the array's. Throws std::bad_alloc where the array cannot grow.
+    // The string may not be one of the array's. Throws std::bad_alloc where memory runs out; the array then
+    // holds the pieces so far.
     std::uint32_t Split(const char* delimiters, CStringArray* pieces, std::uint32_t start) const;
 
     // --- Paths
@@ -144,6 +148,7 @@ private:
     [[nodiscard]] bool MakeRoom(std::uint64_t size);
     [[nodiscard]] bool Owns(const char* text) const;
     void SetLength(std::uint32_t length);
+    [[nodiscard]] bool AssignTrimmed(const char* text, std::uint32_t count);
 
     char* text_ = nullptr;
     std::uint32_t capacity_ = 0; // of the block, in bytes: 0 or a multiple of 8

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstring>
 #include <new>
-#include <string_view>
 
 namespace Plinth {
 
@@ -16,14 +15,6 @@ struct CStringArray::Layout {
 namespace {
 
 constexpr std::uint32_t STRINGS_PER_PAGE = 32;
-
-// A text of nothing but blanks stays.
-std::string_view TrimBlanks(std::string_view text)
-{
-    const std::size_t first = text.find_first_not_of(' ');
-    return first != std::string_view::npos ? text.substr(first, text.find_last_not_of(' ') + 1 - first)
-                                           : text;
-}
 
 } // namespace
 
@@ -89,9 +80,11 @@ std::uint32_t CString::Split(const char* delimiters, CStringArray* pieces, std::
         if (start < i) {
             if (pieces != nullptr) {
                 pieces->Resize(count + 1);
-                const std::string_view piece = TrimBlanks(
-                    {text_ + start, BoundedLength(text_ + start, static_cast<std::uint32_t>(i - start))});
-                pieces->GetAt(count)->Assign(piece.data(), static_cast<std::uint32_t>(piece.size()));
+                const char* const piece = text_ + start;
+                const std::uint32_t length = BoundedLength(piece, static_cast<std::uint32_t>(i - start));
+                if (!pieces->GetAt(count)->AssignTrimmed(piece, length)) {
+                    throw std::bad_alloc();
+                }
             }
             ++count;
         }

@@ -1,5 +1,6 @@
 // A growable sequence of CString values. A string keeps its address for the life of the array, however often
-// the array grows and shrinks. Lack of memory is std::bad_alloc; the array then holds what it held before.
+// the array grows and shrinks. Lack of memory is std::bad_alloc; the array then holds what it held before. An
+// array is used by one thread at a time.
 #pragma once
 
 #include "Plinth/Text/CPagedArray.h"

@@ -69,8 +69,9 @@ CWideString& CWideString::operator=(const Base& text)
 
 void CWideString::AssignUtf8(const char* utf8, std::uint32_t byteCount)
 {
+    const bool convertible = utf8 != nullptr && byteCount <= INT32_MAX;
     const auto bytes = static_cast<int>(byteCount);
-    const int units = utf8 != nullptr ? MultiByteToWideChar(CP_UTF8, 0, utf8, bytes, nullptr, 0) : 0;
+    const int units = convertible ? MultiByteToWideChar(CP_UTF8, 0, utf8, bytes, nullptr, 0) : 0;
     resize(static_cast<std::size_t>(units));
     if (units != 0) {
         MultiByteToWideChar(CP_UTF8, 0, utf8, bytes, data(), units);
@@ -105,8 +106,9 @@ void CWideString::AppendFormatV(LPCWSTR format, std::va_list arguments)
         return;
     }
     resize(capacity());
+    (*this)[used + spare - 2] = '#'; // becomes the terminator of a text that is cut
     const int result = _vsnwprintf_s(data() + used, spare - 1, _TRUNCATE, format, arguments);
-    const bool cut = result < 0 && (*this)[used] != 0; // a format that is refused leaves nothing there
+    const bool cut = result < 0 && (*this)[used + spare - 2] == 0;
     resize(used + (cut ? spare - 2 : static_cast<std::size_t>(std::max(result, 0))));
 }
 

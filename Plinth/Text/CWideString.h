@@ -3,7 +3,8 @@
 // string does.
 //
 // Positions are units; NOT_FOUND says that nothing was found. Bytes that are no UTF-8 become U+FFFD, as the
-// platform converts them. Lack of memory is the standard library's exception.
+// platform converts them. Lack of memory is the standard library's exception. A string is used by one thread at
+// a time.
 #pragma once
 
 #include "Platform/Win32.h"
@@ -32,14 +33,14 @@ public:
     void Assign(LPCWSTR text, std::uint32_t count); // exactly `count` units, which must be readable
     CWideString& operator=(LPCWSTR text);
     CWideString& operator=(const Base& text);
-    void AssignUtf8(const char* utf8, std::uint32_t byteCount);
+    void AssignUtf8(const char* utf8, std::uint32_t byteCount); // 2 GiB and more give the empty string
     CWideString& operator=(const char* utf8);
     CWideString& operator=(const CString& utf8);
 
     // Formatting in the dialect of the runtime's _vsnwprintf_s, within the string's capacity as it is: two of
     // its units stay free, what does not fit is cut in silence, and with less than two to spare nothing is
-    // appended. Build the string with a size first. A null format appends nothing. The arguments may not
-    // point into the string.
+    // appended. Build the string with a size first. A null format, or one that the runtime refuses, appends
+    // nothing. The arguments may not point into the string.
     void AppendFormat(LPCWSTR format, ...);
     void AppendFormatV(LPCWSTR format, std::va_list arguments);
     void Format(LPCWSTR format, ...); // replaces the text
@@ -52,7 +53,7 @@ public:
     [[nodiscard]] std::uint32_t Find(LPCWSTR needle, std::uint32_t start) const;
 
     // Appends the pieces between the delimiters, empty ones included, each up to its first zero: always one
-    // more than there are delimiters.
+    // more than there are delimiters. The string may not be one of the pieces'.
     void Split(WCHAR delimiter, std::list<CWideString>& pieces) const;
     void Split(WCHAR delimiter, std::vector<CWideString>& pieces) const;
 };

@@ -1,4 +1,5 @@
 #include "Plinth/Text/CStringArray.h"
+#include "Tests/Plinth/TraceCapture.h"
 #include "Tests/Support/HeapWatch.h"
 
 #include <gtest/gtest.h>
@@ -26,7 +27,14 @@ TEST(CPagedArray, TakesPagesWhenTheirSlotsAreUsed)
         array.EnsurePages(9);
         blocks = watch.Blocks();
     }
-    EXPECT_EQ(blocks, 1u); // the table
+    EXPECT_EQ(blocks, 1u); // the table, of three entries
+    {
+        const HeapWatch watch;
+        array.EnsurePages(13); // doubles it
+        array.EnsurePages(24);
+        blocks = watch.Blocks();
+    }
+    EXPECT_EQ(blocks, 1u);
     auto* const first = static_cast<char*>(array.At(0));
     EXPECT_EQ(array.At(3), first + 24);
     void* const distant = array.At(100);
@@ -96,6 +104,27 @@ TEST(CStringArray, IsFilledBySplit)
         EXPECT_EQ(CString(row.text).Split(row.delimiters, &array, row.start), row.count) << row.text;
         EXPECT_EQ(Joined(array), row.pieces) << row.text;
         EXPECT_EQ(CString(row.text).Split(row.delimiters, nullptr, row.start), row.count) << row.text;
+    }
+}
+
+TEST(CStringArray, SplitLosesNoPieceWithoutMemory)
+{
+    const CString path("C:\\a long folder name\\x");
+    for (unsigned n = 1, failures = 1; failures != 0; ++n) {
+        const TraceCapture trace;
+        CStringArray array;
+        bool whole = true;
+        {
+            const HeapWatch watch({.ordinal = n});
+            try {
+                path.Split("\\", &array, 0);
+            } catch (const std::bad_alloc&) {
+                whole = false;
+            }
+            failures = watch.Failures();
+        }
+        EXPECT_EQ(whole, failures == 0);
+        EXPECT_EQ(Joined(array) == "C:|a long folder name|x|", whole);
     }
 }
 

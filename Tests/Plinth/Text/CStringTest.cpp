@@ -64,6 +64,11 @@ TEST(CString, GrowsToTheNextMultipleOfEight)
     EXPECT_EQ(CapacityOf(string), 16u);
     string.Free();
     EXPECT_EQ(CapacityOf(string), 0u);
+    string.Append("abcdefgh");
+    string.Prepend("x"); // just what it needs
+    string.ReplaceFirst("abc", "");
+    EXPECT_EQ(CapacityOf(string), 16u);
+    string.Free();
     const CString reserved(100u);
     CString copied(reserved);
     EXPECT_EQ(CapacityOf(copied), 0u);
@@ -184,7 +189,7 @@ TEST(CString, ChangesItsText)
         {"replace what is absent", [](CString& s) { s.ReplaceFirst("zz", "X"); }, "abcdef"},
         {"write into the buffer",
          [](CString& s) {
-             std::strcpy(s.GetBuffer(20), "0123456789");
+             CopyText(s.GetBuffer(20), 20, "0123456789");
              s.ReleaseBuffer(9);
          },
          "012345678"},
@@ -228,6 +233,8 @@ TEST(CString, FormatsWithinItsBlock)
     CString none;
     none.Format("%d", 1);
     EXPECT_EQ(Text(none), "");
+    string.Format("%c%s", 0, "abcdefghij");
+    EXPECT_EQ(Text(string), std::string("\0abcdef", 7));
 }
 
 TEST(CString, Searches)
@@ -241,8 +248,9 @@ TEST(CString, Searches)
     const Row rows[] = {
         {"aab", "ab", 0, 1},           {"abc", "", 2, 2},
         {"abc", "c", 3, NOT_FOUND},    {"abcab", "ab", 1, 3},
-        {"abc", "abcd", 0, NOT_FOUND}, {"abc", nullptr, 1, 1},
-        {"aaab", "aab", 0, 1},         {"", "", 0, NOT_FOUND},
+        {"abc", "abcd", 0, NOT_FOUND}, {"abc", "", 3, NOT_FOUND},
+        {"abc", nullptr, 1, 1},        {"aaab", "aab", 0, 1},
+        {"", "", 0, NOT_FOUND},
     };
     for (const auto& [text, needle, start, position] : rows) {
         EXPECT_EQ(CString(text).Find(needle, start), position) << text;
@@ -259,6 +267,7 @@ TEST(CString, Searches)
     EXPECT_TRUE(string.Contains("ca"));
     EXPECT_TRUE(string.Contains(""));
     EXPECT_FALSE(string.Contains("cc"));
+    EXPECT_TRUE(CString(8u).Contains("")); // with a block, unlike one without
     EXPECT_TRUE(string.StartsWithNoCase("AB", 2));
     EXPECT_TRUE(string.StartsWithNoCase("ABx", 2));
     EXPECT_FALSE(string.StartsWithNoCase("abcabc"));
@@ -312,6 +321,47 @@ TEST(CString, ComparesBytes)
     EXPECT_GT(CompareNoCase("abc", ""), 0);
 }
 
+// Counted operations carry zeros along, the others stop at the first one.
+TEST(CString, EmbeddedZeros)
+{
+    const auto zeros = [](std::string_view text) {
+        CString string;
+        string.Assign(text.data(), static_cast<std::uint32_t>(text.size()));
+        return string;
+    };
+    using namespace std::string_view_literals;
+    CString string = zeros("ab\0cd"sv);
+    string.Reserve(100);
+    EXPECT_EQ(Text(string), "ab\0cd"sv);
+    EXPECT_EQ(string.Find("cd", 0), 3u);
+    EXPECT_EQ(string.Find(zeros("b\0x"sv), 0), 1u);
+    EXPECT_FALSE(string.Contains("cd"));
+    EXPECT_EQ(string.FindChar('c'), NOT_FOUND);
+    EXPECT_EQ(zeros("\0\0a"sv).FindFirstNotOf(0), 2u);
+    EXPECT_EQ(Text(string.Mid(3, 9)), "cd");
+    EXPECT_EQ(Text(zeros(" a \0 "sv).Trim()), "a ");
+    string.Remove('b');
+    EXPECT_EQ(Text(string), "a");
+    EXPECT_EQ(Text(zeros("a\0\\"sv).RemoveTrailingSeparator()), "a");
+
+    struct Row {
+        std::string_view text;
+        std::string_view from;
+        std::string_view to;
+        std::string_view result;
+    };
+    const Row rows[] = {
+        {"a\0cd"sv, "cd"sv, "X"sv, "aX"sv},     {"cdab\0e"sv, "cd"sv, "X"sv, "Xab"sv},
+        {"abcd"sv, "b"sv, "X\0Y"sv, "aXcd"sv},  {"abcd"sv, "b\0\0"sv, "X"sv, "aX"sv},
+        {"abc"sv, "a\0\0\0\0\0"sv, ""sv, ""sv}, {"abc"sv, ""sv, "X"sv, "Xabc"sv},
+    };
+    for (const auto& [text, from, to, result] : rows) {
+        CString replaced = zeros(text);
+        replaced.ReplaceFirst(zeros(from), zeros(to));
+        EXPECT_EQ(Text(replaced), result);
+    }
+}
+
 TEST(CString, Trims)
 {
     const std::pair<const char*, const char*> rows[] = {
@@ -327,14 +377,16 @@ TEST(CString, Trims)
 
 TEST(CString, ForgetsItsHashWhereTheTextIsReplaced)
 {
-    CString string("A/b");
+    CString string("A/b and a longer text");
     EXPECT_EQ(string.GetHash(), 0u);
     string.ComputeHash();
-    EXPECT_EQ(string.GetHash(), HashTextPath("a\\B"));
+    EXPECT_EQ(string.GetHash(), HashTextPath("a\\B AND A LONGER TEXT"));
     const std::uint32_t hash = string.GetHash();
     string.Replace('b', 'c');
     string.Remove('c');
     string.MakeLower();
+    string.ReleaseBuffer(3);
+    string.Swap(string);
     EXPECT_EQ(string.GetHash(), hash);
     CString other;
     string.Swap(other);
@@ -358,6 +410,8 @@ TEST(CString, ForgetsItsHashWhereTheTextIsReplaced)
     kept.Append("x", 0);
     kept.AppendFormat("%s", "");
     EXPECT_NE(kept.GetHash(), 0u);
+    kept.Format("%s", "");
+    EXPECT_EQ(kept.GetHash(), 0u);
 }
 
 TEST(CString, ReadsWords)
@@ -384,11 +438,15 @@ TEST(CString, BuffersGetTheirBackslash)
         {5, "dir", "dir\\"}, {4, "dir", "dir"}, {9, "dir/", "dir/"}, {9, "C:", "C:"}, {9, "", ""}};
     for (const auto& [size, text, result] : rows) {
         char buffer[10] = {};
-        std::strcpy(buffer, text);
+        CopyText(buffer, sizeof(buffer), text);
         EXPECT_EQ(AddTrailingBackslash(buffer, size), buffer);
         EXPECT_STREQ(buffer, result);
     }
     EXPECT_EQ(AddTrailingBackslash(nullptr, 4), nullptr);
+    char full[] = {'d', 'i', 'r'}; // no end in the size
+    AddTrailingBackslash(full, sizeof(full));
+    AddTrailingBackslash(full, 0);
+    EXPECT_EQ(full[2], 'r');
     char path[] = "a/b/c";
     EXPECT_STREQ(ToBackslashes(path), "a\\b\\c");
     EXPECT_EQ(ToBackslashes(nullptr), nullptr);
@@ -410,12 +468,13 @@ TEST(CString, KeepsItsTextWithoutMemory)
         [](CString& s) { s = WIDE("sixteen wide units"); },
         [&](CString& s) { s.ReplaceFirst(middle, longText); },
         [](CString& s) { s.AddTrailingSeparator(); },
-        [](CString& s) { static_cast<void>(s.GetBuffer(100)); },
+        [](CString& s) { EXPECT_EQ(s.GetBuffer(100) == nullptr, s.GetHash() != 0); },
     };
     for (std::size_t i = 0; i < std::size(changes); ++i) {
         for (unsigned n = 1, failures = 1; failures != 0; ++n) {
             const TraceCapture trace;
             CString string("abcdefg");
+            string.ComputeHash();
             {
                 const HeapWatch watch({.ordinal = n, .lasting = n % 2 == 0});
                 changes[i](string);
@@ -425,6 +484,7 @@ TEST(CString, KeepsItsTextWithoutMemory)
             EXPECT_EQ(string.CStr()[string.GetLength()], 0);
             if (failures != 0) {
                 EXPECT_EQ(Text(string), "abcdefg") << i;
+                EXPECT_NE(string.GetHash(), 0u) << i;
                 EXPECT_NE(trace.Text().find("Failed to allocate"), std::string::npos) << i;
             }
         }

@@ -35,8 +35,13 @@ TEST(CWideString, NullLeavesOrEmptiesIt)
     EXPECT_EQ(string, WideText(WIDE("abc")));
     string.Assign(string.c_str() + 1, 1);
     EXPECT_EQ(string, WideText(WIDE("b")));
-    string = WideText(WIDE("wide"));
-    EXPECT_EQ(ToUtf8(string), "wide");
+    string = WIDE("pointer");
+    EXPECT_EQ(ToUtf8(string), "pointer");
+    string = WideText{'a', 0, 'b'};
+    EXPECT_EQ(ToUnits(string), "006100000062");
+    EXPECT_EQ(string.Mid(2, 1).size(), 1u);
+    string.AssignUtf8("abc", NO_LIMIT);
+    EXPECT_TRUE(string.empty());
     string = CString("narrow");
     EXPECT_EQ(ToUtf8(string), "narrow");
     string.AssignUtf8("abc", 2);

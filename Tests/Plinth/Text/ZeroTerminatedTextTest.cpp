@@ -38,21 +38,21 @@ TEST(ZeroTerminatedText, CopiesAndAppendsWithinTheSize)
 {
     struct Row {
         std::uint32_t size;
+        std::uint32_t maximum;
         const char* before;
         const char* source;
-        std::uint32_t maximum;
         const char* copied;
         const char* appended;
     };
     const Row rows[] = {
-        {4, "", "abcdef", 10, "abc", "abc"},
-        {4, "", "abcdef", 2, "ab", "ab"},
-        {4, "xy", nullptr, NO_LIMIT, "", "xy"},
-        {4, "xy", "", NO_LIMIT, "", "xy"},
-        {6, "abc", "xyz", NO_LIMIT, "xyz", "abcxy"},
-        {4, "abc", "x", NO_LIMIT, "x", "abc"},
-        {1, "", "x", NO_LIMIT, "", ""},
-        {3, "full", "x", NO_LIMIT, "x", "ful"}, // no end in the size
+        {4, 10, "", "abcdef", "abc", "abc"},
+        {4, 2, "", "abcdef", "ab", "ab"},
+        {4, NO_LIMIT, "xy", nullptr, "", "xy"},
+        {4, NO_LIMIT, "xy", "", "", "xy"},
+        {6, NO_LIMIT, "abc", "xyz", "xyz", "abcxy"},
+        {4, NO_LIMIT, "abc", "x", "x", "abc"},
+        {1, NO_LIMIT, "", "x", "", ""},
+        {3, NO_LIMIT, "full", "x", "x", "ful"}, // no end in the size
     };
     for (const Row& row : rows) {
         const Buffer copy(row.size, row.before);
