@@ -3,6 +3,7 @@
 #include "Platform/FaultGuard.h"
 
 #include <array>
+#include <cfenv>
 #include <csetjmp>
 #include <csignal>
 
@@ -12,10 +13,17 @@ namespace {
 
 struct GuardRecord {
     GuardRecord* outer;
+    femode_t floatingPoint; // a handler begins with the system's own settings
     sigjmp_buf place;
 };
 
 constinit thread_local GuardRecord* innermost = nullptr;
+
+// Where the handler runs: a fault may be the lack of any other stack. In static thread-local storage, which
+// comes and goes with the thread.
+constexpr std::size_t SIGNAL_STACK_SIZE = 64 * 1024;
+constinit thread_local char signalStack[SIGNAL_STACK_SIZE]{};
+constinit thread_local bool hasSignalStack = false;
 
 constexpr std::array FAULT_SIGNALS = {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGTRAP};
 
@@ -25,11 +33,18 @@ struct sigaction& ActionBefore(int signal)
     return actions[static_cast<std::size_t>(signal)];
 }
 
+bool WasSent(const siginfo_t* information)
+{
+    return information->si_code <= 0;
+}
+
 void PassOn(int signal, siginfo_t* information, void* context)
 {
     const struct sigaction& before = ActionBefore(signal);
     if ((before.sa_flags & SA_SIGINFO) != 0) {
         before.sa_sigaction(signal, information, context);
+    } else if (before.sa_handler == SIG_IGN && WasSent(information)) {
+        return;
     } else if (before.sa_handler != SIG_DFL && before.sa_handler != SIG_IGN) {
         before.sa_handler(signal);
     } else {
@@ -38,11 +53,11 @@ void PassOn(int signal, siginfo_t* information, void* context)
     }
 }
 
-// A signal that somebody sent, not the system, is no fault of the guarded code.
+// A signal that somebody sent is no fault of the guarded code.
 void OnFault(int signal, siginfo_t* information, void* context)
 {
     GuardRecord* const guard = innermost;
-    if (guard == nullptr || information->si_code <= 0) {
+    if (guard == nullptr || WasSent(information)) {
         PassOn(signal, information, context);
         return;
     }
@@ -61,16 +76,33 @@ bool HandleFaults()
     return true;
 }
 
+// A sanitizer's or anybody else's stack is as good.
+void GiveSignalStack()
+{
+    hasSignalStack = true;
+    stack_t current{};
+    if (sigaltstack(nullptr, &current) == 0 && (current.ss_flags & SS_DISABLE) != 0) {
+        const stack_t own{.ss_sp = signalStack, .ss_flags = 0, .ss_size = sizeof(signalStack)};
+        sigaltstack(&own, nullptr);
+    }
+}
+
 } // namespace
 
 bool RunGuarded(void (*function)(void*) noexcept, void* argument)
 {
     [[maybe_unused]] static const bool handled = HandleFaults();
-    GuardRecord record{innermost, {}};
+    if (!hasSignalStack) {
+        GiveSignalStack();
+    }
+    GuardRecord record{innermost, {}, {}};
+    fegetmode(&record.floatingPoint);
     const bool faulted = sigsetjmp(record.place, 0) != 0;
     if (!faulted) {
         innermost = &record;
         function(argument);
+    } else {
+        fesetmode(&record.floatingPoint);
     }
     innermost = record.outer;
     return !faulted;

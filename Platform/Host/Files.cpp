@@ -4,6 +4,7 @@
 #include "Platform/Host/Gate.h"
 #include "Platform/Host/Handles.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -15,10 +16,21 @@ namespace {
 
 class File : public KernelObject {
 public:
-    explicit File(int descriptor) : descriptor_(descriptor) {}
-    ~File() override { close(descriptor_); }
+    File() = default;
+    ~File() override
+    {
+        if (descriptor_ >= 0) {
+            close(descriptor_);
+        }
+    }
     File(const File&) = delete;
     File& operator=(const File&) = delete;
+
+    BOOL Open(const std::string& native, int flags)
+    {
+        descriptor_ = open(native.c_str(), flags | O_CLOEXEC, 0666);
+        return descriptor_ >= 0 ? TRUE : Fail(ErrorFromErrno(errno));
+    }
 
     DWORD Wait(DWORD /*milliseconds*/) override { return WAIT_OBJECT_0; }
 
@@ -35,7 +47,7 @@ public:
     }
 
 private:
-    int descriptor_;
+    int descriptor_ = -1;
 };
 
 int AccessFlags(DWORD access)
@@ -85,30 +97,36 @@ bool Creates(DWORD disposition)
     return disposition == CREATE_NEW || disposition == CREATE_ALWAYS || disposition == OPEN_ALWAYS;
 }
 
+// Finds the file or the place where it would be. ERROR_FILE_NOT_FOUND where there is only the place.
+DWORD FindFile(LPCWSTR fileName, DWORD disposition, std::string& native)
+{
+    if (fileName == nullptr || *fileName == 0) {
+        return ERROR_PATH_NOT_FOUND;
+    }
+    if (DispositionFlags(disposition) < 0) {
+        return ERROR_INVALID_PARAMETER;
+    }
+    const DWORD found = ResolvePath(fileName, native);
+    return found == ERROR_SUCCESS ? CheckFound(native, disposition) : found;
+}
+
+// All that can run out of memory comes before the file is touched.
 HANDLE OpenFile(LPCWSTR fileName, DWORD access, DWORD disposition)
 {
-    const int dispositionFlags = DispositionFlags(disposition);
-    if (fileName == nullptr || dispositionFlags < 0) {
-        Fail(ERROR_INVALID_PARAMETER);
-        return INVALID_HANDLE_VALUE;
-    }
     std::string native;
-    DWORD found = *fileName != 0 ? ResolvePath(fileName, native) : ERROR_PATH_NOT_FOUND;
-    if (found == ERROR_SUCCESS) {
-        found = CheckFound(native, disposition);
-    }
+    const DWORD found = FindFile(fileName, disposition, native);
     const bool isNew = found == ERROR_FILE_NOT_FOUND && Creates(disposition);
     if (found != ERROR_SUCCESS && !isNew) {
         Fail(found);
         return INVALID_HANDLE_VALUE;
     }
-    const int file = open(native.c_str(), AccessFlags(access) | dispositionFlags | O_CLOEXEC, 0666);
-    if (file < 0) {
-        Fail(ErrorFromErrno(errno));
+    const auto file = std::make_shared<File>();
+    PendingHandle handle(file);
+    if (!file->Open(native, AccessFlags(access) | DispositionFlags(disposition))) {
         return INVALID_HANDLE_VALUE;
     }
     lastError = Creates(disposition) && !isNew ? ERROR_ALREADY_EXISTS : ERROR_SUCCESS;
-    return OpenHandle(std::make_shared<File>(file));
+    return handle.HandOut();
 }
 
 } // namespace
@@ -127,11 +145,16 @@ HANDLE WINAPI CreateFileW(LPCWSTR fileName, DWORD access, DWORD /*shareMode*/,
 
 BOOL WINAPI WriteFile(HANDLE handle, LPCVOID bytes, DWORD byteCount, LPDWORD written, LPOVERLAPPED overlapped)
 {
+    if (written != nullptr) {
+        *written = 0;
+    }
     return Guarded("WriteFile", FALSE, [&]() -> BOOL {
         if (written == nullptr || overlapped != nullptr) {
             return Fail(ERROR_INVALID_PARAMETER);
         }
-        *written = 0;
+        if (bytes == nullptr && byteCount != 0) {
+            return Fail(ERROR_INVALID_USER_BUFFER);
+        }
         const std::shared_ptr<File> file = FindObjectOf<File>(handle);
         return file != nullptr ? file->Write(static_cast<const char*>(bytes), byteCount, *written) : FALSE;
     });

@@ -36,15 +36,16 @@ GuardRecord* Chain()
 // not keep ebx, esi and edi, which a compiler expects of a function.
 void UnwindTo(GuardRecord* record, EXCEPTION_RECORD* exception)
 {
+    int lost;
     asm volatile("pushl $0\n\t"
-                 "pushl %1\n\t"
+                 "pushl %%edx\n\t"
                  "pushl $1f\n\t"
-                 "pushl %0\n\t"
+                 "pushl %%eax\n\t"
                  "call _RtlUnwind@16\n"
                  "1:"
-                 : "+a"(record), "+d"(exception)
-                 :
-                 : "ebx", "ecx", "esi", "edi", "memory", "cc");
+                 : "=a"(lost), "=c"(lost), "=d"(lost)
+                 : "0"(record), "2"(exception)
+                 : "ebx", "esi", "edi", "memory", "cc");
 }
 
 EXCEPTION_DISPOSITION OnException(EXCEPTION_RECORD* exception, GuardRecord* record, CONTEXT* /*context*/,
@@ -54,9 +55,9 @@ EXCEPTION_DISPOSITION OnException(EXCEPTION_RECORD* exception, GuardRecord* reco
     if ((exception->ExceptionFlags & UNWINDING) != 0) {
         return ExceptionContinueSearch;
     }
-    GuardRecord* volatile target = record;
     UnwindTo(record, exception);
-    __builtin_longjmp(target->place, 1);
+    asm volatile("emms"); // the code that faulted may have left values on the x87 stack
+    __builtin_longjmp(record->place, 1);
 }
 
 } // namespace

@@ -5,6 +5,7 @@
 #include "Plinth/Text/ZeroTerminatedText.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cstring>
 #include <utility>
 
@@ -61,9 +62,17 @@ void DeliverLine(std::uint32_t length, std::uint32_t spaces)
     }
 }
 
+// Each step reads the length once and keeps to the line, whatever another thread does to it meanwhile.
+std::uint32_t LineLength()
+{
+    const std::atomic_ref<std::uint32_t> length(traceState.lineLength);
+    return std::min(length.load(std::memory_order_relaxed), LONGEST_LINE);
+}
+
 void FinishLine()
 {
-    const std::uint32_t length = std::min(std::exchange(traceState.lineLength, 0), LONGEST_LINE);
+    const std::uint32_t length = LineLength();
+    traceState.lineLength = 0;
     const bool followsBlank = std::exchange(traceState.blankLineWritten, length == 0) != 0;
     if (length != 0) {
         const std::uint32_t levels = std::min(traceState.indent, LONGEST_INDENT / SPACES_PER_LEVEL);
@@ -74,25 +83,18 @@ void FinishLine()
 }
 
 // What the line has no room for is dropped.
-char* ExtendLine(std::uint32_t& count)
-{
-    char* const end = traceState.line + traceState.lineLength;
-    count = std::min(count, LONGEST_LINE - traceState.lineLength);
-    traceState.lineLength += count;
-    return end;
-}
-
 void AddText(const char* text, std::uint32_t count)
 {
-    char* const end = ExtendLine(count);
-    std::memcpy(end, text, count);
+    const std::uint32_t length = LineLength();
+    const std::uint32_t added = std::min(count, LONGEST_LINE - length);
+    std::memcpy(traceState.line + length, text, added);
+    traceState.lineLength = length + added;
 }
 
 void AddTab()
 {
-    std::uint32_t count = TAB_WIDTH - traceState.lineLength % TAB_WIDTH;
-    char* const end = ExtendLine(count);
-    std::memset(end, ' ', count);
+    constexpr char SPACES[] = "    ";
+    AddText(SPACES, TAB_WIDTH - LineLength() % TAB_WIDTH);
 }
 
 bool IsPlain(char character)

@@ -3,8 +3,8 @@
 // string does.
 //
 // Positions are units; NOT_FOUND says that nothing was found. Bytes that are no UTF-8 become U+FFFD, as the
-// platform converts them. Lack of memory is the standard library's exception. A string is used by one thread at
-// a time.
+// platform converts them. Lack of memory is the standard library's exception. A string is used by one thread
+// at a time.
 #pragma once
 
 #include "Platform/Win32.h"

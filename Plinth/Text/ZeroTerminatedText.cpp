@@ -101,6 +101,7 @@ void* OrBlock(void* destination, const void* source, std::uint32_t byteCount)
     return destination;
 }
 
+// The runtime clears in the widest steps that the processor has.
 void* ClearBlock(void* destination, std::uint32_t byteCount)
 {
     const std::size_t rest = byteCount % sizeof(std::uint64_t);

@@ -3,8 +3,8 @@
 //
 // A buffer is a pointer and its size in bytes, terminator included; whatever is written into one is cut at
 // its size and terminated. Texts are shorter than 4 GiB. Bytes compare and fold as unsigned values. Nothing
-// here reports an error, keeps state or, but for AllocateTextBuffer and DuplicateText, allocates; all
-// functions may be called from any thread. Where a text may be null it says so.
+// here reports an error, keeps state or, but for the groups that say so, uses the heap; all functions may be
+// called from any thread. Where a text may be null it says so.
 //
 // "ASCII folding" turns 'A' to 'Z' into 'a' to 'z' and leaves every other byte; "path folding" turns slashes
 // into backslashes as well.
@@ -84,10 +84,11 @@ void ReplaceChar(char* text, char oldByte, char newByte);
 // The text's length, at most `maximum`; 0 for a null text. No byte behind either is read.
 inline std::uint32_t BoundedLength(const char* text, std::uint32_t maximum)
 {
-    const void* const end = text != nullptr ? std::memchr(text, 0, maximum) : text;
-    return end != nullptr || text == nullptr
-               ? static_cast<std::uint32_t>(static_cast<const char*>(end) - text)
-               : maximum;
+    if (text == nullptr) {
+        return 0;
+    }
+    const void* const end = std::memchr(text, 0, maximum);
+    return end != nullptr ? static_cast<std::uint32_t>(static_cast<const char*>(end) - text) : maximum;
 }
 
 bool StartsWith(const char* text, const char* prefix); // false when either is null
@@ -122,7 +123,8 @@ constexpr const char* TextOrNull(const char* text)
 }
 
 // --- Hashes: the ELF symbol hash with its bytes added as signed values, its 28 bits then spread over 32.
-// They read at most `maximumCount` bytes. 0 means a null or empty text and nothing else.
+// They take at most `maximumCount` bytes. 0 means a null or empty text and nothing else; the first byte is
+// read to tell, and nothing of a text that has one gives 1.
 
 std::uint32_t HashText(const char* text, std::uint32_t maximumCount = NO_LIMIT);
 std::uint32_t HashTextNoCase(const char* text, std::uint32_t maximumCount = NO_LIMIT); // ASCII folding

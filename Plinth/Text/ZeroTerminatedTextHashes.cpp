@@ -8,9 +8,8 @@
 // four top ones, unless the carry of an addition runs up into them. So four bytes are added together:
 //
 // - Of neighbouring bytes the low nibble of the first and the high nibble of the second meet in one place.
-// What
-//   they give without the carry stands there before a nibble is folded into that place, the carry comes
-//   after. All four bytes are parted into these two addends, several words at once, before they meet the sum.
+//   What they give without the carry stands there before a nibble is folded into that place; the carry comes
+//   after. All bytes of a word are parted into these two addends before they meet the sum.
 // - The sum, moved up by four nibbles, takes the first addend, the four folds and the second addend.
 // - Where a carry did reach the nibbles that leave, the four bytes are added again one by one; so are bytes
 //   from 0x80 on, which are negative and borrow.

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cfenv>
 #include <string>
 
 namespace {
@@ -75,6 +76,36 @@ TEST(FaultGuard, LeavesDeepCode)
     for (int round = 0; round < 100; ++round) {
         EXPECT_FALSE(RunGuarded([] { Depth(500); }));
     }
+}
+
+// Once a thread: the real platform has no guard page for a second time.
+DWORD WINAPI OverflowTheStack(LPVOID argument)
+{
+    *static_cast<bool*>(argument) = !RunGuarded([] { Depth(1 << 30); });
+    return 0;
+}
+
+TEST(FaultGuard, StopsAStackThatOverflows)
+{
+    bool stopped = false;
+    const HANDLE thread = CreateThread(nullptr, 0, OverflowTheStack, &stopped, 0, nullptr);
+    EXPECT_EQ(WaitForSingleObject(thread, 20000), WAIT_OBJECT_0);
+    CloseHandle(thread);
+    EXPECT_TRUE(stopped);
+}
+
+TEST(FaultGuard, KeepsTheFloatingPointSettings)
+{
+    std::fesetround(FE_UPWARD);
+    EXPECT_FALSE(RunGuarded(Read));
+    EXPECT_EQ(std::fegetround(), FE_UPWARD);
+    std::fesetround(FE_TONEAREST);
+}
+
+TEST(FaultGuard, StopsACallOfNothing)
+{
+    void (*volatile nothing)() = nullptr;
+    EXPECT_FALSE(RunGuarded([&] { nothing(); }));
 }
 
 DWORD WINAPI FaultOften(LPVOID argument)

@@ -88,6 +88,10 @@ TEST_F(Files, WritesGoOnWhereTheLastOneEnded)
     EXPECT_EQ(GetLastError(), ERROR_ACCESS_DENIED);
     EXPECT_EQ(written, 0u);
     CloseHandle(unwritable);
+    for (const WCHAR* name : {LPCWSTR{nullptr}, WIDE("")}) {
+        EXPECT_EQ(CreateFileW(name, 0, 0, nullptr, 6, 0, nullptr), INVALID_HANDLE_VALUE);
+        EXPECT_EQ(GetLastError(), ERROR_PATH_NOT_FOUND);
+    }
     EXPECT_FALSE(WriteFile(unwritable, "x", 1, &written, nullptr));
     EXPECT_EQ(GetLastError(), ERROR_INVALID_HANDLE);
 }

@@ -24,6 +24,18 @@ TEST(FaultGuard, StopsEveryStructuredException)
     }
 }
 
+TEST(FaultGuard, EmptiesTheFloatingPointStack)
+{
+    for (int round = 0; round < 10; ++round) {
+        EXPECT_FALSE(RunGuarded([] {
+            asm volatile("fld1");
+            RaiseException(1, 0, 0, nullptr);
+        }));
+    }
+    volatile long double value = 2.5L;
+    EXPECT_EQ(static_cast<double>(value * value + 1), 7.25);
+}
+
 void* ChainStart()
 {
     void* record;

@@ -44,6 +44,11 @@ TEST(Allocation, BlocksAreTheRuntimes)
     FreeMemory(AllocateMemory(0));
     std::free(AllocateMemory(10));
     FreeMemory(std::malloc(10));
+    for (const std::uint32_t size : {0u, 10u}) { // passed on as it is
+        const HeapWatch watch({.largest = size});
+        FreeMemory(AllocateMemory(size));
+        EXPECT_EQ(watch.Failures(), 0u);
+    }
     EXPECT_EQ(trace.Text(), "");
 }
 

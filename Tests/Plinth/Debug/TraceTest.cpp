@@ -9,6 +9,7 @@
 
 #include <fstream>
 #include <iterator>
+#include <regex>
 
 namespace Plinth {
 namespace {
@@ -83,7 +84,7 @@ TEST(Trace, SurvivesFaultsInFormattingAndInTheCallback)
     const auto* const bad = reinterpret_cast<const char*>(badAddress);
     Trace("before ");
     SetLastError(77);
-    TraceF("%s", bad);
+    TraceF("lost %s", bad);
     EXPECT_EQ(GetLastError(), 77u);
     EXPECT_EQ(trace.Text(), "before \n\nExceptions during string formating!\n\n");
 
@@ -111,8 +112,10 @@ TEST(Trace, TryFormatKeepsToItsBuffer)
     TryFormat(buffer, 8, "%s", "abcdefghij");
     EXPECT_STREQ(buffer, "abcdef");
     EXPECT_EQ(buffer[8], '#');
+    buffer[7] = '#';
     TryFormat(buffer, 8, nullptr);
     EXPECT_STREQ(buffer, "");
+    EXPECT_EQ(buffer[7], 0);
     for (const std::uint32_t size : {1u, 2u}) {
         TryFormat(buffer, size, "%s", "x");
         EXPECT_STREQ(buffer, "");
@@ -130,6 +133,8 @@ protected:
         traceState.logFile = CreateFileW(ToPlatform(path_).c_str(), GENERIC_WRITE, FILE_SHARE_READ, nullptr,
                                          CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
     }
+
+    ~LogFile() override { CloseLogFile(); }
 
     [[nodiscard]] std::string Content() const
     {
@@ -189,6 +194,29 @@ TEST_F(LogFile, TakesNoHeapMemory)
     EXPECT_EQ(watch.Blocks(), 0u);
 }
 
+TEST(Trace, StampsTheTime)
+{
+    const TraceCapture trace;
+    TraceTimeStamp();
+    Trace("\n");
+    const std::regex stamp(R"(\[ \d{4}/[01]\d/[0-3]\d [0-2]\d:[0-5]\d:[0-5]\d:[ \d]{3}\d \]\n)");
+    EXPECT_TRUE(std::regex_match(trace.Text(), stamp)) << trace.Text();
+}
+
+// What a second thread may do to the line between two steps.
+TEST(Trace, KeepsToTheLineWhateverItsLength)
+{
+    for (const std::uint32_t length : {1025u, 1100u, 0xFFFFFFFFu}) {
+        const TraceCapture trace;
+        Trace("x");
+        traceState.lineLength = length;
+        Trace("y\tz");
+        EXPECT_EQ(traceState.additionalInfo[0], 0);
+        Trace("\n");
+        EXPECT_EQ(trace.Text(), "x"); // what follows is as it was, zeros
+    }
+}
+
 TEST(Trace, IsOffOnlyWhereItIsTurnedOff)
 {
     const TraceCapture trace;
@@ -197,9 +225,11 @@ TEST(Trace, IsOffOnlyWhereItIsTurnedOff)
     EXPECT_EQ(trace.Text(), "");
     traceState.initialised = 0;
     std::fill(std::begin(traceState.additionalInfo), std::end(traceState.additionalInfo), 'x');
+    traceState.lineLength = 5;
+    traceState.blankLineWritten = 1;
     TraceIndent();
-    Trace("y\n");
-    EXPECT_EQ(trace.Text(), "y\n");
+    Trace("\ny\n");
+    EXPECT_EQ(trace.Text(), "\ny\n");
     EXPECT_EQ(traceState.additionalInfo[1023], 0);
 }
 

@@ -155,6 +155,10 @@ TEST(ZeroTerminatedText, ProbesForTheLargestBlock)
         EXPECT_LT(largest - found, 1024u);
         EXPECT_EQ(watch.Blocks(), 22u);
     }
+    const HeapWatch watch({.largest = 5000});
+    testing::internal::CaptureStdout();
+    PrintLargestAllocatableBlock("text");
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "Larges malloc Block: 4608   Message: text\n");
 }
 
 TEST(ZeroTerminatedText, EditsAndTests)
@@ -184,6 +188,7 @@ TEST(ZeroTerminatedText, EditsAndTests)
     }
     EXPECT_EQ(FindCharIndex("abc", 'c'), 2u);
     EXPECT_EQ(FindCharIndex("abc", 'z'), NOT_FOUND);
+    EXPECT_EQ(FindCharIndex("a\xE9", '\xE9'), 1u);
     EXPECT_EQ(FindCharIndex("", 'a'), NOT_FOUND);
     EXPECT_EQ(FindCharIndex("abc", 0), NOT_FOUND);
 
@@ -200,6 +205,7 @@ TEST(ZeroTerminatedText, EditsAndTests)
     EXPECT_TRUE(IsNullOrEmpty(""));
     EXPECT_FALSE(IsNullOrEmpty("a"));
     EXPECT_STREQ(TextOrNull(nullptr), "<NULL>");
+    EXPECT_STREQ(TextOrNull("a"), "a");
 }
 
 TEST(ZeroTerminatedText, SplitsPaths)
@@ -232,6 +238,13 @@ TEST(ZeroTerminatedText, SplitsPaths)
     }
     EXPECT_EQ(GetFileNamePart(static_cast<const char*>(nullptr)), nullptr);
     EXPECT_EQ(GetExtensionPart(nullptr), nullptr);
+    EXPECT_EQ(GetFileNamePart(LPCWSTR{nullptr}), nullptr);
+    const char* name = "";
+    const char* extension = "";
+    SplitPath(static_cast<const char*>(nullptr), &name, &extension);
+    EXPECT_EQ(name, nullptr);
+    EXPECT_EQ(extension, nullptr);
+    SplitPath("a.b", nullptr, nullptr);
 }
 
 TEST(ZeroTerminatedText, HashesOfKnownTexts)
