@@ -158,8 +158,8 @@ void CHashedTextSet::Take(const CHashedText& key)
 
 bool CHashedTextSet::Grow()
 {
-    CHashedTextSet grown(capacity_ < LARGEST_CAPACITY ? 2 * capacity_ : UINT32_MAX);
-    if (grown.capacity_ <= capacity_) {
+    CHashedTextSet grown(2 * capacity_);
+    if (grown.capacity_ == 0) {
         return false;
     }
     for (std::uint32_t slot = 0; slot < capacity_; ++slot) {
@@ -171,17 +171,23 @@ bool CHashedTextSet::Grow()
     return true;
 }
 
+// The insertion that makes the set grow is not counted against the new budget.
 CHashedText* CHashedTextSet::InsertAt(std::uint32_t slot, const CHashedText& key)
 {
     if (CHashedText* const entry = EntryAt(slot); entry != nullptr) {
         return entry;
     }
+    const std::uint32_t capacityBefore = capacity_;
+    if (capacity_ == 0 && !Grow()) { // there was no memory when the set was made
+        return nullptr;
+    }
     if (budget_ > 1) {
         --budget_;
-    } else if (Grow()) {
-        slot = FindSlot(key);
-    } else {
+    } else if (!Grow()) {
         return nullptr;
+    }
+    if (capacity_ != capacityBefore) {
+        slot = FindSlot(key);
     }
     flags_[slot] = 1;
     entries_[slot] = key;

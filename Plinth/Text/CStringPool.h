@@ -18,7 +18,7 @@ namespace Plinth {
 
 // A text and its HashText. The text belongs to somebody else.
 struct CHashedText {
-    CHashedText(const char* newText) : hash(HashText(newText)), text(newText) {}
+    explicit CHashedText(const char* newText) : hash(HashText(newText)), text(newText) {}
     CHashedText(const char* newText, std::uint32_t newHash) : hash(newHash), text(newText) {}
 
     bool operator==(const CHashedText& other) const;
@@ -30,7 +30,7 @@ struct CHashedText {
 // Packs texts into blocks and frees them all at once.
 class CStringArena {
 public:
-    explicit CStringArena(std::uint32_t blockSize); // in bytes, the block's link included; more than a link
+    explicit CStringArena(std::uint32_t blockSize); // in bytes, the block's link included
     ~CStringArena();
     CStringArena(const CStringArena&) = delete;
     CStringArena& operator=(const CStringArena&) = delete;

@@ -152,9 +152,9 @@ bool CBasicTextBuilder<Character>::MakeRoom(std::uint64_t needed)
 }
 
 template <typename Character>
-void CBasicTextBuilder<Character>::Reserve(std::uint32_t size)
+bool CBasicTextBuilder<Character>::Reserve(std::uint32_t size)
 {
-    static_cast<void>(MakeRoom(size));
+    return MakeRoom(size);
 }
 
 template <typename Character>
@@ -181,8 +181,17 @@ Character* CBasicTextBuilder<Character>::CutTo(std::uint32_t length)
     return text_;
 }
 
-// Fills the room that is left and doubles it until all is in. `copy` takes a target, a source and a count,
-// and gives how many it copied: fewer than the count end the text.
+// Takes what was written behind the text.
+template <typename Character>
+Character* CBasicTextBuilder<Character>::TakeAppended(std::uint32_t count)
+{
+    length_ += count;
+    return FinishAppend(length_ - count);
+}
+
+// Fills the room that is left and doubles it until all is in; a text that is outgrown gets its end back.
+// `copy` takes a target, a source and a count, and gives how many it copied: fewer than the count end the
+// text.
 template <typename Character>
 template <typename Copy>
 Character* CBasicTextBuilder<Character>::AppendParts(const Character* text, std::size_t count, Copy copy)
@@ -197,8 +206,12 @@ Character* CBasicTextBuilder<Character>::AppendParts(const Character* text, std:
         if (copied != part || count == 0) {
             return FinishAppend(lengthBefore);
         }
+        Character* const outgrown = text_;
         if (!Grow(2 * std::uint64_t{capacity_})) {
             return CutTo(lengthBefore);
+        }
+        if (outgrown != nullptr) {
+            outgrown[lengthBefore] = 0;
         }
     }
 }
@@ -223,8 +236,7 @@ Character* CBasicTextBuilder<Character>::Append(const Character* text, std::uint
         return text_;
     }
     std::copy_n(text, count, End());
-    length_ += count;
-    return FinishAppend(length_ - count);
+    return TakeAppended(count);
 }
 
 template <typename Character>
@@ -233,8 +245,8 @@ Character* CBasicTextBuilder<Character>::AppendChar(Character character)
     if (length_ >= capacity_ && !Grow(2 * std::uint64_t{capacity_})) {
         return text_;
     }
-    text_[length_++] = character;
-    return FinishAppend(length_ - 1);
+    *End() = character;
+    return TakeAppended(1);
 }
 
 template <typename Character>
@@ -275,7 +287,9 @@ void CBasicTextBuilder<Character>::ApplyFold(CharacterFold fold)
 template <typename Character>
 void CBasicTextBuilder<Character>::MakeLower()
 {
-    LowerText(text_, std::size_t{length_} + 1);
+    if (length_ != 0) {
+        LowerText(text_, std::size_t{length_} + 1);
+    }
 }
 
 template <typename Character>
@@ -408,7 +422,7 @@ char* CTextBuilder::AppendFormat(const char* format, ...)
 char* CTextBuilder::AppendFormatV(const char* format, std::va_list arguments)
 {
     if (format == nullptr) {
-        return CutTo(length_);
+        return text_;
     }
     std::va_list measured;
     va_copy(measured, arguments);
@@ -424,14 +438,10 @@ char* CTextBuilder::AppendFormatV(const char* format, std::va_list arguments)
 char* CTextBuilder::AppendWide(LPCWSTR text, std::uint32_t count)
 {
     if (text == nullptr || count > INT32_MAX || !MakeRoom(length_ + 3 * std::uint64_t{count})) {
-        return CutTo(length_);
+        return text_;
     }
-    const int room = static_cast<int>(std::min<std::uint32_t>(Spare(), INT32_MAX));
-    const int written =
-        WideCharToMultiByte(CP_UTF8, 0, text, static_cast<int>(count), End(), room, nullptr, nullptr);
-    const std::uint32_t lengthBefore = length_;
-    length_ += static_cast<std::uint32_t>(written);
-    return FinishAppend(lengthBefore);
+    return TakeAppended(static_cast<std::uint32_t>(WideCharToMultiByte(
+        CP_UTF8, 0, text, static_cast<int>(count), End(), SpareForPlatform(), nullptr, nullptr)));
 }
 
 char* CTextBuilder::AppendWide(LPCWSTR text)
@@ -447,13 +457,10 @@ CWideTextBuilder::CWideTextBuilder(LPWSTR buffer, std::uint32_t byteSize)
 LPWSTR CWideTextBuilder::AppendUtf8(const char* text, std::uint32_t byteCount)
 {
     if (text == nullptr || byteCount > INT32_MAX || !MakeRoom(std::uint64_t{length_} + byteCount)) {
-        return CutTo(length_);
+        return text_;
     }
-    const int room = static_cast<int>(std::min<std::uint32_t>(Spare(), INT32_MAX));
-    const int written = MultiByteToWideChar(CP_UTF8, 0, text, static_cast<int>(byteCount), End(), room);
-    const std::uint32_t lengthBefore = length_;
-    length_ += static_cast<std::uint32_t>(written);
-    return FinishAppend(lengthBefore);
+    return TakeAppended(static_cast<std::uint32_t>(
+        MultiByteToWideChar(CP_UTF8, 0, text, static_cast<int>(byteCount), End(), SpareForPlatform())));
 }
 
 LPWSTR CWideTextBuilder::AppendUtf8(const char* text)

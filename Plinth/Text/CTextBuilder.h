@@ -46,19 +46,18 @@ public:
     CBasicTextBuilder(const CBasicTextBuilder&) = delete;
     CBasicTextBuilder& operator=(const CBasicTextBuilder&) = delete;
 
-    // Makes room for a text of `size` characters, terminator included.
-    void Reserve(std::uint32_t size);
+    // Makes room for a text of `size` characters, terminator included. False: no memory.
+    bool Reserve(std::uint32_t size);
 
-    // The current text, with room for one more character behind it.
+    // The current text; where there is memory, with room for one more character behind it.
     Character* GetText();
 
     [[nodiscard]] std::uint32_t GetLength() const { return length_; }
-    [[nodiscard]] std::uint32_t GetCapacity() const
-    {
-        return capacity_;
-    } // from the text to the storage's end
+    // From the current text to the end of its storage.
+    [[nodiscard]] std::uint32_t GetCapacity() const { return capacity_; }
 
-    // All appends give the current text, which may have moved.
+    // All appends give the current text, which may have moved. One that finds no memory leaves the length as
+    // it was; reserve first where a text must be whole.
     Character* Append(const Character* text);
     Character* Append(const Character* text, std::uint32_t count); // exactly `count` characters
     Character* AppendChar(Character character);
@@ -91,7 +90,8 @@ public:
     Character* CopyOut(Character* buffer, std::uint32_t byteSize, std::uint32_t start,
                        std::uint32_t count) const;
 
-    // Frees every heap block. A builder that had moved to the heap is empty then, without frames.
+    // Frees every heap block. A builder that had moved to the heap is empty then, without frames, and its
+    // text is null until something is appended.
     void ReleaseBlocks();
 
 protected:
@@ -104,6 +104,11 @@ protected:
     [[nodiscard]] bool MakeRoom(std::uint64_t needed);
     [[nodiscard]] Character* End() { return text_ + length_; }
     [[nodiscard]] std::uint32_t Spare() const { return capacity_ - length_; }
+    [[nodiscard]] int SpareForPlatform() const
+    {
+        return Spare() < INT32_MAX ? static_cast<int>(Spare()) : INT32_MAX;
+    }
+    Character* TakeAppended(std::uint32_t count);
     Character* FinishAppend(std::uint32_t lengthBefore);
     Character* CutTo(std::uint32_t length);
 

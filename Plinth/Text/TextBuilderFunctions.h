@@ -13,9 +13,9 @@ template <typename Character>
 using TextOf = const std::type_identity_t<Character>*;
 
 template <typename Character>
-void Reserve(CBasicTextBuilder<Character>& builder, std::uint32_t size)
+bool Reserve(CBasicTextBuilder<Character>& builder, std::uint32_t size)
 {
-    builder.Reserve(size);
+    return builder.Reserve(size);
 }
 
 template <typename Character>
@@ -109,6 +109,12 @@ template <typename Character>
 void ReleaseBlocks(CBasicTextBuilder<Character>& builder)
 {
     builder.ReleaseBlocks();
+}
+
+[[gnu::format(printf, 2, 0)]] inline char* AppendFormatV(CTextBuilder& builder, const char* format,
+                                                         std::va_list arguments)
+{
+    return builder.AppendFormatV(format, arguments);
 }
 
 [[gnu::format(printf, 2, 3)]] inline char* AppendFormat(CTextBuilder& builder, const char* format, ...)

@@ -7,6 +7,9 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <random>
+#include <utility>
+#include <vector>
 
 namespace Plinth {
 namespace {
@@ -162,6 +165,15 @@ TYPED_TEST(TextBuilders, Searches)
         EXPECT_EQ(this->builder_.ReverseFind(this->T(row.pattern).c_str(), row.fold), row.last) << row.text;
     }
     EXPECT_EQ(this->builder_.Find(nullptr, nullptr), NOT_FOUND);
+    auto zero = this->T("ab-ab"); // the first zero ends a search from the front
+    zero[2] = 0;
+    this->builder_.SetLength(0);
+    this->builder_.Append(zero.c_str(), 5);
+    EXPECT_EQ(this->builder_.Find(this->T("b").c_str(), nullptr), 1u);
+    EXPECT_EQ(this->builder_.ReverseFind(this->T("b").c_str(), nullptr), 4u);
+    this->builder_.ApplyFold([](char c) { return c == 'a' ? '\0' : c; });
+    EXPECT_EQ(this->builder_.Find(this->T("b").c_str(), nullptr), NOT_FOUND);
+    EXPECT_EQ(this->builder_.ReverseFind(this->T("b").c_str(), nullptr), NOT_FOUND);
     EXPECT_TRUE(MatchesAt(this->T("Abc").c_str(), this->T("aB").c_str(), FoldLower));
     EXPECT_TRUE(MatchesAt(this->T("abc").c_str(), this->T("").c_str(), nullptr));
     EXPECT_FALSE(MatchesAt(this->T("ab").c_str(), this->T("abc").c_str(), nullptr));
@@ -191,6 +203,168 @@ TYPED_TEST(TextBuilders, CopiesOut)
     EXPECT_EQ(this->Text(), "abcdef");
 }
 
+// The builder's rules one by one, over the standard string.
+template <typename Character>
+struct Model {
+    static constexpr std::uint64_t OVERHEAD = 1 + 4 / sizeof(Character);
+
+    std::uint64_t capacity;
+    TextType<Character> text;
+    std::vector<TextType<Character>> frames;
+
+    void Grow(std::uint64_t needed)
+    {
+        std::uint64_t below = 0;
+        for (const auto& frame : frames) {
+            below += frame.size() + OVERHEAD;
+        }
+        capacity = std::max({needed + below, 2 * (capacity + below), std::uint64_t{512}}) - below;
+    }
+
+    void Reserve(std::uint64_t size)
+    {
+        if (size > capacity) {
+            Grow(size);
+        }
+    }
+
+    void Finish()
+    {
+        if (text.size() + 1 >= capacity) {
+            Grow(capacity + 2);
+        }
+    }
+
+    void Append(const TextType<Character>& more)
+    {
+        for (const Character character : more) {
+            if (text.size() == capacity) {
+                Grow(2 * capacity);
+            }
+            text += character;
+        }
+        Finish();
+    }
+
+    void AppendCounted(const TextType<Character>& more, std::uint64_t reserved)
+    {
+        Reserve(text.size() + reserved);
+        text += more;
+        Finish();
+    }
+
+    void SetLength(std::size_t length)
+    {
+        if (length > text.size()) {
+            Reserve(length + 1);
+        }
+        text.resize(length, 'X');
+    }
+
+    void Push(PushMode mode)
+    {
+        Reserve(text.size() + OVERHEAD + 1);
+        capacity -= text.size() + OVERHEAD;
+        frames.push_back(std::exchange(text, {}));
+        if (mode == PUSH_COPY) {
+            AppendCounted(frames.back(), frames.back().size());
+        }
+    }
+
+    void Pop(PopMode mode)
+    {
+        const TextType<Character> kept = mode == POP_REPLACE ? TextType<Character>() : frames.back();
+        capacity += frames.back().size() + OVERHEAD;
+        text = mode == POP_DISCARD ? kept : kept + text;
+        frames.pop_back();
+    }
+};
+
+TYPED_TEST(TextBuilders, AgreesWithItsRules)
+{
+    using Unit = typename TestFixture::Character;
+    std::mt19937 random(4);
+    for (int run = 0; run < 400; ++run) {
+        const auto size = static_cast<std::uint32_t>(random() % 600 + 1);
+        const std::unique_ptr<Unit[]> buffer(new Unit[size]);
+        TypeParam builder(buffer.get(), size * sizeof(Unit));
+        Model<Unit> model{size, {}, {}};
+        for (int step = 0; step < 60; ++step) {
+            const char letter = "abcdefgh"[step % 8];
+            const auto more = this->T(std::string(random() % (step % 10 == 0 ? 500 : 40), letter));
+            const auto count = static_cast<std::uint32_t>(more.size());
+            switch (random() % 9) {
+            case 0:
+                builder.Append(more.c_str());
+                model.Append(more);
+                break;
+            case 1:
+                builder.Append(more.c_str(), count);
+                model.AppendCounted(more, count);
+                break;
+            case 2:
+                builder.AppendFolded(more.c_str(), FoldLower);
+                model.Append(more);
+                break;
+            case 3:
+                builder.AppendChar('c');
+                model.Append(this->T("c"));
+                break;
+            case 4:
+                builder.SetLength(count);
+                model.SetLength(count);
+                break;
+            case 5:
+                builder.Append(builder.GetText()); // its own
+                model.Finish();
+                model.Append(TextType<Unit>(model.text));
+                break;
+            case 6:
+                if constexpr (sizeof(Unit) == 1) {
+                    builder.AppendWide(WideText(count, 'w').c_str(), count);
+                } else {
+                    builder.AppendUtf8(std::string(count, 'w').c_str(), count);
+                }
+                model.AppendCounted(this->T(std::string(count, 'w')), sizeof(Unit) == 1 ? 3 * count : count);
+                break;
+            case 7:
+                builder.PushFrame(static_cast<PushMode>(step % 2));
+                model.Push(static_cast<PushMode>(step % 2));
+                break;
+            default:
+                if (!model.frames.empty()) {
+                    builder.PopFrame(static_cast<PopMode>(step % 3));
+                    model.Pop(static_cast<PopMode>(step % 3));
+                }
+            }
+            ASSERT_EQ(builder.GetLength(), model.text.size());
+            ASSERT_EQ(builder.GetCapacity(), model.capacity);
+            TextType<Unit> text(model.text.size(), 0);
+            builder.CopyOut(text.data(), static_cast<std::uint32_t>((text.size() + 1) * sizeof(Unit)));
+            ASSERT_EQ(text, model.text);
+        }
+    }
+}
+
+TYPED_TEST(TextBuilders, LeavesOutgrownTextsReadable)
+{
+    auto& builder = this->builder_;
+    builder.Append(this->T("stored").c_str());
+    const auto* const stored = builder.PushFrame(PUSH_EMPTY);
+    builder.Append(this->T("current").c_str());
+    const auto* const current = builder.GetText();
+    for (int i = 0; i < 3; ++i) {
+        const auto longText = this->T(std::string(builder.GetCapacity(), 'x'));
+        const auto* const outgrown = builder.Append(this->T("more").c_str());
+        const std::string before = this->Narrow(outgrown);
+        builder.Append(longText.c_str());
+        EXPECT_NE(builder.GetText(), outgrown);
+        EXPECT_EQ(this->Narrow(outgrown), before);
+    }
+    EXPECT_EQ(this->Narrow(stored), "stored");
+    EXPECT_EQ(this->Narrow(current), "currentmore");
+}
+
 TYPED_TEST(TextBuilders, KeepsItsTextsWithoutMemory)
 {
     using Unit = typename TestFixture::Character;
@@ -204,17 +378,30 @@ TYPED_TEST(TextBuilders, KeepsItsTextsWithoutMemory)
         [](TypeParam& b) { b.Reserve(100); },
         [](TypeParam& b) { b.SetLength(100); },
         [](TypeParam& b) { b.PushFrame(PUSH_EMPTY); },
+        [](TypeParam& b) { b.PushFrame(PUSH_COPY); },
         [](TypeParam& b) { b.GetText(); },
+        [](TypeParam& b) {
+            if constexpr (sizeof(Unit) == 1) {
+                b.AppendWide(WIDE("wide"));
+            } else {
+                b.AppendUtf8("narrow");
+            }
+        },
+        [](TypeParam& b) {
+            if constexpr (sizeof(Unit) == 1) {
+                b.AppendFormat("%d", 1234567);
+            }
+        },
     };
     for (std::size_t i = 0; i < std::size(changes); ++i) {
         for (unsigned n = 1, failures = 1; failures != 0; ++n) {
             const TraceCapture trace;
-            Unit buffer[16];
+            Unit buffer[512];
             TypeParam builder(buffer, sizeof(buffer));
             builder.Append(this->T("below").c_str());
             builder.PushFrame(PUSH_EMPTY);
-            builder.SetLength(builder.GetCapacity() - 2);
-            const std::string before = this->Narrow(builder.GetText());
+            builder.SetLength(builder.GetCapacity() - 1);
+            const std::uint32_t length = builder.GetLength();
             {
                 const HeapWatch watch({.ordinal = n});
                 changes[i](builder);
@@ -222,8 +409,9 @@ TYPED_TEST(TextBuilders, KeepsItsTextsWithoutMemory)
                 EXPECT_TRUE(failures == 0 || watch.Blocks() == n);
             }
             if (failures != 0) {
-                EXPECT_EQ(this->Narrow(builder.GetText()), before) << i;
-                builder.PopFrame(POP_DISCARD);
+                EXPECT_EQ(builder.GetLength(), length) << i;
+                EXPECT_EQ(this->Narrow(builder.GetText()), std::string(length, 'X')) << i;
+                EXPECT_EQ(builder.PopFrame(POP_DISCARD), 5u) << i;
                 EXPECT_EQ(this->Narrow(builder.GetText()), "below") << i;
                 EXPECT_NE(trace.Text().find("Failed to allocate"), std::string::npos);
             }
@@ -254,6 +442,7 @@ TYPED_TEST(TextBuilders, FreeFunctionsDoWhatTheMembersDo)
     EXPECT_EQ(this->Narrow(CopyOut(builder, buffer, sizeof(buffer), 2, 2)), "cd");
     ReleaseBlocks(builder);
     EXPECT_EQ(builder.GetLength(), 0u);
+    builder.MakeLower();
     Append(builder, this->T("again").c_str());
     EXPECT_EQ(this->Text(), "again");
 }
@@ -278,6 +467,10 @@ TEST(CTextBuilder, FormatsAndConverts)
 {
     char buffer[16];
     CTextBuilder narrow(buffer, sizeof(buffer));
+    AppendFormat(narrow, "%s", "fifteen letters"); // with its end just what there is
+    EXPECT_STREQ(narrow.CopyOut(buffer, sizeof(buffer)), "fifteen letters");
+    EXPECT_EQ(narrow.GetCapacity(), 16u);
+    narrow.SetLength(0);
     narrow.AppendFormat("%s-%d", "a text longer than the buffer", 42);
     AppendFormat(narrow, "%c", '!');
     CallWithArguments([&](std::va_list list) { narrow.AppendFormatV(noFormat, list); });
