@@ -108,104 +108,46 @@ TEST(CString, ChangesItsText)
 {
     const CString other("XYZ");
     struct Row {
-        const char* name;
         std::function<void(CString&)> change;
         std::string result;
     };
     const Row rows[] = {
-        {"assign a prefix of itself", [](CString& s) { s.Assign(s.CStr(), 2); }, "ab"},
-        {"assign more than itself", [](CString& s) { s.Assign(s.CStr(), 7); }, "abcdef"},
-        {"assign a part of itself", [](CString& s) { s.Assign(s.CStr() + 2, 3); }, "cde"},
-        {"assign its own tail", [](CString& s) { s = s.CStr() + 4; }, "ef"},
-        {"assign itself",
-         [](CString& s) {
-             const CString& self = s;
-             s = self;
-         },
-         "abcdef"},
-        {"assign nothing", [](CString& s) { s.Assign("x", 0); }, ""},
-        {"assign zeros", [](CString& s) { s.Assign("1\0002", 3); }, std::string("1\0002", 3)},
-        {"assign a count of another", [&](CString& s) { s.Assign(other, 2); }, "XY"},
-        {"append",
-         [&](CString& s) {
-             s.Append("12");
-             s.Append("345", 1);
-             s.Append(other, 1);
-             s += other;
-         },
-         "abcdef123XXYZ"},
-        {"append nothing",
-         [](CString& s) {
-             s.Append(static_cast<const char*>(nullptr));
-             s.Append("x", 0);
-         },
-         "abcdef"},
-        {"append itself",
-         [](CString& s) {
-             s.Append(s);
-             s.Append(s.CStr() + 10, 2);
-         },
-         "abcdefabcdefef"},
-        {"prepend",
-         [&](CString& s) {
-             s.Prepend("12");
-             s.Prepend("345", 1);
-             s.Prepend("6", 9);
-             s.Prepend(other, 2);
-         },
-         "XY6312abcdef"},
-        {"prepend itself",
-         [](CString& s) {
-             s.Prepend(s);
-             s.Prepend(static_cast<const char*>(nullptr));
-         },
-         "abcdefabcdef"},
-        {"remove",
-         [](CString& s) {
-             s.Append("aba");
-             s.Remove('a');
-         },
-         "bcdefb"},
-        {"replace",
-         [](CString& s) {
-             s.Append("aba");
-             s.Replace('a', 'z');
-         },
-         "zbcdefzbz"},
-        {"lower",
-         [](CString& s) {
-             s = "AbC\xC4[Z";
-             s.MakeLower();
-         },
-         "abc\xC4[z"},
-        {"replace at the end", [](CString& s) { s.ReplaceFirst("ef", "X"); }, "abcdX"},
-        {"replace the first",
-         [](CString& s) {
-             s.Append("cd");
-             s.ReplaceFirst("cd", "long text");
-         },
-         "ablong textefcd"},
-        {"replace all", [](CString& s) { s.ReplaceFirst("abcdef", ""); }, ""},
-        {"replace what is absent", [](CString& s) { s.ReplaceFirst("zz", "X"); }, "abcdef"},
-        {"write into the buffer",
-         [](CString& s) {
-             CopyText(s.GetBuffer(20), 20, "0123456789");
-             s.ReleaseBuffer(9);
-         },
-         "012345678"},
-        {"separator", [](CString& s) { s.AddTrailingSeparator().AddTrailingSeparator(); }, "abcdef\\"},
-        {"no separator",
-         [](CString& s) {
-             s = "a/";
-             s.RemoveTrailingSeparator().RemoveTrailingSeparator();
-         },
-         "a"},
+        {[](CString& s) { s.Assign(s.CStr(), 2); }, "ab"},
+        {[](CString& s) { s.Assign(s.CStr(), 7); }, "abcdef"}, // more than it has
+        {[](CString& s) { s.Assign(s.CStr() + 2, 3); }, "cde"},
+        {[](CString& s) { s = s.CStr() + 4; }, "ef"},
+        {[](CString& s) { s = *&s; }, "abcdef"},
+        {[](CString& s) { s.Assign("x", 0); }, ""},
+        {[](CString& s) { s.Assign("1\0002", 3); }, std::string("1\0002", 3)},
+        {[&](CString& s) { s.Assign(other, 2); }, "XY"},
+        {[](CString& s) { s.Append("12"); }, "abcdef12"},
+        {[](CString& s) { s.Append("12", 1); }, "abcdef1"},
+        {[&](CString& s) { s.Append(other, 1); }, "abcdefX"},
+        {[&](CString& s) { s += other; }, "abcdefXYZ"},
+        {[](CString& s) { s.Append(static_cast<const char*>(nullptr)); }, "abcdef"},
+        {[](CString& s) { s.Append(s); }, "abcdefabcdef"},
+        {[](CString& s) { s.Append(s.CStr() + 4, 2); }, "abcdefef"},
+        {[](CString& s) { s.Prepend("12"); }, "12abcdef"},
+        {[](CString& s) { s.Prepend("12", 1); }, "1abcdef"},
+        {[](CString& s) { s.Prepend("12", 9); }, "12abcdef"},
+        {[&](CString& s) { s.Prepend(other, 2); }, "XYabcdef"},
+        {[](CString& s) { s.Prepend(s); }, "abcdefabcdef"},
+        {[](CString& s) { s.Prepend(static_cast<const char*>(nullptr)); }, "abcdef"},
+        {[](CString& s) { (s = "abcaba").Remove('a'); }, "bcb"},
+        {[](CString& s) { (s = "abcaba").Replace('a', 'z'); }, "zbczbz"},
+        {[](CString& s) { (s = "AbC\xC4[Z").MakeLower(); }, "abc\xC4[z"},
+        {[](CString& s) { s.ReplaceFirst("ef", "X"); }, "abcdX"},
+        {[](CString& s) { (s = "abcdcd").ReplaceFirst("cd", "long text"); }, "ablong textcd"},
+        {[](CString& s) { s.ReplaceFirst("abcdef", ""); }, ""},
+        {[](CString& s) { s.ReplaceFirst("zz", "X"); }, "abcdef"},
+        {[](CString& s) { s.AddTrailingSeparator().AddTrailingSeparator(); }, "abcdef\\"},
+        {[](CString& s) { (s = "a//").RemoveTrailingSeparator(); }, "a/"},
     };
     for (const Row& row : rows) {
         CString string("abcdef");
         row.change(string);
-        EXPECT_EQ(Text(string), row.result) << row.name;
-        EXPECT_EQ(string.CStr()[string.GetLength()], 0) << row.name;
+        EXPECT_EQ(Text(string), row.result);
+        EXPECT_EQ(string.CStr()[string.GetLength()], 0);
     }
     for (const char* text : {"", "C:", "dir/", "dir\\"}) {
         EXPECT_EQ(Text(CString(text).AddTrailingSeparator()), text);

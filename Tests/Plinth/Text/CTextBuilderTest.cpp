@@ -122,21 +122,6 @@ TYPED_TEST(TextBuilders, KeepsFrames)
     }
 }
 
-// Just enough room for the frame and its new text's terminator, and one character less.
-TYPED_TEST(TextBuilders, GrowsBeforeAFrameThatDoesNotFit)
-{
-    constexpr std::uint32_t OVERHEAD = 1 + 4 / sizeof(typename TestFixture::Character);
-    for (const std::uint32_t lack : {0u, 1u}) {
-        typename TestFixture::Character buffer[64];
-        TypeParam builder(buffer, sizeof(buffer));
-        builder.SetLength(64 - OVERHEAD - 1 + lack);
-        const HeapWatch watch;
-        const auto* const stored = builder.PushFrame(PUSH_EMPTY);
-        EXPECT_EQ(watch.Blocks(), lack);
-        EXPECT_EQ(stored == buffer, lack == 0);
-    }
-}
-
 TYPED_TEST(TextBuilders, Searches)
 {
     struct Row {
