@@ -295,10 +295,12 @@ TYPED_TEST(TextBuilders, AgreesWithItsRules)
                 builder.AppendChar('c');
                 model.Append(this->T("c"));
                 break;
-            case 4:
-                builder.SetLength(count);
-                model.SetLength(count);
+            case 4: {
+                const std::uint32_t length = step % 16 == 0 ? builder.GetCapacity() : count;
+                builder.SetLength(length);
+                model.SetLength(length);
                 break;
+            }
             case 5:
                 builder.Append(builder.GetText()); // its own
                 model.Finish();
@@ -404,6 +406,20 @@ TYPED_TEST(TextBuilders, KeepsItsTextsWithoutMemory)
     }
 }
 
+// The frame finds room, the copy does not.
+TYPED_TEST(TextBuilders, TakesAFrameBackWhoseCopyFindsNoMemory)
+{
+    const TraceCapture trace;
+    this->builder_.SetLength(300);
+    const HeapWatch watch({.ordinal = 1});
+    EXPECT_EQ(this->builder_.PushFrame(PUSH_COPY), nullptr);
+    EXPECT_EQ(this->builder_.GetLength(), 300u);
+    EXPECT_EQ(this->builder_.GetCapacity(), 512u);
+    EXPECT_EQ(watch.Blocks(), 1u);
+    ReleaseBlocks(this->builder_); // it has none, and keeps its owner's buffer
+    EXPECT_EQ(this->builder_.GetLength(), 300u);
+}
+
 TYPED_TEST(TextBuilders, FreeFunctionsDoWhatTheMembersDo)
 {
     using Unit = typename TestFixture::Character;
@@ -452,9 +468,8 @@ TEST(CTextBuilder, FormatsAndConverts)
 {
     char buffer[16];
     CTextBuilder narrow(buffer, sizeof(buffer));
-    AppendFormat(narrow, "%s", "fifteen letters"); // with its end just what there is
-    EXPECT_STREQ(narrow.CopyOut(buffer, sizeof(buffer)), "fifteen letters");
-    EXPECT_EQ(narrow.GetCapacity(), 16u);
+    AppendFormat(narrow, "%s", "sixteen letters!"); // but for its end just what there is
+    EXPECT_STREQ(narrow.GetText(), "sixteen letters!");
     narrow.SetLength(0);
     narrow.AppendFormat("%s-%d", "a text longer than the buffer", 42);
     AppendFormat(narrow, "%c", '!');
