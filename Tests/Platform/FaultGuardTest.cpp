@@ -88,7 +88,7 @@ DWORD WINAPI OverflowTheStack(LPVOID argument)
 TEST(FaultGuard, StopsAStackThatOverflows)
 {
     bool stopped = false;
-    const HANDLE thread = CreateThread(nullptr, 0, OverflowTheStack, &stopped, 0, nullptr);
+    auto* const thread = CreateThread(nullptr, 0, OverflowTheStack, &stopped, 0, nullptr);
     EXPECT_EQ(WaitForSingleObject(thread, 20000), WAIT_OBJECT_0);
     CloseHandle(thread);
     EXPECT_TRUE(stopped);
@@ -125,7 +125,7 @@ TEST(FaultGuard, IsOfTheThread)
         for (int i = 0; i < 3; ++i) {
             threads[i] = CreateThread(nullptr, 0, FaultOften, &faults[i], 0, nullptr);
         }
-        for (const HANDLE thread : threads) {
+        for (auto* const thread : threads) {
             WaitForSingleObject(thread, 20000);
             CloseHandle(thread);
         }

@@ -52,7 +52,7 @@ TEST_F(Files, DispositionsDecideWhatIsOpened)
         std::ofstream(scratch_.Path() / "old") << "old";
         const std::pair<const char*, DWORD> cases[] = {{"new", row.errorOfNew}, {"old", row.errorOfOld}};
         for (const auto& [name, error] : cases) {
-            const HANDLE file = Open(name, GENERIC_WRITE, row.disposition);
+            auto* const file = Open(name, GENERIC_WRITE, row.disposition);
             EXPECT_EQ(GetLastError(), error) << name << row.disposition;
             EXPECT_EQ(file != INVALID_HANDLE_VALUE, opens(error)) << name << row.disposition;
             CloseHandle(file);
@@ -72,7 +72,7 @@ TEST_F(Files, DispositionsDecideWhatIsOpened)
 
 TEST_F(Files, WritesGoOnWhereTheLastOneEnded)
 {
-    const HANDLE file = Open("file", GENERIC_WRITE, CREATE_ALWAYS);
+    auto* const file = Open("file", GENERIC_WRITE, CREATE_ALWAYS);
     DWORD written = 1;
     EXPECT_TRUE(WriteFile(file, "abc", 2, &written, nullptr));
     EXPECT_EQ(written, 2u);
@@ -82,7 +82,7 @@ TEST_F(Files, WritesGoOnWhereTheLastOneEnded)
     EXPECT_EQ(written, 0u);
     CloseHandle(file);
 
-    const HANDLE unwritable = Open("file", GENERIC_READ, OPEN_EXISTING);
+    auto* const unwritable = Open("file", GENERIC_READ, OPEN_EXISTING);
     written = 1;
     EXPECT_FALSE(WriteFile(unwritable, "x", 1, &written, nullptr));
     EXPECT_EQ(GetLastError(), ERROR_ACCESS_DENIED);

@@ -58,7 +58,7 @@ TEST(Threads, RunAndAreAwaited)
 {
     DWORD value = 0;
     DWORD id = 0;
-    const HANDLE thread = CreateThread(nullptr, 0, SetAfterAWhile, &value, 0, &id);
+    auto* const thread = CreateThread(nullptr, 0, SetAfterAWhile, &value, 0, &id);
     ASSERT_NE(thread, nullptr);
     EXPECT_NE(id, 0u);
     EXPECT_EQ(WaitForSingleObject(thread, 0), WAIT_TIMEOUT);

@@ -1,6 +1,6 @@
-// Counts the heap blocks that the program's own objects ask for, by malloc and by the language's operators, and
-// makes some of them fail. What shared libraries take for themselves it does not see. Programs that use it link
-// with the target HeapWatch.
+// Counts the heap blocks that the program's own objects ask for, by malloc and by the language's operators,
+// and makes some of them fail. What shared libraries take for themselves it does not see. Programs that use
+// it link with the target HeapWatch.
 //
 //     for (unsigned n = 1, failed = 1; failed != 0; ++n) {
 //         HeapWatch watch({.ordinal = n});
