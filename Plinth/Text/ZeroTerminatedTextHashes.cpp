@@ -8,12 +8,11 @@
 // four top ones, unless the carry of an addition runs up into them. So four bytes are added together:
 //
 // - Of neighbouring bytes the low nibble of the first and the high nibble of the second meet in one place.
-// What
-//   they give without the carry stands there before a nibble is folded into that place, the carry comes
+//   What they give without the carry stands there before a nibble is folded into that place, the carry comes
 //   after. All four bytes are parted into these two addends, several words at once, before they meet the sum.
 // - The sum, moved up by four nibbles, takes the first addend, the four folds and the second addend.
-// - Where a carry did reach the nibbles that leave, the four bytes are added again one by one; so are bytes
-//   from 0x80 on, which are negative and borrow.
+// - Where a carry did reach the nibbles that leave, the words are added again byte by byte; so are those with
+//   bytes from 0x80 on, which are negative and borrow.
 #include "Plinth/Text/ZeroTerminatedText.h"
 #include "Plinth/Text/ZeroTerminatedTextWords.h"
 
@@ -84,6 +83,12 @@ template <typename Words>
     return end;
 }
 
+template <std::size_t... INDICES, typename Function>
+[[gnu::always_inline]] inline void WithEach(std::index_sequence<INDICES...>, Function function)
+{
+    (function(INDICES), ...);
+}
+
 // As many words as fit before the end.
 template <CharacterFold FOLD, std::size_t COUNT>
 [[gnu::always_inline]] inline void AddWords(std::uint32_t& sum, const char*& text, const char* end)
@@ -95,12 +100,11 @@ template <CharacterFold FOLD, std::size_t COUNT>
         std::uint32_t carried = 0;
         std::uint32_t added = sum;
         std::uint32_t bytes = 0;
-        [&]<std::size_t... I>(std::index_sequence<I...>)
-        {
-            ((added = AddFour(added, parts.before[I], parts.after[I], carried)), ...);
-            ((bytes |= words[I]), ...);
-        }
-        (std::make_index_sequence<COUNT>());
+        const auto addWord = [&](std::size_t i) {
+            added = AddFour(added, parts.before[i], parts.after[i], carried);
+            bytes |= words[i];
+        };
+        WithEach(std::make_index_sequence<COUNT>(), addWord);
         const bool isExact = carried >> 28 == 0 && IsAscii(bytes);
         sum = isExact ? added : AddBytes<FOLD>(sum, text, text + sizeof(Words));
     }
