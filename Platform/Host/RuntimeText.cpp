@@ -4,7 +4,7 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <limits>
+#include <cstring>
 #include <string>
 
 namespace Platform::Host {
@@ -15,17 +15,6 @@ template <typename Unit>
 Unit Lower(Unit unit)
 {
     return unit >= 'A' && unit <= 'Z' ? static_cast<Unit>(unit + ('a' - 'A')) : unit;
-}
-
-int CompareNoCase(const char* a, const char* b, std::size_t count)
-{
-    for (; count != 0; ++a, ++b, --count) {
-        const int difference = static_cast<unsigned char>(Lower(*a)) - static_cast<unsigned char>(Lower(*b));
-        if (difference != 0 || *a == 0) {
-            return difference;
-        }
-    }
-    return 0;
 }
 
 template <typename Unit>
@@ -49,16 +38,17 @@ int MakeLower(Unit* text, std::size_t size)
 
 using namespace Platform::Host;
 
+// The process stays in the C locale, where only ASCII letters have two cases.
 int _stricmp(const char* a, const char* b)
 {
     GateSees("_stricmp");
-    return CompareNoCase(a, b, std::numeric_limits<std::size_t>::max());
+    return strcasecmp(a, b);
 }
 
 int _strnicmp(const char* a, const char* b, std::size_t count)
 {
     GateSees("_strnicmp");
-    return CompareNoCase(a, b, count);
+    return strncasecmp(a, b, count);
 }
 
 int _strlwr_s(char* text, std::size_t size)

@@ -492,11 +492,6 @@ void CString::ComputeHash()
     hash_ = HashTextPath(text_);
 }
 
-bool operator==(const CString& a, const CString& b)
-{
-    return EqualBytes(a.CStr(), a.GetLength(), b.CStr(), b.GetLength());
-}
-
 bool operator<(const CString& a, const CString& b)
 {
     return Compare(a, b) < 0;
@@ -510,11 +505,6 @@ bool EqualsNoCase(const CString& a, const CString& b)
 int Compare(const CString& a, const CString& b)
 {
     return std::strcmp(a.CStr(), b.CStr());
-}
-
-int CompareNoCase(const CString& a, const CString& b)
-{
-    return _stricmp(a.CStr(), b.CStr());
 }
 
 std::istream& operator>>(std::istream& stream, CString& string)

@@ -142,6 +142,11 @@ public:
     void ComputeHash();                                           // HashTextPath of the text
     [[nodiscard]] std::uint32_t GetHash() const { return hash_; } // 0: none computed since the last change
 
+    friend bool operator==(const CString& a, const CString& b)
+    {
+        return EqualBytes(a.text_, a.length_, b.text_, b.length_);
+    }
+
 private:
     struct Layout;
 
@@ -158,11 +163,13 @@ private:
 
 static_assert(sizeof(CString) == (sizeof(char*) == 4 ? 16 : 24));
 
-bool operator==(const CString& a, const CString& b);
 bool operator<(const CString& a, const CString& b); // plain byte order
 bool EqualsNoCase(const CString& a, const CString& b);
 int Compare(const CString& a, const CString& b); // below 0, 0 or above 0
-int CompareNoCase(const CString& a, const CString& b);
+inline int CompareNoCase(const CString& a, const CString& b)
+{
+    return _stricmp(a.CStr(), b.CStr());
+}
 
 // Reads words while the stream is good, and assigns them, joined by single blanks. White space at the end of
 // the stream leaves a blank at the end.

@@ -125,15 +125,31 @@ CHashedTextSet::~CHashedTextSet()
     FreeMemory(entries_);
 }
 
+// The first empty slot from here to the end of the table, or that end.
+std::uint32_t CHashedTextSet::FindEmpty(std::uint32_t slot) const
+{
+    const void* const found = std::memchr(flags_ + slot, 0, capacity_ - slot);
+    return found != nullptr ? static_cast<std::uint32_t>(static_cast<const std::uint8_t*>(found) - flags_)
+                            : capacity_;
+}
+
+// The first slot, up to the same, whose pair has the hash. Texts of one pattern share their first slots, so
+// that many pairs of other hashes lie in the way.
+std::uint32_t CHashedTextSet::SkipOthers(std::uint32_t slot, std::uint32_t hash) const
+{
+    const auto hasHash = [hash](const CHashedText& entry) { return entry.hash == hash; };
+    const CHashedText* const found = std::find_if(entries_ + slot, entries_ + FindEmpty(slot), hasHash);
+    return static_cast<std::uint32_t>(found - entries_);
+}
+
 std::uint32_t CHashedTextSet::FindSlot(const CHashedText& key) const
 {
     if (capacity_ == 0) {
         return 0;
     }
-    const std::uint32_t mask = capacity_ - 1;
-    std::uint32_t slot = key.hash & mask;
-    while (flags_[slot] != 0 && !(entries_[slot] == key)) {
-        slot = (slot + 1) & mask;
+    std::uint32_t slot = SkipOthers(key.hash & (capacity_ - 1), key.hash);
+    while (slot == capacity_ || (flags_[slot] != 0 && !(entries_[slot] == key))) {
+        slot = SkipOthers(slot != capacity_ ? slot + 1 : 0, key.hash);
     }
     return slot;
 }
@@ -146,10 +162,9 @@ CHashedText* CHashedTextSet::EntryAt(std::uint32_t slot) const
 // The pairs of a set differ, so each goes to the first empty slot of its probe sequence.
 void CHashedTextSet::Take(const CHashedText& key)
 {
-    const std::uint32_t mask = capacity_ - 1;
-    std::uint32_t slot = key.hash & mask;
-    while (flags_[slot] != 0) {
-        slot = (slot + 1) & mask;
+    std::uint32_t slot = FindEmpty(key.hash & (capacity_ - 1));
+    if (slot == capacity_) {
+        slot = FindEmpty(0);
     }
     flags_[slot] = 1;
     entries_[slot] = key;

@@ -92,6 +92,8 @@ public:
 private:
     struct Layout;
 
+    [[nodiscard]] std::uint32_t FindEmpty(std::uint32_t slot) const;
+    [[nodiscard]] std::uint32_t SkipOthers(std::uint32_t slot, std::uint32_t hash) const;
     [[nodiscard]] bool Grow();
     void Take(const CHashedText& key);
 

@@ -1,6 +1,7 @@
 #include "Plinth/Text/CTextBuilder.h"
 
 #include "Plinth/Debug/Allocation.h"
+#include "Plinth/Text/ZeroTerminatedTextWords.h"
 
 #include <algorithm>
 #include <cstring>
@@ -73,6 +74,20 @@ std::size_t CopyFolded(Character* to, const Character* from, std::size_t count, 
             return i;
         }
     }
+    return count;
+}
+
+// The known folds give zero for zero alone, which no text to append has. It does not overlap the place it
+// goes to.
+template <CharacterFold FOLD>
+std::size_t CopyFolded(char* to, const char* from, std::size_t count, KnownFold<FOLD> fold)
+{
+    using Word = std::size_t;
+    const std::size_t inWords = count - count % sizeof(Word);
+    for (std::size_t i = 0; i < inWords; i += sizeof(Word)) {
+        StoreWords(to + i, FoldWords<FOLD>(LoadWords<Word>(from + i)));
+    }
+    std::transform(from + inWords, from + count, to + inWords, fold);
     return count;
 }
 

@@ -230,11 +230,6 @@ std::uint32_t FindCharIndex(const char* text, char byte)
     return found != nullptr ? static_cast<std::uint32_t>(found - text) : NOT_FOUND;
 }
 
-bool EqualBytes(const char* a, std::uint32_t lengthA, const char* b, std::uint32_t lengthB)
-{
-    return lengthA == lengthB && (lengthA == 0 || std::memcmp(a, b, lengthA) == 0);
-}
-
 bool EqualBytesNoCase(const char* a, std::uint32_t lengthA, const char* b, std::uint32_t lengthB)
 {
     if (lengthA != lengthB) {

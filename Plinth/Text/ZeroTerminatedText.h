@@ -98,7 +98,11 @@ bool EndsWith(const char* text, const char* suffix);   // false when either is n
 std::uint32_t FindCharIndex(const char* text, char byte);
 
 // Counted texts, zeros included. They are read only when the lengths are equal and not 0.
-bool EqualBytes(const char* a, std::uint32_t lengthA, const char* b, std::uint32_t lengthB);
+inline bool EqualBytes(const char* a, std::uint32_t lengthA, const char* b, std::uint32_t lengthB)
+{
+    return lengthA == lengthB && (lengthA == 0 || std::memcmp(a, b, lengthA) == 0);
+}
+
 bool EqualBytesNoCase(const char* a, std::uint32_t lengthA, const char* b, std::uint32_t lengthB); // ASCII
 
 // --- Path parts: positions inside the path itself; null for a null path.

@@ -8,6 +8,7 @@ SHIPPING_PACKAGES=(python3-pefile git)
 ICON_PACKAGES=(librsvg2-bin icoutils python3-pil)
 WINE_PACKAGES=(debootstrap bubblewrap)
 FUZZ_PACKAGES=(clang-14 libclang-rt-14-dev)
+PEER_PACKAGES=(libbenchmark-dev libabsl-dev libxxhash-dev pkg-config python3)
 
 WINE_ROOT=$CACHE/wine-root
 # The one that Debian's Python modules belong to, whatever else the path has.
@@ -66,6 +67,7 @@ setup_host() {
 
 setup_check() { need_packages "${HOST_PACKAGES[@]}" "${CHECK_PACKAGES[@]}"; }
 setup_icon() { need_packages "${ICON_PACKAGES[@]}"; }
+setup_peers() { need_packages "${HOST_PACKAGES[@]}" "${PEER_PACKAGES[@]}"; }
 setup_fuzz() { need_packages "${HOST_PACKAGES[@]}" "${FUZZ_PACKAGES[@]}"; }
 
 # A Wine of the machine's own, with its 32-bit side and a virtual screen.

@@ -222,19 +222,21 @@ TEST(CString, Searches)
     EXPECT_FALSE(CString("c").StartsWithNoCase("AB", 2));
 }
 
-// Every search in long texts of few letters against the standard library's.
+// Every search in long texts of few letters and of all bytes against the standard library's.
 TEST(CString, FindsWhatTheStandardStringFinds)
 {
     std::mt19937 random(2);
     for (int i = 0; i < 3000; ++i) {
-        std::string text(random() % 2000, 'a');
-        for (char& byte : text) {
-            byte = static_cast<char>('a' + random() % 3);
-        }
-        std::string needle(random() % 12, 'a');
-        for (char& byte : needle) {
-            byte = static_cast<char>('a' + random() % 3);
-        }
+        const unsigned letters = i % 2 == 0 ? 3 : 255;
+        const auto randomText = [&](std::size_t length) {
+            std::string text(length, ' ');
+            for (char& byte : text) {
+                byte = static_cast<char>(1 + random() % letters);
+            }
+            return text;
+        };
+        const std::string text = randomText(random() % 2000);
+        std::string needle = randomText(random() % 12);
         if (random() % 2 == 0 && text.size() > 40) {
             needle = text.substr(random() % (text.size() - 40), random() % 40);
         }

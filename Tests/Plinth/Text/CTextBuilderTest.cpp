@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <functional>
 #include <random>
 #include <utility>
@@ -462,6 +463,23 @@ TEST(CTextBuilder, FoldsOnlyItsPart)
     wide.SetLength(0);
     wide.AppendFolded(WIDE("\u00C4"), [](char) { return '\xE4'; });
     EXPECT_EQ(ToUnits(wide.GetText()), "00e4");
+}
+
+TEST(CTextBuilder, FoldsEveryByteAtEveryPlace)
+{
+    std::string text;
+    for (int i = 1; i < 256; ++i) {
+        text += static_cast<char>(i);
+    }
+    for (const CharacterFold fold : {FoldNone, FoldLower, FoldSlash, FoldPath}) {
+        for (std::size_t start = 0; start < text.size(); ++start) {
+            std::string expected = text.substr(start);
+            std::transform(expected.begin(), expected.end(), expected.begin(), fold);
+            char buffer[512];
+            CTextBuilder builder(buffer, sizeof(buffer));
+            EXPECT_EQ(builder.AppendFolded(text.c_str() + start, fold), expected);
+        }
+    }
 }
 
 TEST(CTextBuilder, FormatsAndConverts)

@@ -1,0 +1,89 @@
+// Text several bytes at a time: in unsigned words, or in vectors of words of four bytes. They are loaded from
+// and stored to any address, and the first byte is the lowest.
+#pragma once
+
+#include "Plinth/Text/ZeroTerminatedText.h"
+
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+namespace Plinth {
+
+static_assert(std::endian::native == std::endian::little);
+
+template <typename Words>
+Words LoadWords(const char* text)
+{
+    Words words;
+    std::memcpy(&words, text, sizeof(words));
+    return words;
+}
+
+template <typename Words>
+void StoreWords(char* text, Words words)
+{
+    std::memcpy(text, &words, sizeof(words));
+}
+
+// The byte in every place.
+template <typename Words>
+constexpr Words Repeated(std::uint32_t byte)
+{
+    return ~Words{} / 0xFF * byte;
+}
+
+template <typename Word>
+constexpr bool IsAscii(Word word)
+{
+    return (word & Repeated<Word>(0x80)) == 0;
+}
+
+template <typename Words>
+constexpr Words FoldSlashes(Words words)
+{
+    const Words differences = words ^ Repeated<Words>('/');
+    const Words others = ((differences & Repeated<Words>(0x7F)) + Repeated<Words>(0x7F)) | differences;
+    const Words flags = ~others & Repeated<Words>(0x80);
+    return words ^ ((flags - (flags >> 7)) & Repeated<Words>('/' ^ '\\'));
+}
+
+template <typename Words>
+constexpr Words FoldCapitals(Words words)
+{
+    const Words heptets = words & Repeated<Words>(0x7F);
+    const Words fromA = heptets + Repeated<Words>(0x80 - 'A');
+    const Words pastZ = heptets + Repeated<Words>(0x80 - 'Z' - 1);
+    return words | ((fromA & ~pastZ & ~words & Repeated<Words>(0x80)) >> 2);
+}
+
+// What a fold of ZeroTerminatedText.h changes.
+template <CharacterFold FOLD>
+inline constexpr bool FOLDS_SLASHES = false;
+template <>
+inline constexpr bool FOLDS_SLASHES<FoldSlash> = true;
+template <>
+inline constexpr bool FOLDS_SLASHES<FoldPath> = true;
+
+template <CharacterFold FOLD>
+inline constexpr bool FOLDS_CAPITALS = false;
+template <>
+inline constexpr bool FOLDS_CAPITALS<FoldLower> = true;
+template <>
+inline constexpr bool FOLDS_CAPITALS<FoldPath> = true;
+
+// That fold of each byte.
+template <CharacterFold FOLD, typename Words>
+constexpr Words FoldWords(Words words)
+{
+    if constexpr (FOLDS_SLASHES<FOLD>) {
+        words = FoldSlashes(words);
+    }
+    if constexpr (FOLDS_CAPITALS<FOLD>) {
+        words = FoldCapitals(words);
+    }
+    return words;
+}
+
+} // namespace Plinth
