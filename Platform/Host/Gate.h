@@ -8,9 +8,9 @@
 #pragma once
 
 #include "Platform/Host/Api/Types.h"
+#include "Platform/Host/GateFlag.h"
 #include "Platform/Host/LastError.h"
 
-#include <atomic>
 #include <functional>
 #include <new>
 #include <string>
@@ -44,20 +44,8 @@ public:
     [[nodiscard]] bool Failed() const; // whether the rule made a call fail
 };
 
-inline std::atomic<bool> gateWatched{false};
-
-void RecordCall(const char* function);
-
 // Records the call; true when it has to fail, the last error being set.
 bool ConsultGate(const char* function);
-
-// For functions that cannot fail.
-inline void GateSees(const char* function)
-{
-    if (gateWatched.load(std::memory_order_relaxed)) [[unlikely]] {
-        RecordCall(function);
-    }
-}
 
 // For functions that can: true when this call has to, the last error being set.
 inline bool GateStops(const char* function)

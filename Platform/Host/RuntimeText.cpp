@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
 #include <string>
 
 namespace Platform::Host {
@@ -37,19 +36,6 @@ int MakeLower(Unit* text, std::size_t size)
 } // namespace Platform::Host
 
 using namespace Platform::Host;
-
-// The process stays in the C locale, where only ASCII letters have two cases.
-int _stricmp(const char* a, const char* b)
-{
-    GateSees("_stricmp");
-    return strcasecmp(a, b);
-}
-
-int _strnicmp(const char* a, const char* b, std::size_t count)
-{
-    GateSees("_strnicmp");
-    return strncasecmp(a, b, count);
-}
 
 int _strlwr_s(char* text, std::size_t size)
 {

@@ -1,6 +1,7 @@
 #include "Plinth/Text/CStringPool.h"
 
 #include "Plinth/Debug/Allocation.h"
+#include "Plinth/Text/ZeroTerminatedTextWords.h"
 
 #include <algorithm>
 #include <bit>
@@ -37,6 +38,12 @@ void* AllocateBlock(std::uint64_t size)
         return nullptr;
     }
     return AllocateMemory(static_cast<std::uint32_t>(size));
+}
+
+// Bit 0 says that the slot is occupied, the others are bits of the hash that its first slot says least about.
+std::uint8_t FlagOf(const CHashedText& key)
+{
+    return static_cast<std::uint8_t>(key.hash >> 24 | 1);
 }
 
 void* BlockBefore(const void* block)
@@ -125,33 +132,29 @@ CHashedTextSet::~CHashedTextSet()
     FreeMemory(entries_);
 }
 
-// The first empty slot from here to the end of the table, or that end.
-std::uint32_t CHashedTextSet::FindEmpty(std::uint32_t slot) const
-{
-    const void* const found = std::memchr(flags_ + slot, 0, capacity_ - slot);
-    return found != nullptr ? static_cast<std::uint32_t>(static_cast<const std::uint8_t*>(found) - flags_)
-                            : capacity_;
-}
-
-// The first slot, up to the same, whose pair has the hash. Texts of one pattern share their first slots, so
-// that many pairs of other hashes lie in the way.
-std::uint32_t CHashedTextSet::SkipOthers(std::uint32_t slot, std::uint32_t hash) const
-{
-    const auto hasHash = [hash](const CHashedText& entry) { return entry.hash == hash; };
-    const CHashedText* const found = std::find_if(entries_ + slot, entries_ + FindEmpty(slot), hasHash);
-    return static_cast<std::uint32_t>(found - entries_);
-}
-
+// Texts of one pattern share their first slots, so that many others lie in the way of one. Their flags tell
+// most of them apart, a word of flags at a time.
 std::uint32_t CHashedTextSet::FindSlot(const CHashedText& key) const
 {
     if (capacity_ == 0) {
         return 0;
     }
-    std::uint32_t slot = SkipOthers(key.hash & (capacity_ - 1), key.hash);
-    while (slot == capacity_ || (flags_[slot] != 0 && !(entries_[slot] == key))) {
-        slot = SkipOthers(slot != capacity_ ? slot + 1 : 0, key.hash);
+    using Word = std::size_t;
+    const auto wanted = Repeated<Word>(FlagOf(key));
+    const std::uint32_t first = key.hash & (capacity_ - 1);
+    constexpr std::uint32_t SLOTS = sizeof(Word); // a word has the flags of so many
+    std::uint32_t start = first / SLOTS * SLOTS;
+    Word before = (Word{1} << 8 * (first - start)) - 1; // of the first word what lies before the first slot
+    for (;; before = 0, start = (start + SLOTS) & (capacity_ - 1)) {
+        const auto flags = LoadWords<Word>(flags_ + start);
+        const Word candidates = (ZeroBytes(flags) | ZeroBytes(flags ^ wanted)) & ~before;
+        for (Word left = candidates; left != 0; left &= left - 1) {
+            const std::uint32_t slot = start + static_cast<std::uint32_t>(std::countr_zero(left)) / 8;
+            if (flags_[slot] == 0 || entries_[slot] == key) {
+                return slot;
+            }
+        }
     }
-    return slot;
 }
 
 CHashedText* CHashedTextSet::EntryAt(std::uint32_t slot) const
@@ -162,13 +165,19 @@ CHashedText* CHashedTextSet::EntryAt(std::uint32_t slot) const
 // The pairs of a set differ, so each goes to the first empty slot of its probe sequence.
 void CHashedTextSet::Take(const CHashedText& key)
 {
-    std::uint32_t slot = FindEmpty(key.hash & (capacity_ - 1));
-    if (slot == capacity_) {
-        slot = FindEmpty(0);
+    const std::uint32_t first = key.hash & (capacity_ - 1);
+    const void* empty = std::memchr(flags_ + first, 0, capacity_ - first);
+    if (empty == nullptr) {
+        empty = std::memchr(flags_, 0, capacity_);
     }
-    flags_[slot] = 1;
-    entries_[slot] = key;
+    Occupy(static_cast<std::uint32_t>(static_cast<const std::uint8_t*>(empty) - flags_), key);
     --budget_;
+}
+
+void CHashedTextSet::Occupy(std::uint32_t slot, const CHashedText& key)
+{
+    flags_[slot] = FlagOf(key);
+    entries_[slot] = key;
 }
 
 bool CHashedTextSet::Grow()
@@ -204,8 +213,7 @@ CHashedText* CHashedTextSet::InsertAt(std::uint32_t slot, const CHashedText& key
     if (capacity_ != capacityBefore) {
         slot = FindSlot(key);
     }
-    flags_[slot] = 1;
-    entries_[slot] = key;
+    Occupy(slot, key);
     return &entries_[slot];
 }
 

@@ -14,10 +14,10 @@ namespace Plinth {
 static_assert(std::endian::native == std::endian::little);
 
 template <typename Words>
-Words LoadWords(const char* text)
+Words LoadWords(const void* bytes)
 {
     Words words;
-    std::memcpy(&words, text, sizeof(words));
+    std::memcpy(&words, bytes, sizeof(words));
     return words;
 }
 
@@ -40,12 +40,18 @@ constexpr bool IsAscii(Word word)
     return (word & Repeated<Word>(0x80)) == 0;
 }
 
+// The top bit of every byte that is zero.
+template <typename Words>
+constexpr Words ZeroBytes(Words words)
+{
+    const Words others = ((words & Repeated<Words>(0x7F)) + Repeated<Words>(0x7F)) | words;
+    return ~others & Repeated<Words>(0x80);
+}
+
 template <typename Words>
 constexpr Words FoldSlashes(Words words)
 {
-    const Words differences = words ^ Repeated<Words>('/');
-    const Words others = ((differences & Repeated<Words>(0x7F)) + Repeated<Words>(0x7F)) | differences;
-    const Words flags = ~others & Repeated<Words>(0x80);
+    const Words flags = ZeroBytes<Words>(words ^ Repeated<Words>('/'));
     return words ^ ((flags - (flags >> 7)) & Repeated<Words>('/' ^ '\\'));
 }
 

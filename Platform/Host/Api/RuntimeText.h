@@ -3,10 +3,22 @@
 #pragma once
 
 #include "Platform/Host/Api/Types.h"
+#include "Platform/Host/GateFlag.h"
 
-// Below 0, 0 or above 0, like strcmp, with all letters taken as lower case.
-int _stricmp(const char* a, const char* b);
-int _strnicmp(const char* a, const char* b, std::size_t count);
+// Below 0, 0 or above 0, like strcmp, with all letters taken as lower case. The process stays in the "C"
+// locale, so the host's own functions do it; they are here because a call in between costs as much as a short
+// comparison.
+inline int _stricmp(const char* a, const char* b)
+{
+    Platform::Host::GateSees("_stricmp");
+    return __builtin_strcasecmp(a, b);
+}
+
+inline int _strnicmp(const char* a, const char* b, std::size_t count)
+{
+    Platform::Host::GateSees("_strnicmp");
+    return __builtin_strncasecmp(a, b, count);
+}
 
 // 0; EINVAL for a null text, and for one without an end within `size`, which becomes the empty text.
 int _strlwr_s(char* text, std::size_t size);
