@@ -21,7 +21,7 @@ constinit thread_local GuardRecord* innermost = nullptr;
 
 // Where the handler runs: a fault may be the lack of any other stack. In static thread-local storage, which
 // comes and goes with the thread.
-constexpr std::size_t SIGNAL_STACK_SIZE = 64 * 1024;
+constexpr std::size_t SIGNAL_STACK_SIZE = 65536;
 constinit thread_local char signalStack[SIGNAL_STACK_SIZE]{};
 constinit thread_local bool hasSignalStack = false;
 

@@ -143,7 +143,7 @@ HANDLE WINAPI CreateFileW(LPCWSTR fileName, DWORD access, DWORD /*shareMode*/,
                    [&] { return OpenFile(fileName, access, disposition); });
 }
 
-BOOL WINAPI WriteFile(HANDLE handle, LPCVOID bytes, DWORD byteCount, LPDWORD written, LPOVERLAPPED overlapped)
+BOOL WINAPI WriteFile(HANDLE file, LPCVOID bytes, DWORD byteCount, LPDWORD written, LPOVERLAPPED overlapped)
 {
     if (written != nullptr) {
         *written = 0;
@@ -155,7 +155,7 @@ BOOL WINAPI WriteFile(HANDLE handle, LPCVOID bytes, DWORD byteCount, LPDWORD wri
         if (bytes == nullptr && byteCount != 0) {
             return Fail(ERROR_INVALID_USER_BUFFER);
         }
-        const std::shared_ptr<File> file = FindObjectOf<File>(handle);
-        return file != nullptr ? file->Write(static_cast<const char*>(bytes), byteCount, *written) : FALSE;
+        const std::shared_ptr<File> found = FindObjectOf<File>(file);
+        return found != nullptr ? found->Write(static_cast<const char*>(bytes), byteCount, *written) : FALSE;
     });
 }

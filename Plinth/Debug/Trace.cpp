@@ -122,7 +122,7 @@ void TakeOther(char character)
     }
 }
 
-void TraceFormatted(const char* format, std::va_list arguments)
+[[gnu::format(printf, 1, 0)]] void TraceFormatted(const char* format, std::va_list arguments)
 {
     char text[LARGEST_FORMATTED_TEXT];
     TryFormatTextV(text, sizeof(text), format, arguments);

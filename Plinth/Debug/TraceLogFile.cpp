@@ -8,7 +8,7 @@ namespace Plinth {
 
 void CloseLogFile()
 {
-    if (const HANDLE file = std::exchange(traceState.logFile, nullptr); file != nullptr) {
+    if (auto* const file = std::exchange(traceState.logFile, nullptr); file != nullptr) {
         CloseLogHandle(file);
     }
 }

@@ -88,7 +88,7 @@ CString::~CString()
 bool CString::MakeRoom(std::uint64_t size)
 {
     if (size <= capacity_) {
-        return true;
+        return text_ != nullptr;
     }
     const std::uint64_t capacity = (size + BLOCK_STEP - 1) / BLOCK_STEP * BLOCK_STEP;
     if (capacity > UINT32_MAX) {
@@ -174,7 +174,7 @@ void CString::Assign(const char* text, std::uint32_t count)
         return;
     }
     if (text == text_) {
-        if (count <= length_) {
+        if (text_ != nullptr && count <= length_) {
             SetLength(count);
         }
         return;
@@ -196,6 +196,7 @@ CString& CString::operator=(const char* text)
     return *this;
 }
 
+// NOLINTNEXTLINE(bugprone-unhandled-self-assignment): Assign takes a source in the own block.
 CString& CString::operator=(const CString& other)
 {
     Assign(other, other.length_);

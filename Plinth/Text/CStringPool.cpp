@@ -136,7 +136,7 @@ CHashedTextSet::~CHashedTextSet()
 // most of them apart, a word of flags at a time.
 std::uint32_t CHashedTextSet::FindSlot(const CHashedText& key) const
 {
-    if (capacity_ == 0) {
+    if (entries_ == nullptr) {
         return 0;
     }
     using Word = std::size_t;
@@ -202,7 +202,7 @@ CHashedText* CHashedTextSet::InsertAt(std::uint32_t slot, const CHashedText& key
         return entry;
     }
     const std::uint32_t capacityBefore = capacity_;
-    if (capacity_ == 0 && !Grow()) { // there was no memory when the set was made
+    if (entries_ == nullptr && !Grow()) { // there was no memory when the set was made
         return nullptr;
     }
     if (budget_ > 1) {
