@@ -8,7 +8,7 @@
 // exception.
 //
 // Guards nest, and each is its thread's own; setting one up takes no heap memory and leaves the last error
-// alone. Of the faults of a thread a guard stops the first overflow of its stack alone.
+// alone. An overflow of the stack is stopped once a thread: the real platform has no guard page for a second.
 #pragma once
 
 #include <concepts>
