@@ -94,7 +94,7 @@ DWORD CheckFound(const std::string& native, DWORD disposition)
 
 bool Creates(DWORD disposition)
 {
-    return disposition == CREATE_NEW || disposition == CREATE_ALWAYS || disposition == OPEN_ALWAYS;
+    return (DispositionFlags(disposition) & O_CREAT) != 0;
 }
 
 // Finds the file or the place where it would be. ERROR_FILE_NOT_FOUND where there is only the place.

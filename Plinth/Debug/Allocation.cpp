@@ -24,6 +24,15 @@ void* AllocateMemory(std::uint32_t size)
     return block;
 }
 
+void* AllocateSummed(std::uint64_t size)
+{
+    if (size > UINT32_MAX) {
+        ReportAllocationFailure(UINT32_MAX);
+        return nullptr;
+    }
+    return AllocateMemory(static_cast<std::uint32_t>(size));
+}
+
 void FreeMemory(void* block)
 {
     std::free(block);

@@ -10,6 +10,10 @@ namespace Plinth {
 // FreeMemory or free; null, after ReportAllocationFailure, when there is none.
 [[nodiscard]] void* AllocateMemory(std::uint32_t size);
 
+// The same for a size that was summed in 64 bits: there is no block past 32, and the report then names the
+// largest size.
+[[nodiscard]] void* AllocateSummed(std::uint64_t size);
+
 void FreeMemory(void* block); // may be null
 
 // Traces the size and the memory status. Takes no heap memory.

@@ -91,11 +91,7 @@ bool CString::MakeRoom(std::uint64_t size)
         return text_ != nullptr;
     }
     const std::uint64_t capacity = (size + BLOCK_STEP - 1) / BLOCK_STEP * BLOCK_STEP;
-    if (capacity > UINT32_MAX) {
-        ReportAllocationFailure(UINT32_MAX);
-        return false;
-    }
-    auto* const block = static_cast<char*>(AllocateMemory(static_cast<std::uint32_t>(capacity)));
+    auto* const block = static_cast<char*>(AllocateSummed(capacity));
     if (block == nullptr) {
         return false;
     }

@@ -1,7 +1,6 @@
 #include "Plinth/Text/CStringPool.h"
 
 #include "Plinth/Debug/Allocation.h"
-#include "Plinth/Text/ZeroTerminatedTextWords.h"
 
 #include <algorithm>
 #include <bit>
@@ -30,22 +29,6 @@ constexpr std::uint32_t POOL_BLOCK_SIZE = 4096;
 constexpr std::uint32_t SMALLEST_CAPACITY = 16;
 constexpr std::uint32_t LARGEST_CAPACITY = 0x80000000;
 
-// A size past 32 bits is one that cannot be had.
-void* AllocateBlock(std::uint64_t size)
-{
-    if (size > UINT32_MAX) {
-        ReportAllocationFailure(UINT32_MAX);
-        return nullptr;
-    }
-    return AllocateMemory(static_cast<std::uint32_t>(size));
-}
-
-// Bit 0 says that the slot is occupied, the others are bits of the hash that its first slot says least about.
-std::uint8_t FlagOf(const CHashedText& key)
-{
-    return static_cast<std::uint8_t>(key.hash >> 24 | 1);
-}
-
 void* BlockBefore(const void* block)
 {
     void* before;
@@ -70,7 +53,7 @@ CStringArena::~CStringArena()
 bool CStringArena::StartBlock(std::uint64_t textSize)
 {
     const std::uint64_t size = std::max<std::uint64_t>(textSize + sizeof(chain_), blockSize_);
-    auto* const block = static_cast<char*>(AllocateBlock(size));
+    auto* const block = static_cast<char*>(AllocateSummed(size));
     if (block == nullptr) {
         return false;
     }
@@ -116,7 +99,7 @@ CHashedTextSet::CHashedTextSet(std::uint32_t capacity)
 {
     const std::uint32_t slots =
         std::bit_ceil(std::clamp<std::uint32_t>(capacity, SMALLEST_CAPACITY, LARGEST_CAPACITY));
-    void* const block = AllocateBlock(std::uint64_t{slots} * (sizeof(CHashedText) + 1));
+    void* const block = AllocateSummed(std::uint64_t{slots} * (sizeof(CHashedText) + 1));
     if (block == nullptr) {
         return;
     }
@@ -132,29 +115,33 @@ CHashedTextSet::~CHashedTextSet()
     FreeMemory(entries_);
 }
 
-// Texts of one pattern share their first slots, so that many others lie in the way of one. Their flags tell
-// most of them apart, a word of flags at a time.
+// The first empty slot from here to the end of the table, or that end.
+std::uint32_t CHashedTextSet::FindEmpty(std::uint32_t slot) const
+{
+    const void* const found = std::memchr(flags_ + slot, 0, capacity_ - slot);
+    return found != nullptr ? static_cast<std::uint32_t>(static_cast<const std::uint8_t*>(found) - flags_)
+                            : capacity_;
+}
+
+// The first slot, up to the same, whose pair has the hash. Texts of one pattern share their first slots, so
+// that many pairs of other hashes lie in the way.
+std::uint32_t CHashedTextSet::SkipOthers(std::uint32_t slot, std::uint32_t hash) const
+{
+    const auto hasHash = [hash](const CHashedText& entry) { return entry.hash == hash; };
+    const CHashedText* const found = std::find_if(entries_ + slot, entries_ + FindEmpty(slot), hasHash);
+    return static_cast<std::uint32_t>(found - entries_);
+}
+
 std::uint32_t CHashedTextSet::FindSlot(const CHashedText& key) const
 {
     if (entries_ == nullptr) {
         return 0;
     }
-    using Word = std::size_t;
-    const auto wanted = Repeated<Word>(FlagOf(key));
-    const std::uint32_t first = key.hash & (capacity_ - 1);
-    constexpr std::uint32_t SLOTS = sizeof(Word); // a word has the flags of so many
-    std::uint32_t start = first / SLOTS * SLOTS;
-    Word before = (Word{1} << 8 * (first - start)) - 1; // of the first word what lies before the first slot
-    for (;; before = 0, start = (start + SLOTS) & (capacity_ - 1)) {
-        const auto flags = LoadWords<Word>(flags_ + start);
-        const Word candidates = (ZeroBytes(flags) | ZeroBytes(flags ^ wanted)) & ~before;
-        for (Word left = candidates; left != 0; left &= left - 1) {
-            const std::uint32_t slot = start + static_cast<std::uint32_t>(std::countr_zero(left)) / 8;
-            if (flags_[slot] == 0 || entries_[slot] == key) {
-                return slot;
-            }
-        }
+    std::uint32_t slot = SkipOthers(key.hash & (capacity_ - 1), key.hash);
+    while (slot == capacity_ || (flags_[slot] != 0 && !(entries_[slot] == key))) {
+        slot = SkipOthers(slot != capacity_ ? slot + 1 : 0, key.hash);
     }
+    return slot;
 }
 
 CHashedText* CHashedTextSet::EntryAt(std::uint32_t slot) const
@@ -165,19 +152,13 @@ CHashedText* CHashedTextSet::EntryAt(std::uint32_t slot) const
 // The pairs of a set differ, so each goes to the first empty slot of its probe sequence.
 void CHashedTextSet::Take(const CHashedText& key)
 {
-    const std::uint32_t first = key.hash & (capacity_ - 1);
-    const void* empty = std::memchr(flags_ + first, 0, capacity_ - first);
-    if (empty == nullptr) {
-        empty = std::memchr(flags_, 0, capacity_);
+    std::uint32_t slot = FindEmpty(key.hash & (capacity_ - 1));
+    if (slot == capacity_) {
+        slot = FindEmpty(0);
     }
-    Occupy(static_cast<std::uint32_t>(static_cast<const std::uint8_t*>(empty) - flags_), key);
-    --budget_;
-}
-
-void CHashedTextSet::Occupy(std::uint32_t slot, const CHashedText& key)
-{
-    flags_[slot] = FlagOf(key);
+    flags_[slot] = 1;
     entries_[slot] = key;
+    --budget_;
 }
 
 bool CHashedTextSet::Grow()
@@ -213,7 +194,8 @@ CHashedText* CHashedTextSet::InsertAt(std::uint32_t slot, const CHashedText& key
     if (capacity_ != capacityBefore) {
         slot = FindSlot(key);
     }
-    Occupy(slot, key);
+    flags_[slot] = 1;
+    entries_[slot] = key;
     return &entries_[slot];
 }
 

@@ -92,13 +92,14 @@ public:
 private:
     struct Layout;
 
+    [[nodiscard]] std::uint32_t FindEmpty(std::uint32_t slot) const;
+    [[nodiscard]] std::uint32_t SkipOthers(std::uint32_t slot, std::uint32_t hash) const;
     [[nodiscard]] bool Grow();
     void Take(const CHashedText& key);
-    void Occupy(std::uint32_t slot, const CHashedText& key);
 
     std::int32_t budget_ = 0;       // how many more insertions until the set grows
     std::uint32_t capacity_ = 0;    // slots
-    std::uint8_t* flags_ = nullptr; // a byte a slot, in one block behind the entries: 0 empty, odd occupied
+    std::uint8_t* flags_ = nullptr; // a byte a slot: 0 empty, 1 occupied; in one block behind the entries
     CHashedText* entries_ = nullptr;
 };
 

@@ -140,12 +140,7 @@ bool CBasicTextBuilder<Character>::Grow(std::uint64_t needed)
     const auto frames = static_cast<std::uint32_t>(text_ - base_);
     const std::uint64_t doubled = 2 * (std::uint64_t{capacity_} + frames);
     const std::uint64_t usable = std::max({needed + frames, doubled, SMALLEST_BLOCK});
-    const std::uint64_t size = sizeof(chain_) + usable * sizeof(Character);
-    if (size > UINT32_MAX) {
-        ReportAllocationFailure(UINT32_MAX);
-        return false;
-    }
-    void* const block = AllocateMemory(static_cast<std::uint32_t>(size));
+    void* const block = AllocateSummed(sizeof(chain_) + usable * sizeof(Character));
     if (block == nullptr) {
         return false;
     }

@@ -64,29 +64,14 @@ constexpr Words FoldCapitals(Words words)
     return words | ((fromA & ~pastZ & ~words & Repeated<Words>(0x80)) >> 2);
 }
 
-// What a fold of ZeroTerminatedText.h changes.
-template <CharacterFold FOLD>
-inline constexpr bool FOLDS_SLASHES = false;
-template <>
-inline constexpr bool FOLDS_SLASHES<FoldSlash> = true;
-template <>
-inline constexpr bool FOLDS_SLASHES<FoldPath> = true;
-
-template <CharacterFold FOLD>
-inline constexpr bool FOLDS_CAPITALS = false;
-template <>
-inline constexpr bool FOLDS_CAPITALS<FoldLower> = true;
-template <>
-inline constexpr bool FOLDS_CAPITALS<FoldPath> = true;
-
-// That fold of each byte.
+// A fold of ZeroTerminatedText.h, of each byte.
 template <CharacterFold FOLD, typename Words>
 constexpr Words FoldWords(Words words)
 {
-    if constexpr (FOLDS_SLASHES<FOLD>) {
+    if constexpr (FOLD('/') != '/') {
         words = FoldSlashes(words);
     }
-    if constexpr (FOLDS_CAPITALS<FOLD>) {
+    if constexpr (FOLD('A') != 'A') {
         words = FoldCapitals(words);
     }
     return words;
