@@ -7,6 +7,7 @@
 #include "Platform/Host/Api/Modules.h"
 #include "Platform/Host/Api/Paths.h"
 #include "Platform/Host/Api/Processes.h"
+#include "Platform/Host/Api/Registry.h"
 #include "Platform/Host/Api/RuntimeFormatting.h"
 #include "Platform/Host/Api/RuntimeText.h"
 #include "Platform/Host/Api/TextConversion.h"
