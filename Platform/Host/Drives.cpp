@@ -2,13 +2,12 @@
 
 #include "Platform/Host/CurrentDirectory.h"
 #include "Platform/Host/LastError.h"
+#include "Platform/Host/Names.h"
 #include "Platform/Host/Utf.h"
 
 #include <algorithm>
 #include <cerrno>
-#include <clocale>
 #include <cstdlib>
-#include <cwctype>
 #include <dirent.h>
 #include <map>
 #include <memory>
@@ -155,17 +154,6 @@ std::u16string JoinParts(std::u16string_view drive, const std::vector<std::u16st
     return full;
 }
 
-// The platform compares names by their capital letters, those beyond ASCII included.
-bool SameName(std::u16string_view left, std::u16string_view right)
-{
-    static const locale_t locale = newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
-    const auto upper = [](char16_t unit) {
-        return unit < 0x80 || locale == nullptr ? wint_t{UpperLetter(unit)} : towupper_l(unit, locale);
-    };
-    return std::equal(left.begin(), left.end(), right.begin(), right.end(),
-                      [upper](char16_t a, char16_t b) { return a == b || upper(a) == upper(b); });
-}
-
 // ERROR_SUCCESS for what is there, else why it cannot be had.
 DWORD Probe(const std::string& native)
 {
@@ -188,7 +176,7 @@ DWORD FindEntry(const std::string& folder, std::u16string_view name, std::string
         return errno == EACCES ? ERROR_FILE_NOT_FOUND : ErrorFromErrno(errno);
     }
     while (const dirent* entry = readdir(listing.get())) {
-        if (SameName(FromHost(entry->d_name), name)) {
+        if (CompareNames(FromHost(entry->d_name), name) == 0) {
             found = folder + entry->d_name;
             return ERROR_SUCCESS;
         }

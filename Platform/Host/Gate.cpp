@@ -45,7 +45,7 @@ void RecordCall(const char* function)
     }
 }
 
-bool ConsultGate(const char* function)
+bool ConsultGate(const char* function, DWORD& error)
 {
     RecordCall(function);
     GateState& state = State();
@@ -54,7 +54,7 @@ bool ConsultGate(const char* function)
         return false;
     }
     state.failed = true;
-    lastError = state.rule.error;
+    error = state.rule.error;
     return true;
 }
 

@@ -44,29 +44,46 @@ public:
     [[nodiscard]] bool Failed() const; // whether the rule made a call fail
 };
 
-// Records the call; true when it has to fail, the last error being set.
-bool ConsultGate(const char* function);
+// Records the call; true when it has to fail, `error` being why.
+bool ConsultGate(const char* function, DWORD& error);
 
-// For functions that can: true when this call has to, the last error being set.
-inline bool GateStops(const char* function)
+// For functions that can: true when this call has to. Where nothing else is said, the error becomes the last
+// error.
+inline bool GateStops(const char* function, DWORD& error = lastError)
 {
-    return gateWatched.load(std::memory_order_relaxed) && ConsultGate(function);
+    return gateWatched.load(std::memory_order_relaxed) && ConsultGate(function, error);
 }
 
 // Runs the body of a platform function behind the gate. The host's own lack of memory is the platform's
 // ERROR_NOT_ENOUGH_MEMORY; nothing is thrown into the caller.
 template <typename Result, typename Body>
-Result Guarded(const char* function, Result failure, Body&& body)
+Result Guarded(const char* function, Result failure, Body&& body, DWORD& error = lastError)
 {
-    if (GateStops(function)) {
+    if (GateStops(function, error)) {
         return failure;
     }
     try {
         return body();
     } catch (const std::bad_alloc&) {
-        lastError = ERROR_NOT_ENOUGH_MEMORY;
+        error = ERROR_NOT_ENOUGH_MEMORY;
         return failure;
     }
+}
+
+// The same for a function whose result is the error itself, as its body's is. The last error stays what it
+// was, whatever the layer's helpers made of it.
+template <typename Body>
+LONG GuardedStatus(const char* function, Body&& body)
+{
+    const DWORD before = lastError;
+    DWORD error = ERROR_SUCCESS;
+    const auto run = [&] {
+        error = body();
+        return true;
+    };
+    Guarded(function, false, run, error);
+    lastError = before;
+    return static_cast<LONG>(error);
 }
 
 } // namespace Platform::Host

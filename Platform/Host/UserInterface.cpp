@@ -2,10 +2,8 @@
 
 #include "Platform/Host/Control.h"
 #include "Platform/Host/Gate.h"
+#include "Platform/Host/StandardError.h"
 #include "Platform/Host/Utf.h"
-
-#include <csignal>
-#include <unistd.h>
 
 namespace Platform::Host {
 
@@ -17,37 +15,9 @@ MessageBoxHook& Hook()
     return hook;
 }
 
-// Keeps a write to a pipe that nobody reads from ending the process, without changing what children inherit.
-class BrokenPipeGuard {
-public:
-    BrokenPipeGuard()
-    {
-        sigemptyset(&brokenPipe_);
-        sigaddset(&brokenPipe_, SIGPIPE);
-        pthread_sigmask(SIG_BLOCK, &brokenPipe_, &before_);
-    }
-
-    ~BrokenPipeGuard()
-    {
-        const timespec now{};
-        sigtimedwait(&brokenPipe_, nullptr, &now);
-        pthread_sigmask(SIG_SETMASK, &before_, nullptr);
-    }
-
-    BrokenPipeGuard(const BrokenPipeGuard&) = delete;
-    BrokenPipeGuard& operator=(const BrokenPipeGuard&) = delete;
-
-private:
-    sigset_t brokenPipe_{};
-    sigset_t before_{};
-};
-
-// One write, so that boxes of several processes do not mix.
 bool PrintBox(const MessageBoxCall& call)
 {
-    const std::string text = ToHost(call.caption) + '\n' + ToHost(call.text) + '\n';
-    const BrokenPipeGuard guard;
-    return write(STDERR_FILENO, text.data(), text.size()) == static_cast<ssize_t>(text.size());
+    return WriteToStandardError(ToHost(call.caption) + '\n' + ToHost(call.text) + '\n');
 }
 
 } // namespace
