@@ -3,8 +3,12 @@
 #include "Platform/Host/FormatOutput.h"
 #include "Platform/Host/Gate.h"
 
+#include <algorithm>
+#include <cerrno>
+#include <charconv>
 #include <climits>
 #include <cmath>
+#include <iterator>
 
 namespace Platform::Host {
 
@@ -391,6 +395,38 @@ int _vsnwprintf_s(WCHAR* buffer, std::size_t size, std::size_t count, const WCHA
 int vsprintf_s(char* buffer, std::size_t size, const char* format, std::va_list arguments)
 {
     return FormatBounded("vsprintf_s", buffer, size, size, format, arguments);
+}
+
+int sprintf_s(char* buffer, std::size_t size, const char* format, ...)
+{
+    std::va_list arguments;
+    va_start(arguments, format);
+    const int result = FormatBounded("sprintf_s", buffer, size, size, format, arguments);
+    va_end(arguments);
+    return result;
+}
+
+int _itoa_s(int value, char* buffer, std::size_t size, int radix)
+{
+    GateSees("_itoa_s");
+    if (buffer == nullptr || size == 0) {
+        return EINVAL;
+    }
+    *buffer = 0;
+    if (radix < 2 || radix > 36) {
+        return EINVAL;
+    }
+    char digits[33];
+    const auto bits = static_cast<unsigned>(value);
+    const auto end = radix == 10 ? std::to_chars(digits, std::end(digits), value)
+                                 : std::to_chars(digits, std::end(digits), bits, radix);
+    const auto count = static_cast<std::size_t>(end.ptr - digits);
+    if (count >= size) {
+        return ERANGE;
+    }
+    std::copy(digits, end.ptr, buffer);
+    buffer[count] = 0;
+    return 0;
 }
 
 int _vscprintf(const char* format, std::va_list arguments)

@@ -5,6 +5,7 @@
 
 #include <cerrno>
 #include <chrono>
+#include <climits>
 #include <ctime>
 
 namespace {
@@ -29,6 +30,40 @@ TEST(RuntimeText, ComparesWithoutCase)
             EXPECT_EQ(signOf(_stricmp(a, b)), sign) << a << b;
         }
     }
+}
+
+TEST(RuntimeText, WritesIntegers)
+{
+    struct Row {
+        int value;
+        std::size_t size;
+        int radix;
+        int result;
+        const char* text;
+    };
+    const Row rows[] = {
+        {-42, 8, 10, 0, "-42"},
+        {0, 2, 10, 0, "0"},
+        {INT_MIN, 12, 10, 0, "-2147483648"},
+        {-1, 9, 16, 0, "ffffffff"},
+        {35, 8, 36, 0, "z"},
+        {-1, 33, 2, 0, "11111111111111111111111111111111"},
+        {-42, 4, 10, 0, "-42"},
+        {-42, 3, 10, ERANGE, ""},
+        {INT_MIN, 11, 10, ERANGE, ""},
+        {7, 1, 10, ERANGE, ""},
+        {7, 8, 1, EINVAL, ""},
+        {7, 8, 37, EINVAL, ""},
+    };
+    for (const Row& row : rows) {
+        std::string buffer(40, '#');
+        EXPECT_EQ(_itoa_s(row.value, buffer.data(), row.size, row.radix), row.result) << row.text;
+        EXPECT_STREQ(buffer.c_str(), row.text);
+        EXPECT_EQ(buffer.substr(row.size), std::string(40 - row.size, '#')) << row.text;
+    }
+    char text[8];
+    EXPECT_EQ(sprintf_s(text, sizeof(text), "%.1f", 2.75), 3);
+    EXPECT_STREQ(text, "2.8");
 }
 
 TEST(RuntimeText, LowersAsciiLetters)

@@ -26,6 +26,13 @@ int _vsnwprintf_s(WCHAR* buffer, std::size_t size, std::size_t count, const WCHA
 // The same for a text that must fit.
 int vsprintf_s(char* buffer, std::size_t size, const char* format, std::va_list arguments);
 
+[[gnu::format(printf, 3, 4)]] int sprintf_s(char* buffer, std::size_t size, const char* format, ...);
+
+// Writes the number's digits, of a radix from 2 to 36, with lower-case letters; only decimals have a sign. 0;
+// EINVAL without a buffer, its size or such a radix; ERANGE where the digits do not fit. Then the buffer,
+// where there is one, holds the empty text.
+int _itoa_s(int value, char* buffer, std::size_t size, int radix);
+
 // Gives the characters that the text has, without a terminator; -1 as above, but what is no conversion counts
 // as text.
 int _vscprintf(const char* format, std::va_list arguments);
