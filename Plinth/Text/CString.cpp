@@ -81,7 +81,7 @@ CString::CString(const std::basic_string<WCHAR>& text)
 
 CString::~CString()
 {
-    Free();
+    FreeMemory(text_);
 }
 
 // The size is wider than a size can be, so that no sum of a caller wraps around.
@@ -146,14 +146,6 @@ void CString::ReleaseBuffer(std::uint32_t newLength)
         length_ = newLength;
         text_[newLength] = 0;
     }
-}
-
-void CString::Swap(CString& other)
-{
-    std::swap(text_, other.text_);
-    std::swap(capacity_, other.capacity_);
-    std::swap(length_, other.length_);
-    std::swap(hash_, other.hash_);
 }
 
 bool CString::Owns(const char* text) const

@@ -18,6 +18,7 @@
 #include <cstdint>
 #include <iosfwd>
 #include <string>
+#include <utility>
 
 namespace Plinth {
 
@@ -29,8 +30,9 @@ public:
     CString(const char* text);
     CString(const char* text, std::uint32_t count); // the smaller of the text's length and the count
     CString(const CString& other);
-    explicit CString(std::uint32_t size); // empty, with Reserve(size) done
-    explicit CString(char) = delete;      // a character is no size
+    CString(CString&& other) noexcept { Swap(other); } // takes the block
+    explicit CString(std::uint32_t size);              // empty, with Reserve(size) done
+    explicit CString(char) = delete;                   // a character is no size
     CString(LPCWSTR text);
     CString(const std::basic_string<WCHAR>& text); // up to its first zero
     ~CString();
@@ -51,7 +53,14 @@ public:
     [[nodiscard]] std::uint32_t GetLength() const { return length_; }
     [[nodiscard]] bool IsEmpty() const { return length_ == 0; }
     [[nodiscard]] const char* CStr() const { return text_ != nullptr ? text_ : ""; } // never null
-    void Swap(CString& other);
+    void Swap(CString& other) noexcept
+    {
+        std::swap(text_, other.text_);
+        std::swap(capacity_, other.capacity_);
+        std::swap(length_, other.length_);
+        std::swap(hash_, other.hash_);
+    }
+    friend void swap(CString& a, CString& b) noexcept { a.Swap(b); }
 
     // --- Assignment. The source may lie in the string's own block.
 

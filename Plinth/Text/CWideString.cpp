@@ -74,7 +74,7 @@ void CWideString::AssignUtf8(const char* utf8, std::uint32_t byteCount)
     const int units = convertible ? MultiByteToWideChar(CP_UTF8, 0, utf8, bytes, nullptr, 0) : 0;
     resize(static_cast<std::size_t>(units));
     if (units != 0) {
-        MultiByteToWideChar(CP_UTF8, 0, utf8, bytes, data(), units);
+        resize(static_cast<std::size_t>(MultiByteToWideChar(CP_UTF8, 0, utf8, bytes, data(), units)));
     }
 }
 
