@@ -1,0 +1,87 @@
+#include "Plinth/Config/CIniFileImpl.h"
+
+#include "Plinth/Debug/Allocation.h"
+#include "Plinth/Streams/Exceptions.h"
+
+#include <cstring>
+#include <utility>
+
+namespace Plinth {
+
+namespace {
+
+// What the text form adds to names and values.
+constexpr std::uint32_t HEADER_EXTRA = 4;       // brackets, CR LF
+constexpr std::uint32_t LATER_HEADER_EXTRA = 6; // and the blank line before it
+constexpr std::uint32_t KEY_EXTRA = 5;          // " = ", CR LF
+
+// The change of the text's size, wherever it goes. A text past 32 bits cannot be had.
+std::uint32_t SumOfTextSizes(std::uint32_t textSize, std::uint64_t added, std::uint32_t removed)
+{
+    const std::uint64_t sum = textSize + added - removed;
+    if (sum > UINT32_MAX) {
+        ReportAllocationFailure(UINT32_MAX);
+        ThrowOutOfMemory();
+    }
+    return static_cast<std::uint32_t>(sum);
+}
+
+void AssignWhole(CString& string, std::string_view text)
+{
+    const auto length = static_cast<std::uint32_t>(text.size());
+    string.Assign(text.data(), length);
+    if (string.GetLength() != length) {
+        ThrowOutOfMemory();
+    }
+}
+
+CString WholeString(std::string_view text)
+{
+    CString string;
+    AssignWhole(string, text);
+    return string;
+}
+
+} // namespace
+
+const CString* CIniFileImpl::FindValue(std::string_view section, std::string_view key) const
+{
+    const KeyMap* const keys = sections.Find(section);
+    return keys != nullptr ? keys->Find(key) : nullptr;
+}
+
+KeyMap& CIniFileImpl::AddSection(std::string_view name)
+{
+    const SectionMap::Place place = sections.Locate(name);
+    if (place.exists) {
+        return place.GetContent();
+    }
+    const std::uint32_t extra = sections.GetCount() == 0 ? HEADER_EXTRA : LATER_HEADER_EXTRA;
+    const std::uint32_t newTextSize = SumOfTextSizes(textSize, extra + name.size(), 0);
+    KeyMap& added = sections.Add(place, WholeString(name), KeyMap());
+    textSize = newTextSize;
+    return added;
+}
+
+void CIniFileImpl::SetValue(KeyMap& section, std::string_view key, std::string_view value)
+{
+    const KeyMap::Place place = section.Locate(key);
+    if (place.exists) {
+        CString& old = place.GetContent();
+        const std::uint32_t newTextSize = SumOfTextSizes(textSize, value.size(), old.GetLength());
+        AssignWhole(old, value);
+        textSize = newTextSize;
+        return;
+    }
+    const std::uint32_t newTextSize = SumOfTextSizes(textSize, value.size() + KEY_EXTRA + key.size(), 0);
+    section.Add(place, WholeString(key), WholeString(value));
+    textSize = newTextSize;
+}
+
+void CIniFileImpl::Clear()
+{
+    sections = SectionMap();
+    textSize = 0;
+}
+
+} // namespace Plinth

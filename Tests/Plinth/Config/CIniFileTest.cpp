@@ -1,0 +1,229 @@
+#include "Plinth/Config/CIniFile.h"
+#include "Plinth/Streams/Exceptions.h"
+#include "Tests/Plinth/Config/IniDocument.h"
+#include "Tests/Plinth/TraceCapture.h"
+#include "Tests/Support/FailingInTurn.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cfloat>
+#include <climits>
+#include <random>
+#include <string>
+
+namespace Plinth {
+namespace {
+
+TEST(CIniFile, AnswersWhatIsMissingByTheDefault)
+{
+    CIniFile document;
+    document.SetString("a", "k", "value");
+    const CString fallback("  as it is ");
+    const char* const missing[][2] = {{"b", "k"},  {"a", "l"}, {"A", "k"},        {"a", "K"},
+                                      {"a ", "k"}, {"a", ""},  {nullptr, "k"},    {"a", nullptr},
+                                      {"a", "k "}, {"", "k"},  {nullptr, nullptr}};
+    for (const auto& [section, key] : missing) {
+        EXPECT_FALSE(document.HasKey(section, key));
+        EXPECT_EQ(document.GetInt(section, key, 42), 42);
+        EXPECT_EQ(document.GetFloat(section, key, 1.5F), 1.5F);
+        EXPECT_EQ(document.GetValue(section, key), CString());
+        EXPECT_EQ(document.GetString(section, key, fallback), fallback);
+    }
+    EXPECT_TRUE(document.HasKey("a", "k"));
+    EXPECT_STREQ(document.GetString("a", "k", fallback).CStr(), "value");
+}
+
+TEST(CIniFile, ConvertsTexts)
+{
+    struct Row {
+        const char* value;
+        const char* trimmed;
+        int integer;
+        float number;
+    };
+    const Row rows[] = {
+        {"12abc", "12abc", 12, 12.0F},
+        {"abc", "abc", 0, 0.0F},
+        {" 7", "7", 7, 7.0F},
+        {" a b ", "a b", 0, 0.0F},
+        {"   ", "   ", 0, 0.0F},
+        {"", "", 0, 0.0F},
+        {"\t-5\t", "\t-5\t", -5, -5.0F},
+        {"+3.75", "+3.75", 3, 3.75F},
+        {"-.5e1", "-.5e1", 0, -5.0F},
+        {"2147483647", "2147483647", INT_MAX, 2147483648.0F},
+        {"-2147483648", "-2147483648", INT_MIN, -2147483648.0F},
+    };
+    CIniFile document;
+    for (const Row& row : rows) {
+        document.SetString("", "", row.value);
+        EXPECT_STREQ(document.GetValue("", "").CStr(), row.trimmed);
+        EXPECT_STREQ(document.GetString("", "", "default").CStr(), row.trimmed);
+        EXPECT_EQ(document.GetInt("", "", 42), row.integer) << row.value;
+        EXPECT_EQ(document.GetFloat("", "", 42.0F), row.number) << row.value;
+    }
+}
+
+TEST(CIniFile, StoresNumbersAsTexts)
+{
+    CIniFile document;
+    const std::pair<int, const char*> integers[] = {
+        {-5, "-5"}, {0, "0"}, {INT_MAX, "2147483647"}, {INT_MIN, "-2147483648"}};
+    for (const auto& [value, text] : integers) {
+        document.SetInt("s", "k", value);
+        EXPECT_STREQ(document.GetValue("s", "k").CStr(), text);
+    }
+    const std::pair<float, const char*> numbers[] = {
+        {0.25F, "0.250000"},
+        {1.5F, "1.500000"},
+        {-0.0F, "-0.000000"},
+        {0.1F, "0.100000"},
+        {-FLT_MAX, "-340282346638528859811704183484516925440.000000"}};
+    for (const auto& [value, text] : numbers) {
+        document.SetFloat("s", "k", value);
+        EXPECT_STREQ(document.GetValue("s", "k").CStr(), text);
+    }
+}
+
+TEST(CIniFile, IgnoresNullArguments)
+{
+    CIniFile document;
+    document.SetString(nullptr, "k", "v");
+    document.SetString("s", nullptr, "v");
+    document.SetString("s", "k", nullptr);
+    document.SetInt("s", nullptr, 1);
+    document.SetFloat(nullptr, "k", 1.0F);
+    ExactStream text("");
+    document.WriteText(text);
+    EXPECT_EQ(text.GetCapacity(), 0u); // no section either
+}
+
+TEST(CIniFileImpl, KeepsTheSizeOfItsText)
+{
+    CIniFileImpl document;
+    EXPECT_EQ(document.textSize, 0u);
+    document.AddSection("A");
+    EXPECT_EQ(document.textSize, 5u);
+    document.AddSection("BCD");
+    EXPECT_EQ(document.textSize, 14u);
+    KeyMap& section = document.AddSection("A");
+    EXPECT_EQ(document.textSize, 14u);
+    document.SetValue(section, "key", "value");
+    EXPECT_EQ(document.textSize, 27u);
+    document.SetValue(section, "key", "longer value");
+    EXPECT_EQ(document.textSize, 34u);
+    document.SetValue(section, "key", "");
+    EXPECT_EQ(document.textSize, 22u);
+    EXPECT_EQ(WrittenText(document), "[A]\r\nkey = \r\n\r\n");
+}
+
+TEST(CIniFileImpl, RefusesATextPast32Bits)
+{
+    const TraceCapture trace;
+    CIniFileImpl document;
+    document.SetValue(document.AddSection("s"), "key", "value");
+    const PlainIni before = ContentOf(document);
+    document.textSize = UINT32_MAX - 8;
+    KeyMap& section = document.AddSection("s");
+    EXPECT_THROW(document.AddSection("new"), CException);
+    EXPECT_THROW(document.SetValue(section, "k", "abc"), CException);
+    EXPECT_THROW(document.SetValue(section, "key", "value and nine"), CException);
+    EXPECT_EQ(document.textSize, UINT32_MAX - 8);
+    EXPECT_EQ(ContentOf(document), before);
+    document.SetValue(section, "k", "ab");
+    EXPECT_EQ(document.textSize, UINT32_MAX);
+}
+
+// Names that fill many leaves, in every order, with common beginnings that change.
+TEST(CIniFileImpl, HoldsNamesInOrder)
+{
+    std::vector<std::string> names;
+    for (int i = 0; i < 1500; ++i) {
+        names.push_back("a long common beginning " + std::to_string(i));
+        names.push_back(std::string(static_cast<std::size_t>(i % 40), 'x') + std::to_string(i));
+        names.push_back(std::string(static_cast<std::size_t>(i % 300), '\xFF'));
+    }
+    std::mt19937 random(7);
+    for (int order = 0; order < 6; ++order) {
+        if (order == 1) {
+            std::sort(names.begin(), names.end());
+        } else if (order == 2) {
+            std::reverse(names.begin(), names.end());
+        } else if (order > 2) {
+            std::shuffle(names.begin(), names.end(), random);
+        }
+        CIniFileImpl document;
+        PlainIni expected;
+        for (const std::string& name : names) {
+            const std::string value = std::to_string(expected["s"].size());
+            EXPECT_EQ(document.FindValue("s", name) != nullptr, expected["s"].contains(name));
+            document.SetValue(document.AddSection("s"), name, value);
+            expected["s"][name] = value;
+            document.SetValue(document.AddSection(name), "k", value);
+            expected[name]["k"] = value;
+        }
+        EXPECT_EQ(ContentOf(document), expected) << order;
+        EXPECT_EQ(WrittenText(document), WritePlainIni(expected)) << order; // in order
+        EXPECT_EQ(document.textSize, LargestPlainIniText(expected));
+        for (const auto& [name, value] : expected["s"]) {
+            const CString* const found = document.FindValue("s", name);
+            ASSERT_NE(found, nullptr) << name;
+            EXPECT_EQ(found->CStr(), value);
+            EXPECT_EQ(document.FindValue("s", name + "!"), nullptr);
+        }
+    }
+}
+
+TEST(CIniFile, LooksUpWithoutABlock)
+{
+    CIniFile document;
+    const std::string section(100, 's');
+    const std::string key(100, 'k');
+    document.SetString(section.c_str(), key.c_str(), "7");
+    const HeapWatch watch;
+    EXPECT_TRUE(document.HasKey(section.c_str(), key.c_str()));
+    EXPECT_EQ(document.GetInt(section.c_str(), key.c_str(), 0), 7);
+    EXPECT_FALSE(document.HasKey(key.c_str(), key.c_str()));
+    EXPECT_EQ(watch.Blocks(), 0u);
+    EXPECT_STREQ(document.GetString(section.c_str(), key.c_str(), "").CStr(), "7");
+    EXPECT_EQ(watch.Blocks(), 1u); // the value's
+}
+
+TEST(CIniFile, StoresWholeOrNotAtAll)
+{
+    FailingInTurn points("CIniFile::SetString");
+    while (points.Next()) {
+        const TraceCapture trace;
+        CIniFileImpl document;
+        for (int i = 0; i < 64; ++i) { // full leaves
+            document.SetValue(document.AddSection("s" + std::to_string(i)), "k", "v");
+            document.SetValue(document.AddSection("s0"), "k" + std::to_string(i), "v");
+        }
+        PlainIni expected = ContentOf(document);
+        const char* const rows[][3] = {{"s0", "k", "longer than the one before it"},
+                                       {"s0", "k30a", "in the middle"},
+                                       {"s0", "z", "at the end"},
+                                       {"a", "b", "before all"},
+                                       {"z", "b", "behind all"}};
+        std::size_t done = 0;
+        points.Try([&] {
+            for (const auto& [section, key, value] : rows) {
+                document.SetValue(document.AddSection(section), key, value);
+                ++done;
+            }
+        });
+        PlainIni content = ContentOf(document);
+        EXPECT_EQ(document.textSize, LargestPlainIniText(content));
+        for (std::size_t i = 0; i < done; ++i) {
+            expected[rows[i][0]][rows[i][1]] = rows[i][2];
+        }
+        if (done < std::size(rows) && content.contains(rows[done][0])) {
+            expected[rows[done][0]]; // the section may be there already
+        }
+        EXPECT_EQ(content, expected);
+    }
+}
+
+} // namespace
+} // namespace Plinth
