@@ -2,7 +2,7 @@
 
 - An include goes to the own layer or to one below it; includes are written from the root.
 - Outside Platform/ no #if names a system and no header is included that is not the standard library's, but for the
-  tests' and, in Benchmarks/Text/, the peers'.
+  tests' and, in Benchmarks/Config/ and Benchmarks/Text/, the peers'.
 """
 
 import re
@@ -40,7 +40,15 @@ STANDARD_HEADERS = set(
     """.split()
 )
 TEST_HEADERS = {"gtest/gtest.h", "benchmark/benchmark.h"}
-PEER_HEADERS = {"absl/container/flat_hash_set.h", "fcntl.h", "unistd.h", "xxhash.h"}
+PEER_HEADERS = {
+    "INIReader.h",
+    "SimpleIni.h",
+    "absl/container/flat_hash_set.h",
+    "fcntl.h",
+    "glib.h",
+    "unistd.h",
+    "xxhash.h",
+}
 
 INCLUDE = re.compile(r'^\s*#\s*include\s*([<"])([^>"]+)[>"]')
 CONDITION = re.compile(r"^\s*#\s*(?:if|ifdef|ifndef|elif|elifdef|elifndef)\b(.*)")
@@ -60,7 +68,7 @@ def include_fault(path, bracket, target):
         known = (
             target in STANDARD_HEADERS
             or (path.startswith(("Tests/", "Benchmarks/")) and target in TEST_HEADERS)
-            or (path.startswith("Benchmarks/Text/") and target in PEER_HEADERS)
+            or (path.startswith(("Benchmarks/Config/", "Benchmarks/Text/")) and target in PEER_HEADERS)
         )
         return None if known or path.startswith("Platform/") else f"<{target}> belongs into Platform/"
     if not Path(target).is_file():

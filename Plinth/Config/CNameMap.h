@@ -73,7 +73,8 @@ public:
         bool exists;
         Leaf* leaf;
         std::size_t index;
-        std::size_t prefix; // of the leaf with this name
+        std::size_t prefix; // of the leaf, with this name in it
+        std::uint64_t digits;
 
         [[nodiscard]] Content& GetContent() const { return leaf->entries[index].content; }
     };
@@ -84,7 +85,7 @@ public:
     [[nodiscard]] const Content* Find(std::string_view name) const
     {
         const Leaf& leaf = *FindLeaf(*this, name);
-        const auto entry = leaf.LowerBound(name);
+        const auto entry = leaf.LowerBound(NameDigits(name, leaf.prefix), name);
         return entry != leaf.entries.end() && ViewOf(entry->name) == name ? &entry->content : nullptr;
     }
 
@@ -112,14 +113,13 @@ public:
     }
 
 private:
-    static constexpr std::size_t SMALLEST_LEAF = 4;
+    static constexpr std::size_t SMALLEST_LEAF = 8;
     static constexpr std::size_t LARGEST_LEAF = 64;
 
     struct Leaf {
         // The first entry whose name is not smaller, as long as the name begins like all names of the leaf.
-        [[nodiscard]] auto LowerBound(std::string_view name) const
+        [[nodiscard]] auto LowerBound(std::uint64_t digits, std::string_view name) const
         {
-            const std::uint64_t digits = NameDigits(name, prefix);
             return std::lower_bound(entries.begin(), entries.end(), name,
                                     [digits](const Entry& entry, std::string_view wanted) {
                                         return IsBelow(entry, digits, wanted);
@@ -134,20 +134,21 @@ private:
         [[nodiscard]] Place Locate(std::string_view name)
         {
             if (entries.empty()) {
-                return {false, this, 0, name.size()};
+                return {false, this, 0, name.size(), 0};
             }
             const std::string_view start = ViewOf(entries.front().name).substr(0, prefix);
             const auto differs = std::mismatch(start.begin(), start.end(), name.begin(), name.end());
             if (differs.first != start.end()) {
-                return {false, this, name < start ? 0 : entries.size(),
-                        static_cast<std::size_t>(differs.first - start.begin())};
+                const auto common = static_cast<std::size_t>(differs.first - start.begin());
+                return {false, this, name < start ? 0 : entries.size(), common, NameDigits(name, common)};
             }
-            if (IsBelow(entries.back(), NameDigits(name, prefix), name)) {
-                return {false, this, entries.size(), prefix};
+            const std::uint64_t digits = NameDigits(name, prefix);
+            if (IsBelow(entries.back(), digits, name)) {
+                return {false, this, entries.size(), prefix, digits};
             }
-            const auto entry = LowerBound(name);
+            const auto entry = LowerBound(digits, name);
             return {ViewOf(entry->name) == name, this, static_cast<std::size_t>(entry - entries.begin()),
-                    prefix};
+                    prefix, digits};
         }
 
         Content& Insert(const Place& place, CString&& name, Content&& content)
@@ -155,9 +156,8 @@ private:
             if (entries.empty()) {
                 entries.reserve(SMALLEST_LEAF);
             }
-            Entry entry(NameDigits(ViewOf(name), place.prefix), std::move(name), std::move(content));
             const auto at = entries.begin() + static_cast<std::ptrdiff_t>(place.index);
-            const auto inserted = entries.insert(at, std::move(entry));
+            const auto inserted = entries.emplace(at, place.digits, std::move(name), std::move(content));
             SetPrefix(place.prefix);
             return inserted->content;
         }

@@ -2,22 +2,33 @@
 #include "Plinth/Config/CIniFileImpl.h"
 #include "Plinth/Streams/CMemoryStream.h"
 
+#include <array>
 #include <cstring>
+#include <string_view>
 
 namespace Plinth {
 
 namespace {
 
-// What the bytes of a text mean to the scan.
-bool IsKeyByte(char byte)
+// Which bytes are of one kind.
+using ByteSet = std::array<bool, 256>;
+
+constexpr ByteSet BytesIn(std::string_view bytes)
 {
-    const auto lower = static_cast<char>(byte | 0x20);
-    return (lower >= 'a' && lower <= 'z') || (byte >= '0' && byte <= '9') || byte == '_';
+    ByteSet set{};
+    for (const char byte : bytes) {
+        set[static_cast<unsigned char>(byte)] = true;
+    }
+    return set;
 }
 
-bool EndsValue(char byte)
+constexpr ByteSet KEY_BYTES = BytesIn("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789_");
+constexpr ByteSet VALUE_ENDS = BytesIn("\r\n;");
+constexpr ByteSet VALUE_ENDS_AND_ZERO = BytesIn({"\r\n;", 4});
+
+bool IsIn(const ByteSet& set, char byte)
 {
-    return byte == '\r' || byte == '\n' || byte == ';';
+    return set[static_cast<unsigned char>(byte)];
 }
 
 bool IsWideText(CMemoryStream& text)
@@ -62,7 +73,7 @@ public:
             } else if (*position_ == ';') {
                 SkipComment();
             }
-            if (section_ != nullptr && position_ < end_ && IsKeyByte(*position_)) {
+            if (section_ != nullptr && position_ < end_ && IsIn(KEY_BYTES, *position_)) {
                 ReadKey();
             }
         }
@@ -91,33 +102,41 @@ private:
     void ReadKey()
     {
         const char* const key = position_;
-        while (position_ < end_ && IsKeyByte(*position_)) {
+        while (position_ < end_ && IsIn(KEY_BYTES, *position_)) {
             ++position_;
         }
         if (position_ == end_) {
             return;
         }
         char* const keyEnd = position_;
-        if (*position_ != '=') {
-            position_ = Find(position_, '=');
+        if (*keyEnd != '=') {
+            position_ = Find(keyEnd, '=');
         }
-        *keyEnd = 0;
         position_ += position_ < end_ ? 1 : 0;
-        const char* const value = position_;
-        SkipValue();
-        document_.SetValue(*section_, {key, keyEnd}, value);
+        *keyEnd = 0;
+        document_.SetValue(*section_, {key, keyEnd}, ReadValue());
     }
 
-    void SkipValue()
+    // To the line feed, or behind the byte that follows a carriage return.
+    std::string_view ReadValue()
     {
-        while (position_ < end_ && !EndsValue(*position_)) {
-            ++position_;
-        }
+        const char* const begin = position_;
+        SkipTo(VALUE_ENDS_AND_ZERO);
+        const std::string_view value(begin, position_);
+        SkipTo(VALUE_ENDS);
         const char ending = position_ < end_ ? *position_ : '\0';
         *position_ = 0;
         if (ending == ';') {
             SkipComment();
         } else if (ending == '\r') {
+            ++position_;
+        }
+        return value;
+    }
+
+    void SkipTo(const ByteSet& bytes)
+    {
+        while (position_ < end_ && !IsIn(bytes, *position_)) {
             ++position_;
         }
     }

@@ -79,11 +79,6 @@ CString::CString(const std::basic_string<WCHAR>& text)
     AssignWide(text.c_str());
 }
 
-CString::~CString()
-{
-    FreeMemory(text_);
-}
-
 // The size is wider than a size can be, so that no sum of a caller wraps around.
 bool CString::MakeRoom(std::uint64_t size)
 {
@@ -95,9 +90,11 @@ bool CString::MakeRoom(std::uint64_t size)
     if (block == nullptr) {
         return false;
     }
-    std::memcpy(block, CStr(), length_);
+    if (text_ != nullptr) {
+        std::memcpy(block, text_, length_);
+        FreeMemory(text_);
+    }
     block[length_] = 0;
-    FreeMemory(text_);
     text_ = block;
     capacity_ = static_cast<std::uint32_t>(capacity);
     return true;

@@ -11,6 +11,7 @@
 #pragma once
 
 #include "Platform/Win32.h"
+#include "Plinth/Debug/Allocation.h"
 #include "Plinth/Text/ZeroTerminatedText.h"
 
 #include <cstdarg>
@@ -35,7 +36,12 @@ public:
     explicit CString(char) = delete;                   // a character is no size
     CString(LPCWSTR text);
     CString(const std::basic_string<WCHAR>& text); // up to its first zero
-    ~CString();
+    ~CString()
+    {
+        if (text_ != nullptr) {
+            FreeMemory(text_);
+        }
+    }
 
     // --- The block
 

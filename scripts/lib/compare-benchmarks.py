@@ -1,9 +1,10 @@
-"""Runs the text benchmarks, ours and the peers' in turn, each in a process of its own, and prints the ratios.
+"""Runs a family's benchmarks, ours and the peers' in turn, each in a process of its own, and prints the ratios.
 
-    compare-benchmarks.py PROGRAM [WORD]
+    compare-benchmarks.py FAMILY PROGRAM [WORD]
 
 Only the measurements whose name has the word in it are run. Times are processor time, the user's and the system's:
-what else the machine does at the same time counts less. Files of the benchmarks lie beside the program.
+what else the machine does at the same time counts less; a benchmark that counts bytes is measured by those. Files
+of the benchmarks lie beside the program.
 """
 
 import json
@@ -16,8 +17,8 @@ ROUNDS = 9
 SECONDS_A_PROCESS = "0.1"
 SECONDS_UNTIL_STUCK = 120
 
-# What is measured, the peer, the largest ratio of the times that is good enough; None: for information.
-MEASUREMENTS = [
+# What is measured, the peer, the largest ratio that is good enough; None: for information.
+TEXT = [
     ("intern new", "abseil", 1.5),
     ("intern new", "standard", 1 / 1.3),
     ("intern known", "abseil", 1.5),
@@ -37,10 +38,27 @@ MEASUREMENTS = [
     ("find, 64 KiB, absent", "memmem", 1.5),
     ("trace lines", "write", 1.3),
 ]
+CONFIG = [
+    ("parse 200 bytes", "glib", 1.0),
+    ("parse 200 bytes", "simpleini", 1.0),
+    ("parse 200 bytes", "inih", 1.0),
+    ("parse 1 MiB", "glib", 1.0),
+    ("parse 1 MiB", "simpleini", 1.0),
+    ("parse 1 MiB", "inih", 1.0),
+    ("parse 64 MiB", "glib", 1.2),
+    ("parse 64 MiB", "simpleini", 1.0),
+    ("parse 64 MiB", "inih", 1.0),
+    ("memory of 1 MiB", "glib", 1.7),
+    ("memory of 64 MiB", "glib", 1.7),
+    ("write 1 MiB", "glib", 1 / 4),
+    ("look up", "glib string", 1.3),
+    ("look up", "glib value", 1.3),
+]
+FAMILIES = {"text": TEXT, "config": CONFIG}
 
 
-def nanoseconds(program, benchmark):
-    """The time of one iteration in a process that runs this benchmark alone."""
+def measure(program, benchmark):
+    """The nanoseconds of one iteration, or the bytes, in a process that runs this benchmark alone."""
     arguments = [
         program,
         f"--benchmark_filter=^{benchmark}(/iterations:1)?$",
@@ -52,36 +70,39 @@ def nanoseconds(program, benchmark):
     )
     (result,) = json.loads(run.stdout)["benchmarks"]
     assert result["time_unit"] == "ns" and not result.get("error_occurred")
-    return result["cpu_time"]
+    return ("bytes", result["bytes"]) if "bytes" in result else ("time", result["cpu_time"])
 
 
-def shown(time):
-    for unit in ("ns", "us"):
-        if time < 1000:
-            return f"{time:.1f} {unit}"
-        time /= 1000
-    return f"{time:.1f} ms"
+def shown(quantity, value):
+    units = ("B", "kB", "MB") if quantity == "bytes" else ("ns", "us", "ms")
+    for unit in units[:-1]:
+        if value < 1000:
+            return f"{value:.1f} {unit}"
+        value /= 1000
+    return f"{value:.1f} {units[-1]}"
 
 
 def compare(program, name, peer):
     ours, theirs = [], []
     for _ in range(ROUNDS):
-        ours.append(nanoseconds(program, f"{name}/ours"))
-        theirs.append(nanoseconds(program, f"{name}/{peer}"))
-    return statistics.median(ours), statistics.median(theirs)
+        quantity, value = measure(program, f"{name}/ours")
+        ours.append(value)
+        theirs.append(measure(program, f"{name}/{peer}")[1])
+    return quantity, statistics.median(ours), statistics.median(theirs)
 
 
 def main():
-    program = Path(sys.argv[1]).resolve()
-    word = sys.argv[2] if len(sys.argv) > 2 else ""
+    measurements = FAMILIES[sys.argv[1]]
+    program = Path(sys.argv[2]).resolve()
+    word = sys.argv[3] if len(sys.argv) > 3 else ""
     print(f"Medians of {ROUNDS} processes each, ours and the peer's in turn; a limit is the largest ratio that is good.")
     print(f"{'':32}{'ours':>10}{'peer':>10}  {'':12}{'ratio':>6}{'limit':>7}")
-    for name, peer, limit in MEASUREMENTS:
+    for name, peer, limit in measurements:
         if word not in name:
             continue
-        ours, theirs = compare(program, name, peer)
+        quantity, ours, theirs = compare(program, name, peer)
         verdict = "" if limit is None else f"{limit:7.2f}{'  missed' if ours / theirs > limit else ''}"
-        print(f"{name:32}{shown(ours):>10}{shown(theirs):>10}  {peer:12}{ours / theirs:6.2f}{verdict}", flush=True)
+        print(f"{name:32}{shown(quantity, ours):>10}{shown(quantity, theirs):>10}  {peer:12}{ours / theirs:6.2f}{verdict}", flush=True)
 
 
 main()
