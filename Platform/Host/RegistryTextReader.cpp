@@ -38,8 +38,12 @@ public:
         return found;
     }
 
+    // 0 at the end.
     char16_t TakeUnit()
     {
+        if (rest_.empty()) {
+            return 0;
+        }
         const char16_t unit = rest_.front();
         rest_.remove_prefix(1);
         return unit;
@@ -209,24 +213,23 @@ bool Reader::ReadValue()
 }
 
 // Up to the closing quote, which is passed over. The backslash before any other character is dropped, as the
-// platform's tools do. A zero character ends the text where it should not.
+// platform's tools do. False where the line ends before, or has a zero character.
 bool Reader::ReadQuoted(std::u16string& content)
 {
-    while (!line_.Rest().empty()) {
+    for (;;) {
         char16_t unit = line_.TakeUnit();
         if (unit == u'"' || unit == 0) {
             return unit != 0;
         }
         if (unit == u'\\') {
-            if (line_.Rest().empty()) {
+            unit = line_.TakeUnit();
+            if (unit == 0) {
                 return false;
             }
-            unit = line_.TakeUnit();
             unit = unit == u'n' ? u'\n' : (unit == u'r' ? u'\r' : unit);
         }
         content += unit;
     }
-    return false;
 }
 
 bool Reader::ReadData(RegistryValue& value)

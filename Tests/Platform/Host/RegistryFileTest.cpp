@@ -100,6 +100,7 @@ TEST(RegistryText, IsReadAsTheToolsDoOrRefused)
         {key + "\"a\"=\"x", "line 3"},
         {key + "\"a\"=\"x\\", "line 3"},
         {key + "\"a\"=\"x\0\""s, "line 3"},
+        {key + "\"a\\\0\"=hex:"s, "line 3"},
         {key + "\"a\"=\"x\" y", "line 3"},
         {key + "\"a\"=- y", "line 3"},
         {key + "\"a\"=dword:", "line 3"},
