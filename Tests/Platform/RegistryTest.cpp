@@ -276,7 +276,7 @@ TEST_F(Registry, TreesGoWithAllBelowThem)
         SetValue(Key(key_, WIDE("t"), KEY_WRITE), WIDE("v"), REG_BINARY, "1");
         Key(key_, WIDE("beside"), KEY_READ, true).Close();
     };
-    const auto remove = [this](HKEY key, LPCWSTR path) {
+    const auto remove = [](HKEY key, LPCWSTR path) {
         return Call([&] { return RegDeleteTreeW(key, path); });
     };
     fill();
@@ -332,7 +332,7 @@ TEST_F(Registry, OnlyOpenKeysAreKeys)
 {
     const auto close = [](HKEY key) { return Call([&] { return RegCloseKey(key); }); };
     Key key(key_, WIDE("a"), KEY_ALL_ACCESS, true);
-    const HKEY closed = key;
+    HKEY closed = key;
     EXPECT_EQ(close(closed), SUCCESS);
     const std::deque<DWORD> all(7, ERROR_INVALID_HANDLE);
     for (HKEY none : {HKEY{nullptr}, closed, reinterpret_cast<HKEY>(0x12345)}) {
