@@ -2,6 +2,7 @@
 // others do to it.
 #include "Platform/Host/Control.h"
 #include "Platform/Host/RegistryText.h"
+#include "Platform/Host/Utf.h"
 #include "Tests/Platform/RegistrySample.h"
 #include "Tests/Support/ScratchFolder.h"
 #include "Tests/Support/StartedProcess.h"
@@ -148,7 +149,8 @@ TEST_F(RegistryFile, HasTheFormOfThePlatformsTool)
                                      Bytes("a\0b\0", 4),
                                      Bytes("a\0\0\0b\0\0\0", 8),
                                      Bytes("a\0\0\0\0\0", 6),
-                                     Bytes("\n\0\0\0", 4)};
+                                     Bytes("\n\0\0\0", 4),
+                                     Bytes("a\0\0\0b", 5)};
     for (const RegistrySampleValue& value : RegistrySample()) {
         const Key tests(HKEY_CURRENT_USER, Key::TESTS, KEY_ALL_ACCESS, true);
         SetValue(Key(tests, value.key, KEY_ALL_ACCESS, true), value.name, value.type, value.data);
@@ -238,11 +240,29 @@ TEST_F(RegistryFile, IsWholeAndTheChangeUndoneWhenItCannotBeSaved)
     std::filesystem::remove(file_);
     std::filesystem::create_directory(file_);
     EXPECT_EQ(Key(HKEY_CURRENT_USER, u"k", KEY_READ, true).Error(), ERROR_ACCESS_DENIED);
+    SetRegistryFile("/dev/null");
+    EXPECT_EQ(Key(HKEY_CURRENT_USER, u"k", KEY_READ).Error(), ERROR_ACCESS_DENIED);
     SetRegistryFile(file_ / "made" / "with it" / "registry.reg");
     EXPECT_EQ(Key(HKEY_CURRENT_USER, u"k", KEY_READ, true).Error(), ERROR_SUCCESS);
     SetRegistryFile(file_ / "made/with it/registry.reg/in a file");
     EXPECT_EQ(Key(HKEY_CURRENT_USER, u"k", KEY_READ).Error(), ERROR_FILE_NOT_FOUND);
     EXPECT_EQ(Key(HKEY_CURRENT_USER, u"k", KEY_READ, true).Error(), ERROR_PATH_NOT_FOUND);
+}
+
+TEST_F(RegistryFile, IsWholeWhenWritingItBreaksOff)
+{
+    const Key tests(HKEY_CURRENT_USER, Key::TESTS, KEY_ALL_ACCESS, true);
+    SetValue(Key(tests, u"Shared", KEY_ALL_ACCESS, true), u"large", REG_BINARY, Bytes(2000, 'x'));
+    const Bytes before = Content();
+    // A shell that lets its programs write 512 bytes to a file.
+    const StartedProcess writer({.program = u"Z:\\bin\\sh",
+                                 .commandLine = u"sh -c \"trap '' XFSZ; ulimit -f 1; exec \\\"$0\\\"\" \"" +
+                                                FromHost(BuiltProgram("RegistryWriter.exe").native()) +
+                                                u"\""});
+    EXPECT_EQ(WaitForSingleObject(writer.Handle(), 60000), WAIT_OBJECT_0);
+    EXPECT_EQ(writer.ExitCode(), 20u);
+    EXPECT_EQ(Content(), before);
+    EXPECT_FALSE(std::filesystem::exists(file_.native() + ".new"));
 }
 
 TEST_F(RegistryFile, LimitsOfKeysAreThePlatforms)
