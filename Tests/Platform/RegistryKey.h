@@ -4,8 +4,6 @@
 
 #include "Tests/Support/WideText.h"
 
-#include <gtest/gtest.h>
-
 #include <cstring>
 #include <optional>
 #include <string>
@@ -21,14 +19,18 @@ inline Bytes BytesOf(WideTextView text)
     return bytes;
 }
 
+constexpr DWORD UNTOUCHED_ERROR = 77;
+
+// Fails the test when the last error is another.
+void ExpectUntouchedError();
+
 // Runs a function of the registry and gives its result.
 template <typename Function>
 DWORD Call(const Function& function)
 {
-    constexpr DWORD untouched = 77;
-    SetLastError(untouched);
+    SetLastError(UNTOUCHED_ERROR);
     const LSTATUS result = function();
-    EXPECT_EQ(GetLastError(), untouched);
+    ExpectUntouchedError();
     return static_cast<DWORD>(result);
 }
 
@@ -64,27 +66,7 @@ private:
     DWORD error_;
 };
 
-inline DWORD SetValue(HKEY key, LPCWSTR name, DWORD type, const Bytes& data)
-{
-    return Call([&] {
-        return RegSetValueExW(key, name, 0, type, reinterpret_cast<const BYTE*>(data.data()),
-                              static_cast<DWORD>(data.size()));
-    });
-}
+DWORD SetValue(HKEY key, LPCWSTR name, DWORD type, const Bytes& data);
 
 // Type and data; nullopt when it cannot be had.
-inline std::optional<std::pair<DWORD, Bytes>> GetValue(HKEY key, LPCWSTR name)
-{
-    DWORD type = 0;
-    DWORD size = 0;
-    if (Call([&] { return RegQueryValueExW(key, name, nullptr, &type, nullptr, &size); }) != ERROR_SUCCESS) {
-        return std::nullopt;
-    }
-    Bytes data(size, '\0');
-    EXPECT_EQ(Call([&] {
-                  return RegQueryValueExW(key, name, nullptr, nullptr, reinterpret_cast<BYTE*>(data.data()),
-                                          &size);
-              }),
-              DWORD{ERROR_SUCCESS});
-    return std::pair(type, data);
-}
+std::optional<std::pair<DWORD, Bytes>> GetValue(HKEY key, LPCWSTR name);

@@ -4,6 +4,8 @@
 #include "Tests/Support/StartedProcess.h"
 #include "Tests/Support/Target.h"
 
+#include <gtest/gtest.h>
+
 #include <deque>
 
 namespace {

@@ -6,6 +6,8 @@
 #include "Tests/Support/HeapWatch.h"
 #include "Tests/Support/ScratchFolder.h"
 
+#include <gtest/gtest.h>
+
 #include <cstdio>
 #include <fstream>
 #include <iterator>

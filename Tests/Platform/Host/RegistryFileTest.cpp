@@ -8,6 +8,8 @@
 #include "Tests/Support/StartedProcess.h"
 #include "Tests/Support/Target.h"
 
+#include <gtest/gtest.h>
+
 #include <cstdlib>
 #include <fstream>
 #include <iterator>

@@ -3,6 +3,8 @@
 #include "Tests/Support/StartedProcess.h"
 #include "Tests/Support/Target.h"
 
+#include <gtest/gtest.h>
+
 #include <fstream>
 #include <iterator>
 
