@@ -6,18 +6,20 @@
 #include <cstdint>
 #include <string>
 
+using WideText = std::basic_string<WCHAR>;
+
 namespace {
 
-std::u16string Widen(const std::string& text)
+WideText Widen(const std::string& text)
 {
     const auto length = static_cast<int>(text.size());
     const int count = MultiByteToWideChar(CP_UTF8, 0, text.data(), length, nullptr, 0);
-    std::u16string wide(static_cast<std::size_t>(count), u'#');
+    WideText wide(static_cast<std::size_t>(count), WCHAR{'#'});
     Require(MultiByteToWideChar(CP_UTF8, 0, text.data(), length, wide.data(), count) == count);
     return wide;
 }
 
-std::string Narrow(const std::u16string& text)
+std::string Narrow(const WideText& text)
 {
     const auto length = static_cast<int>(text.size());
     const int count = WideCharToMultiByte(CP_UTF8, 0, text.data(), length, nullptr, 0, nullptr, nullptr);
@@ -34,7 +36,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (size == 0) {
         return 0;
     }
-    const std::u16string wide = Widen(std::string(data, data + size));
+    const WideText wide = Widen(std::string(data, data + size));
     const std::string wellFormed = Narrow(wide);
     Require(wide.size() <= size);
     Require(Widen(wellFormed) == wide);

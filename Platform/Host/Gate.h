@@ -20,7 +20,7 @@
 namespace Platform::Host {
 
 // Which call fails, and how. The function's own failure result is returned and `error` becomes the last
-// error.
+// error; a function whose result is the error returns that.
 struct GateRule {
     std::string_view function; // empty: calls of every function that can fail count
     unsigned ordinal = 0;      // 1 for the first counted call; 0: none fails

@@ -194,8 +194,10 @@ void SetRegistryFile(std::optional<std::string> nativePath)
         unsetenv(REGISTRY_VARIABLE);
     }
     registry.file = nativePath ? *nativePath : UsualFile();
-    registry.version.reset();
-    Become(registry, EmptyRegistry());
+    registry.version.reset(); // a file is read at the next look
+    if (registry.file.empty()) {
+        Become(registry, EmptyRegistry());
+    }
 }
 
 } // namespace Platform::Host

@@ -2,7 +2,7 @@
 
 #include "Platform/Host/Api/Errors.h"
 #include "Platform/Host/Api/Registry.h"
-#include "Platform/Host/Utf.h"
+#include "Platform/Host/RegistryTextDecoder.h"
 
 #include <algorithm>
 #include <utility>
@@ -38,8 +38,12 @@ public:
         return found;
     }
 
+    // 0 at the end.
     char16_t TakeUnit()
     {
+        if (rest_.empty()) {
+            return 0;
+        }
         const char16_t unit = rest_.front();
         rest_.remove_prefix(1);
         return unit;
@@ -209,24 +213,23 @@ bool Reader::ReadValue()
 }
 
 // Up to the closing quote, which is passed over. The backslash before any other character is dropped, as the
-// platform's tools do. A zero character ends the text where it should not.
+// platform's tools do. False where the line ends before, or has a zero character.
 bool Reader::ReadQuoted(std::u16string& content)
 {
-    while (!line_.Rest().empty()) {
+    for (;;) {
         char16_t unit = line_.TakeUnit();
         if (unit == u'"' || unit == 0) {
             return unit != 0;
         }
         if (unit == u'\\') {
-            if (line_.Rest().empty()) {
+            unit = line_.TakeUnit();
+            if (unit == 0) {
                 return false;
             }
-            unit = line_.TakeUnit();
             unit = unit == u'n' ? u'\n' : (unit == u'r' ? u'\r' : unit);
         }
         content += unit;
     }
-    return false;
 }
 
 bool Reader::ReadData(RegistryValue& value)
@@ -331,60 +334,12 @@ void Reader::Widen(RegistryValue& value) const
     value.data = std::move(wide);
 }
 
-std::u16string FromUtf16(std::string_view bytes)
-{
-    std::u16string text;
-    text.reserve(bytes.size() / 2);
-    for (std::size_t i = 0; i + 1 < bytes.size(); i += 2) {
-        const auto low = static_cast<BYTE>(bytes[i]);
-        const auto high = static_cast<BYTE>(bytes[i + 1]);
-        text += static_cast<char16_t>(low | high << 8);
-    }
-    return text;
-}
-
-std::u16string FromLatin1(std::string_view bytes)
-{
-    std::u16string text;
-    text.reserve(bytes.size());
-    for (const char byte : bytes) {
-        text += static_cast<char16_t>(static_cast<BYTE>(byte));
-    }
-    return text;
-}
-
-// Ill-formed bytes come back as others.
-bool DecodeUtf8(std::string_view bytes, std::u16string& text, RegistryTextFault& fault)
-{
-    text = FromHost(bytes);
-    const std::string back = ToHost(text);
-    const auto [same, differs] = std::mismatch(bytes.begin(), bytes.end(), back.begin(), back.end());
-    fault = {static_cast<std::size_t>(std::count(bytes.begin(), same, '\n')) + 1, "ill-formed UTF-8"};
-    return same == bytes.end() && differs == back.end();
-}
-
-bool Decode(std::string_view bytes, std::u16string& text, RegistryTextFault& fault)
-{
-    if (bytes.starts_with("\xFF\xFE")) {
-        text = FromUtf16(bytes.substr(2));
-        fault = {static_cast<std::size_t>(std::count(text.begin(), text.end(), u'\n')) + 1,
-                 "half a character at the end"};
-        return bytes.size() % 2 == 0;
-    }
-    if (bytes.starts_with("REGEDIT4")) {
-        text = FromLatin1(bytes);
-        return true;
-    }
-    bytes.remove_prefix(bytes.starts_with("\xEF\xBB\xBF") ? 3 : 0);
-    return DecodeUtf8(bytes, text, fault);
-}
-
 } // namespace
 
 bool ReadRegistryText(std::string_view bytes, RegistryKey& top, RegistryTextFault& fault)
 {
     std::u16string text;
-    return Decode(bytes, text, fault) && Reader(text, fault).Read(top);
+    return DecodeRegistryText(bytes, text, fault) && Reader(text, fault).Read(top);
 }
 
 } // namespace Platform::Host

@@ -15,6 +15,7 @@ namespace {
 
 constexpr int OWNERS_FILE = 0600;
 constexpr int OWNERS_FOLDER = 0700;
+constexpr int HOLDS_UP_NEVER = O_NONBLOCK; // not even where a pipe lies in the file's place
 constexpr std::size_t READ_STEP = std::size_t{64} * 1024;
 
 bool IsNothing(int error)
@@ -123,7 +124,7 @@ bool FileVersion::IsStillAt(const std::string& path) const
 DWORD LoadFile(const std::string& path, std::size_t limit, std::string& bytes, FileVersion& version)
 {
     bytes.clear();
-    Descriptor file(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC)); // a pipe may not hold it up
+    Descriptor file(open(path.c_str(), O_RDONLY | HOLDS_UP_NEVER | O_CLOEXEC));
     if (!file.IsOpen()) {
         const int reason = errno;
         version = FileVersion();
@@ -144,8 +145,9 @@ DWORD ReplaceFile(const std::string& path, std::string_view bytes, FileVersion& 
 {
     const std::string written = path + ".new";
     const std::string folder = FolderOf(path);
-    Descriptor file(
-        open(written.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC, OWNERS_FILE));
+    Descriptor file(open(written.c_str(),
+                         O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | HOLDS_UP_NEVER | O_CLOEXEC,
+                         OWNERS_FILE));
     if (!file.IsOpen()) {
         return ErrorFromErrno(errno);
     }

@@ -27,5 +27,18 @@ private:
     ScratchFolder folder_;
 };
 
+// A registry that tests may change, for this process and those it starts, as long as the object lives: on the
+// host an empty one of its own, else the platform's.
+class ScratchRegistry {
+public:
+    ScratchRegistry();
+    ~ScratchRegistry();
+    ScratchRegistry(const ScratchRegistry&) = delete;
+    ScratchRegistry& operator=(const ScratchRegistry&) = delete;
+
+private:
+    ScratchFolder folder_;
+};
+
 // Handles that this process got from the one that started it, standard input, output and error apart.
 int CountInheritedHandles();

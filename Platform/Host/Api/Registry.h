@@ -59,8 +59,8 @@ LSTATUS WINAPI RegCreateKeyExW(HKEY key, LPCWSTR subKey, DWORD reserved, LPWSTR 
                                REGSAM access, LPSECURITY_ATTRIBUTES securityAttributes, PHKEY result,
                                LPDWORD disposition);
 
-// A null or empty name is the key's default value. Data are bytes of any type and count; a text whose count
-// leaves its terminator out is stored with it.
+// A null or empty name is the key's default value. Data are bytes of any type and count. A text whose count
+// leaves its terminator out is stored with it: the character behind the count is looked at.
 LSTATUS WINAPI RegSetValueExW(HKEY key, LPCWSTR valueName, DWORD reserved, DWORD type, const BYTE* data,
                               DWORD dataSize);
 

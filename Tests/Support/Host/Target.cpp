@@ -1,5 +1,6 @@
 #include "Tests/Support/Target.h"
 
+#include "Platform/Host/Control.h"
 #include "Platform/Host/Drives.h"
 
 #include <string>
@@ -30,6 +31,16 @@ ScratchDrive::~ScratchDrive()
 std::filesystem::path ScratchDrive::Root() const
 {
     return folder_.Path();
+}
+
+ScratchRegistry::ScratchRegistry()
+{
+    Platform::Host::SetRegistryFile(folder_.Path() / "registry.reg");
+}
+
+ScratchRegistry::~ScratchRegistry()
+{
+    Platform::Host::SetRegistryFile("");
 }
 
 int CountInheritedHandles()

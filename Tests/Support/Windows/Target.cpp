@@ -44,6 +44,10 @@ std::filesystem::path ScratchDrive::Root() const
     return std::string{LETTER, ':', '\\'};
 }
 
+ScratchRegistry::ScratchRegistry() = default;
+
+ScratchRegistry::~ScratchRegistry() = default;
+
 // An inherited handle keeps its mark as inheritable; a process makes few such handles of its own accord.
 int CountInheritedHandles()
 {

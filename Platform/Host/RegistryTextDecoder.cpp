@@ -1,0 +1,61 @@
+#include "Platform/Host/RegistryTextDecoder.h"
+
+#include "Platform/Host/Utf.h"
+
+#include <algorithm>
+
+namespace Platform::Host {
+
+namespace {
+
+std::u16string FromUtf16(std::string_view bytes)
+{
+    std::u16string text;
+    text.reserve(bytes.size() / 2);
+    for (std::size_t i = 0; i + 1 < bytes.size(); i += 2) {
+        const auto low = static_cast<BYTE>(bytes[i]);
+        const auto high = static_cast<BYTE>(bytes[i + 1]);
+        text += static_cast<char16_t>(low | high << 8);
+    }
+    return text;
+}
+
+std::u16string FromLatin1(std::string_view bytes)
+{
+    std::u16string text;
+    text.reserve(bytes.size());
+    for (const char byte : bytes) {
+        text += static_cast<char16_t>(static_cast<BYTE>(byte));
+    }
+    return text;
+}
+
+// Ill-formed bytes come back as others.
+bool DecodeUtf8(std::string_view bytes, std::u16string& text, RegistryTextFault& fault)
+{
+    text = FromHost(bytes);
+    const std::string back = ToHost(text);
+    const auto [same, differs] = std::mismatch(bytes.begin(), bytes.end(), back.begin(), back.end());
+    fault = {static_cast<std::size_t>(std::count(bytes.begin(), same, '\n')) + 1, "ill-formed UTF-8"};
+    return same == bytes.end() && differs == back.end();
+}
+
+} // namespace
+
+bool DecodeRegistryText(std::string_view bytes, std::u16string& text, RegistryTextFault& fault)
+{
+    if (bytes.starts_with("\xFF\xFE")) {
+        text = FromUtf16(bytes.substr(2));
+        fault = {static_cast<std::size_t>(std::count(text.begin(), text.end(), u'\n')) + 1,
+                 "half a character at the end"};
+        return bytes.size() % 2 == 0;
+    }
+    if (bytes.starts_with("REGEDIT4")) {
+        text = FromLatin1(bytes);
+        return true;
+    }
+    bytes.remove_prefix(bytes.starts_with("\xEF\xBB\xBF") ? 3 : 0);
+    return DecodeUtf8(bytes, text, fault);
+}
+
+} // namespace Platform::Host

@@ -1,0 +1,153 @@
+// The registry's functions when the gate stops them and when the host has no memory: block by block, once and
+// from then on.
+#include "Platform/Host/Control.h"
+#include "Platform/Host/Gate.h"
+#include "Tests/Platform/RegistryKey.h"
+#include "Tests/Support/HeapWatch.h"
+#include "Tests/Support/ScratchFolder.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <fstream>
+#include <iterator>
+
+namespace {
+
+using namespace Platform::Host;
+
+struct Operation {
+    const char* function;
+    LSTATUS (*run)(HKEY key, HKEY& result);
+};
+
+const Operation OPERATIONS[] = {
+    {"RegOpenKeyExW",
+     [](HKEY, HKEY& result) {
+         return RegOpenKeyExW(HKEY_CURRENT_USER, u"a key with a long name\\below", 0, KEY_READ, &result);
+     }},
+    {"RegCreateKeyExW",
+     [](HKEY key, HKEY& result) {
+         return RegCreateKeyExW(key, u"below", 0, nullptr, 0, KEY_READ, nullptr, &result, nullptr);
+     }},
+    {"RegCreateKeyExW",
+     [](HKEY key, HKEY& result) {
+         return RegCreateKeyExW(key, u"a new key\\and one below", 0, nullptr, 0, KEY_READ, nullptr, &result,
+                                nullptr);
+     }},
+    {"RegSetValueExW",
+     [](HKEY key, HKEY&) {
+         return RegSetValueExW(key, u"a new value", 0, REG_SZ, reinterpret_cast<const BYTE*>(u"text"), 8);
+     }},
+    {"RegQueryValueExW",
+     [](HKEY key, HKEY&) {
+         BYTE data[20];
+         DWORD size = sizeof(data);
+         return RegQueryValueExW(key, u"value", nullptr, nullptr, data, &size);
+     }},
+    {"RegDeleteValueW", [](HKEY key, HKEY&) { return RegDeleteValueW(key, u"value"); }},
+    {"RegDeleteTreeW", [](HKEY key, HKEY&) { return RegDeleteTreeW(key, nullptr); }},
+    {"RegDeleteTreeW",
+     [](HKEY, HKEY&) { return RegDeleteTreeW(HKEY_CURRENT_USER, u"a key with a long name"); }},
+    {"RegCloseKey", [](HKEY, HKEY&) { return RegCloseKey(HKEY_CURRENT_USER); }},
+};
+
+class RegistryFailures : public testing::Test {
+protected:
+    ~RegistryFailures() override { SetRegistryFile(""); }
+
+    void Put(const Bytes& more)
+    {
+        std::ofstream(file_, std::ios::binary)
+            << "REGEDIT4\n[HKEY_CURRENT_USER\\a key with a long name]\n"
+            << "\"value\"=\"text\"\n[HKEY_CURRENT_USER\\a key with a long name\\below]\n"
+            << more;
+    }
+
+    [[nodiscard]] Bytes Content() const
+    {
+        std::ifstream file(file_, std::ios::binary);
+        return {std::istreambuf_iterator<char>(file), {}};
+    }
+
+    // One run on a file that has to be read again; the blocks that it asked for.
+    unsigned Run(const Operation& operation, HeapRule rule)
+    {
+        Put("");
+        SetRegistryFile(file_);
+        const Key key(HKEY_CURRENT_USER, u"a key with a long name", KEY_ALL_ACCESS);
+        Put(";");
+        const Bytes before = Content();
+        HKEY result = nullptr;
+        LSTATUS error = ERROR_SUCCESS;
+        lastError = 77;
+        {
+            const HeapWatch watch(rule);
+            error = operation.run(key, result);
+            blocks_ = watch.Blocks();
+            failures_ = watch.Failures();
+        }
+        EXPECT_EQ(lastError, 77u);
+        EXPECT_EQ(error, failures_ == 0 ? LSTATUS{ERROR_SUCCESS} : LSTATUS{ERROR_NOT_ENOUGH_MEMORY});
+        EXPECT_TRUE(failures_ == 0 || result == nullptr);
+        EXPECT_TRUE(failures_ == 0 || Content() == before) << operation.function;
+        CheckRegistry(failures_ != 0);
+        return result != nullptr ? (RegCloseKey(result), blocks_) : blocks_;
+    }
+
+    // What a look sees now is in the file as well, and unchanged where it has to be.
+    void CheckRegistry(bool unchanged)
+    {
+        for (const char* const file : {"", file_.c_str()}) {
+            if (*file != 0) {
+                SetRegistryFile(file);
+            }
+            const Key key(HKEY_CURRENT_USER, u"a key with a long name", KEY_READ);
+            EXPECT_TRUE(!unchanged || (key.Error() == ERROR_SUCCESS && GetValue(key, u"value")));
+            EXPECT_TRUE(!unchanged || !GetValue(key, u"a new value"));
+            EXPECT_TRUE(!unchanged || Key(key, u"below", KEY_READ).Error() == ERROR_SUCCESS);
+            EXPECT_TRUE(!unchanged || Key(key, u"a new key", KEY_READ).Error() == ERROR_FILE_NOT_FOUND);
+        }
+    }
+
+    unsigned blocks_ = 0;
+    unsigned failures_ = 0;
+    ScratchFolder scratch_;
+    const std::string file_ = (scratch_.Path() / "registry.reg").native();
+};
+
+TEST_F(RegistryFailures, WithoutMemoryNothingHappens)
+{
+    unsigned reached = 0;
+    unsigned points = 0;
+    for (const Operation& operation : OPERATIONS) {
+        for (const bool lasting : {false, true}) {
+            points += Run(operation, {});
+            unsigned ordinal = 0;
+            do {
+                Run(operation, {.ordinal = ++ordinal, .lasting = lasting});
+                reached += failures_ != 0 ? 1 : 0;
+            } while (failures_ != 0 && !HasFailure());
+        }
+    }
+    std::printf("points reached / points there are: %u / %u\n", reached, points);
+    EXPECT_EQ(reached, points);
+}
+
+TEST_F(RegistryFailures, TheGateFailsFunctionsByTheirResult)
+{
+    Put("");
+    SetRegistryFile(file_);
+    const Key key(HKEY_CURRENT_USER, u"a key with a long name", KEY_ALL_ACCESS);
+    const Bytes before = Content();
+    for (const Operation& operation : OPERATIONS) {
+        const GateWatch watch({.function = operation.function, .ordinal = 1, .error = ERROR_DISK_FULL});
+        HKEY result = nullptr;
+        EXPECT_EQ(Call([&] { return operation.run(key, result); }), ERROR_DISK_FULL) << operation.function;
+        EXPECT_TRUE(watch.Failed());
+        EXPECT_EQ(result, nullptr);
+    }
+    EXPECT_EQ(Content(), before);
+}
+
+} // namespace

@@ -1,0 +1,30 @@
+#include "Tests/Platform/RegistryKey.h"
+
+#include <gtest/gtest.h>
+
+void ExpectUntouchedError()
+{
+    EXPECT_EQ(GetLastError(), UNTOUCHED_ERROR);
+}
+
+DWORD SetValue(HKEY key, LPCWSTR name, DWORD type, const Bytes& data)
+{
+    return Call([&] {
+        return RegSetValueExW(key, name, 0, type, reinterpret_cast<const BYTE*>(data.data()),
+                              static_cast<DWORD>(data.size()));
+    });
+}
+
+std::optional<std::pair<DWORD, Bytes>> GetValue(HKEY key, LPCWSTR name)
+{
+    DWORD type = 0;
+    DWORD size = 0;
+    if (Call([&] { return RegQueryValueExW(key, name, nullptr, &type, nullptr, &size); }) != ERROR_SUCCESS) {
+        return std::nullopt;
+    }
+    Bytes data(size, '\0');
+    auto* const room = reinterpret_cast<BYTE*>(data.data());
+    EXPECT_EQ(Call([&] { return RegQueryValueExW(key, name, nullptr, nullptr, room, &size); }),
+              DWORD{ERROR_SUCCESS});
+    return std::pair(type, data);
+}

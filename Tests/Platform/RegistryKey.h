@@ -1,0 +1,72 @@
+// The registry in tests: the key below which they stay, values as bytes, and calls that must leave the last
+// error alone.
+#pragma once
+
+#include "Tests/Support/WideText.h"
+
+#include <cstring>
+#include <optional>
+#include <string>
+#include <utility>
+
+// Data of a value, also to print them.
+using Bytes = std::string;
+
+inline Bytes BytesOf(WideTextView text)
+{
+    Bytes bytes(text.size() * sizeof(WCHAR), '\0');
+    std::memcpy(bytes.data(), text.data(), bytes.size());
+    return bytes;
+}
+
+constexpr DWORD UNTOUCHED_ERROR = 77;
+
+// Fails the test when the last error is another.
+void ExpectUntouchedError();
+
+// Runs a function of the registry and gives its result.
+template <typename Function>
+DWORD Call(const Function& function)
+{
+    SetLastError(UNTOUCHED_ERROR);
+    const LSTATUS result = function();
+    ExpectUntouchedError();
+    return static_cast<DWORD>(result);
+}
+
+// A key that is closed in the end. Null where it could not be opened.
+class Key {
+public:
+    static constexpr LPCWSTR TESTS = WIDE("Software\\Brenvault Tests");
+
+    Key(HKEY from, LPCWSTR path, REGSAM access, bool creates = false)
+    {
+        error_ = Call([&] {
+            return creates ? RegCreateKeyExW(from, path, 0, nullptr, 0, access, nullptr, &key_, &disposition_)
+                           : RegOpenKeyExW(from, path, 0, access, &key_);
+        });
+    }
+    ~Key() { Close(); }
+    Key(const Key&) = delete;
+    Key& operator=(const Key&) = delete;
+
+    operator HKEY() const { return key_; } // NOLINT(google-explicit-constructor): it stands for its handle
+    [[nodiscard]] DWORD Error() const { return error_; }
+    [[nodiscard]] DWORD Disposition() const { return disposition_; }
+    void Close()
+    {
+        if (HKEY key = std::exchange(key_, nullptr); key != nullptr) {
+            RegCloseKey(key);
+        }
+    }
+
+private:
+    HKEY key_ = nullptr;
+    DWORD disposition_ = 0;
+    DWORD error_;
+};
+
+DWORD SetValue(HKEY key, LPCWSTR name, DWORD type, const Bytes& data);
+
+// Type and data; nullopt when it cannot be had.
+std::optional<std::pair<DWORD, Bytes>> GetValue(HKEY key, LPCWSTR name);
