@@ -26,11 +26,12 @@ GateState& State()
 bool RuleHits(GateState& state, std::string_view function)
 {
     const GateRule& rule = state.rule;
-    if (rule.ordinal == 0 || (!rule.function.empty() && rule.function != function)) {
+    if (!rule.function.empty() && rule.function != function) {
         return false;
     }
     ++state.counted;
-    return state.counted == rule.ordinal || (rule.lasting && state.counted > rule.ordinal);
+    return rule.ordinal != 0 &&
+           (state.counted == rule.ordinal || (rule.lasting && state.counted > rule.ordinal));
 }
 
 } // namespace
@@ -94,6 +95,13 @@ unsigned GateWatch::Count(std::string_view function) const
 {
     const std::vector<std::string> calls = Calls();
     return static_cast<unsigned>(std::count(calls.begin(), calls.end(), function));
+}
+
+unsigned GateWatch::Points() const
+{
+    GateState& state = State();
+    const std::lock_guard lock(state.mutex);
+    return state.counted;
 }
 
 bool GateWatch::Failed() const

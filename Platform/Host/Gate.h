@@ -41,7 +41,8 @@ public:
 
     [[nodiscard]] std::vector<std::string> Calls() const; // in order
     [[nodiscard]] unsigned Count(std::string_view function) const;
-    [[nodiscard]] bool Failed() const; // whether the rule made a call fail
+    [[nodiscard]] unsigned Points() const; // calls that the rule is about, failed or not
+    [[nodiscard]] bool Failed() const;     // whether the rule made a call fail
 };
 
 // Records the call; true when it has to fail, `error` being why.

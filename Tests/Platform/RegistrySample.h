@@ -2,7 +2,7 @@
 // and the host layer make of them below the tests' key.
 #pragma once
 
-#include "Tests/Platform/RegistryKey.h"
+#include "Tests/Support/RegistryKey.h"
 
 #include <vector>
 

@@ -1,6 +1,6 @@
 // Keys and values of the registry: paths, names, data, rights, and what other processes see.
-#include "Tests/Platform/RegistryKey.h"
 #include "Tests/Platform/RegistrySample.h"
+#include "Tests/Support/RegistryKey.h"
 #include "Tests/Support/StartedProcess.h"
 #include "Tests/Support/Target.h"
 

@@ -2,8 +2,8 @@
 // from then on.
 #include "Platform/Host/Control.h"
 #include "Platform/Host/Gate.h"
-#include "Tests/Platform/RegistryKey.h"
 #include "Tests/Support/HeapWatch.h"
+#include "Tests/Support/RegistryKey.h"
 #include "Tests/Support/ScratchFolder.h"
 
 #include <gtest/gtest.h>

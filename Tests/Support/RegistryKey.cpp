@@ -1,4 +1,4 @@
-#include "Tests/Platform/RegistryKey.h"
+#include "Tests/Support/RegistryKey.h"
 
 #include <gtest/gtest.h>
 
