@@ -13,8 +13,8 @@ from pathlib import Path
 # From the top down; the longest matching prefix counts. Layers of equal rank may not use each other.
 LAYERS = [
     ("Benchmarks/", 110),
+    ("Fuzz/", 105),
     ("Tests/", 100),
-    ("Fuzz/", 100),
     ("GameLauncher/", 90),
     ("Plinth/Debug/", 80),
     ("Plinth/Config/", 70),
