@@ -1,5 +1,5 @@
-// The content of a configuration document. Names and texts are zero-terminated and not null; where memory
-// runs out, "Out of memory!" is thrown.
+// The content of a configuration document. Names and values have no zeros; where memory runs out, "Out of
+// memory!" is thrown.
 #pragma once
 
 #include "Plinth/Config/CNameMap.h"

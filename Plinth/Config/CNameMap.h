@@ -2,7 +2,7 @@
 //
 //     const auto place = map.Locate(name);
 //     if (!place.exists) {
-//         map.Add(place, OwnName(name), std::move(content));
+//         map.Add(place, CString(name), std::move(content));
 //     }
 //
 // The entries lie in leaves, in the order of operator< of the names. An entry carries the eight bytes of its
