@@ -4,6 +4,8 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdlib>
+#include <cstring>
 #include <string>
 
 namespace Platform::Host {
@@ -14,6 +16,11 @@ template <typename Unit>
 Unit Lower(Unit unit)
 {
     return unit >= 'A' && unit <= 'Z' ? static_cast<Unit>(unit + ('a' - 'A')) : unit;
+}
+
+bool IsDigit(char byte)
+{
+    return byte >= '0' && byte <= '9';
 }
 
 template <typename Unit>
@@ -53,4 +60,14 @@ std::size_t wcslen(LPCWSTR text)
 {
     GateSees("wcslen");
     return std::char_traits<WCHAR>::length(text);
+}
+
+double DecimalAtof(const char* text)
+{
+    GateSees("atof");
+    const char* start = text + std::strspn(text, " \t\n\v\f\r");
+    start += *start == '+' || *start == '-' ? 1 : 0;
+    const bool isNumber = IsDigit(*start) || (*start == '.' && IsDigit(start[1]));
+    const bool isHexadecimal = *start == '0' && Lower(start[1]) == 'x';
+    return isNumber && !isHexadecimal ? std::strtod(text, nullptr) : 0;
 }

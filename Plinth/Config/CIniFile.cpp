@@ -40,13 +40,13 @@ bool CIniFile::HasKey(const char* section, const char* key) const
 int CIniFile::GetInt(const char* section, const char* key, int defaultValue) const
 {
     const CString* const value = FindValue(section, key);
-    return value != nullptr ? std::atoi(value->CStr()) : defaultValue;
+    return value != nullptr ? atoi(value->CStr()) : defaultValue;
 }
 
 float CIniFile::GetFloat(const char* section, const char* key, float defaultValue) const
 {
     const CString* const value = FindValue(section, key);
-    return value != nullptr ? static_cast<float>(std::atof(value->CStr())) : defaultValue;
+    return value != nullptr ? static_cast<float>(atof(value->CStr())) : defaultValue;
 }
 
 CString CIniFile::GetValue(const char* section, const char* key) const

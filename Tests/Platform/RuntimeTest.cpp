@@ -6,6 +6,8 @@
 #include <cerrno>
 #include <chrono>
 #include <climits>
+#include <cmath>
+#include <cstdlib>
 #include <ctime>
 
 namespace {
@@ -64,6 +66,39 @@ TEST(RuntimeText, WritesIntegers)
     char text[8];
     EXPECT_EQ(sprintf_s(text, sizeof(text), "%.1f", 2.75), 3);
     EXPECT_STREQ(text, "2.8");
+}
+
+TEST(RuntimeText, ReadsNumbers)
+{
+    struct Row {
+        const char* text;
+        int integer;
+        double number;
+    };
+    const Row rows[] = {
+        {"12abc", 12, 12},
+        {" \t\n\v\f\r7", 7, 7},
+        {"+-1", 0, 0},
+        {"- 1", 0, 0},
+        {"-1.5e1x", -1, -15},
+        {".5", 0, 0.5},
+        {".e1", 0, 0},
+        {"5.", 5, 5},
+        {"1e", 1, 1},
+        {"1e+400", 1, HUGE_VAL},
+        {"0x10", 0, 0},
+        {"-0X1p3", 0, -0.0},
+        {"inf", 0, 0},
+        {"-infinity", 0, 0},
+        {"nan", 0, 0},
+        {"", 0, 0},
+        {"4294967297", 1, 4294967297.0},
+        {"99999999999", 1215752191, 99999999999.0},
+    };
+    for (const Row& row : rows) {
+        EXPECT_EQ(atoi(row.text), row.integer) << row.text;
+        EXPECT_EQ(atof(row.text), row.number) << row.text;
+    }
 }
 
 TEST(RuntimeText, LowersAsciiLetters)

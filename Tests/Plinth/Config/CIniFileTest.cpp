@@ -44,6 +44,7 @@ TEST(CIniFile, ConvertsTexts)
     };
     const Row rows[] = {
         {"12abc", "12abc", 12, 12.0F},
+        {"info", "info", 0, 0.0F},
         {"abc", "abc", 0, 0.0F},
         {" 7", "7", 7, 7.0F},
         {" a b ", "a b", 0, 0.0F},
