@@ -8,7 +8,12 @@ class Inih {
 public:
     using Source = std::string;
 
-    explicit Inih(const Source& source) : reader_(source.data(), source.size()) {}
+    explicit Inih(const Source& source) : reader_(source.data(), source.size())
+    {
+        if (reader_.ParseError() != 0) {
+            std::abort();
+        }
+    }
 
 private:
     INIReader reader_;

@@ -1,6 +1,6 @@
 #include "Benchmarks/Config/Workload.h"
 
-#include <algorithm>
+#include <cstdlib>
 #include <fstream>
 #include <random>
 
@@ -30,7 +30,7 @@ double StatusBytes(const std::string& name)
             return kilobytes * 1024;
         }
     }
-    return 0;
+    std::abort(); // no figure is better than a wrong one
 }
 
 } // namespace
@@ -70,7 +70,11 @@ std::vector<Lookup> Lookups(std::size_t count)
 
 MemoryPeak::MemoryPeak()
 {
-    std::ofstream("/proc/self/clear_refs") << 5; // the peak begins anew
+    std::ofstream peak("/proc/self/clear_refs");
+    peak << 5 << std::flush; // begins anew
+    if (!peak) {
+        std::abort();
+    }
     before_ = StatusBytes("VmRSS");
 }
 

@@ -7,7 +7,7 @@
 // Names are exact: letter case counts and blanks do. Names and values are bytes; the empty text is a name
 // like others. Nothing is ever removed but by Parse, which replaces all. What is missing is answered by the
 // default, never by an exception. Where memory runs out, the operations that store throw "Out of memory!"
-// (CException). A document is used by one thread at a time.
+// (CException), and the constructor std::bad_alloc. A document is used by one thread at a time.
 #pragma once
 
 #include "Plinth/Text/CString.h"
@@ -37,13 +37,13 @@ public:
     // key that comes again replaces the value; a section that comes again goes on. What is none of these is
     // stepped over. Lines end with CR LF or LF.
 
-    // Replaces the content. The stream should stand at its beginning; it is left at its end. When this
-    // throws, the document is empty.
+    // Replaces the content by what the stream holds from its position on; where a byte-order mark leads, from
+    // there on. The stream is left behind the last whole character. When this throws, the document is empty.
     void Parse(CMemoryStream& text);
 
     // Replaces the stream's content by the document's text: sections in the order of their names, and keys
-    // too, without sections that have no keys; CR LF; "Key = value", nothing escaped. When this throws, the
-    // stream is as it was.
+    // too, without sections that have no keys; CR LF; "Key = value", nothing escaped. A position behind the
+    // new end goes to the end; set it to 0 before reading. When this throws, the stream is as it was.
     void WriteText(CMemoryStream& text) const;
 
     // --- Values. A null section or key is a missing one.

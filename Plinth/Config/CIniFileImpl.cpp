@@ -1,10 +1,6 @@
 #include "Plinth/Config/CIniFileImpl.h"
 
-#include "Plinth/Debug/Allocation.h"
 #include "Plinth/Streams/Exceptions.h"
-
-#include <cstring>
-#include <utility>
 
 namespace Plinth {
 
@@ -14,17 +10,6 @@ namespace {
 constexpr std::uint32_t HEADER_EXTRA = 4;       // brackets, CR LF
 constexpr std::uint32_t LATER_HEADER_EXTRA = 6; // and the blank line before it
 constexpr std::uint32_t KEY_EXTRA = 5;          // " = ", CR LF
-
-// The change of the text's size, wherever it goes. A text past 32 bits cannot be had.
-std::uint32_t SumOfTextSizes(std::uint32_t textSize, std::uint64_t added, std::uint32_t removed)
-{
-    const std::uint64_t sum = textSize + added - removed;
-    if (sum > UINT32_MAX) {
-        ReportAllocationFailure(UINT32_MAX);
-        ThrowOutOfMemory();
-    }
-    return static_cast<std::uint32_t>(sum);
-}
 
 void AssignWhole(CString& string, std::string_view text)
 {
@@ -57,7 +42,7 @@ KeyMap& CIniFileImpl::AddSection(std::string_view name)
         return place.GetContent();
     }
     const std::uint32_t extra = sections.GetCount() == 0 ? HEADER_EXTRA : LATER_HEADER_EXTRA;
-    const std::uint32_t newTextSize = SumOfTextSizes(textSize, extra + name.size(), 0);
+    const std::uint32_t newTextSize = SizeOrThrow(std::uint64_t{textSize} + extra + name.size());
     KeyMap& added = sections.Add(place, WholeString(name), KeyMap());
     textSize = newTextSize;
     return added;
@@ -68,12 +53,14 @@ void CIniFileImpl::SetValue(KeyMap& section, std::string_view key, std::string_v
     const KeyMap::Place place = section.Locate(key);
     if (place.exists) {
         CString& old = place.GetContent();
-        const std::uint32_t newTextSize = SumOfTextSizes(textSize, value.size(), old.GetLength());
+        const std::uint32_t newTextSize =
+            SizeOrThrow(std::uint64_t{textSize} + value.size() - old.GetLength());
         AssignWhole(old, value);
         textSize = newTextSize;
         return;
     }
-    const std::uint32_t newTextSize = SumOfTextSizes(textSize, value.size() + KEY_EXTRA + key.size(), 0);
+    const std::uint32_t newTextSize =
+        SizeOrThrow(std::uint64_t{textSize} + value.size() + KEY_EXTRA + key.size());
     section.Add(place, WholeString(key), WholeString(value));
     textSize = newTextSize;
 }

@@ -14,6 +14,7 @@
 
 #include "Plinth/Config/HeapAllocator.h"
 #include "Plinth/Text/CString.h"
+#include "Plinth/Text/ZeroTerminatedTextWords.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -33,13 +34,20 @@ inline std::string_view ViewOf(const CString& text)
 // Eight bytes of a name from an offset on, as a number of the same order; zeros behind the name's end.
 inline std::uint64_t NameDigits(std::string_view name, std::size_t offset)
 {
-    const std::size_t count =
-        offset < name.size() ? std::min(name.size() - offset, sizeof(std::uint64_t)) : 0;
-    std::uint64_t digits = 0;
-    for (std::size_t i = 0; i < count; ++i) {
-        digits |= std::uint64_t{static_cast<unsigned char>(name[offset + i])} << (56 - 8 * i);
+    constexpr std::size_t WIDTH = sizeof(std::uint64_t);
+    if (offset >= name.size()) {
+        return 0;
     }
-    return digits;
+    const std::size_t count = std::min(name.size() - offset, WIDTH);
+    if (name.size() >= WIDTH) { // the eight bytes that end with those
+        const auto word = LoadWords<std::uint64_t>(name.data() + offset + count - WIDTH);
+        return __builtin_bswap64(word) << (8 * (WIDTH - count));
+    }
+    std::uint64_t digits = 0;
+    for (const char byte : name.substr(offset)) {
+        digits = digits << 8 | static_cast<unsigned char>(byte);
+    }
+    return digits << (8 * (WIDTH - count));
 }
 
 template <typename Content>

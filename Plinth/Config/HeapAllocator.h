@@ -22,11 +22,7 @@ struct HeapAllocator {
 
     [[nodiscard]] T* allocate(std::size_t count)
     {
-        void* const block = AllocateSummed(std::uint64_t{count} * sizeof(T));
-        if (block == nullptr) {
-            ThrowOutOfMemory();
-        }
-        return static_cast<T*>(block);
+        return static_cast<T*>(AllocateMemoryOrThrow(SizeOrThrow(std::uint64_t{count} * sizeof(T))));
     }
     void deallocate(T* block, std::size_t /*count*/) { FreeMemory(block); }
 

@@ -10,6 +10,8 @@ namespace Plinth {
 
 namespace {
 
+using namespace std::string_view_literals;
+
 // Which bytes are of one kind.
 using ByteSet = std::array<bool, 256>;
 
@@ -22,9 +24,18 @@ constexpr ByteSet BytesIn(std::string_view bytes)
     return set;
 }
 
+constexpr ByteSet BytesNotIn(std::string_view bytes)
+{
+    ByteSet set = BytesIn(bytes);
+    for (bool& isIn : set) {
+        isIn = !isIn;
+    }
+    return set;
+}
+
 constexpr ByteSet KEY_BYTES = BytesIn("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789_");
-constexpr ByteSet VALUE_ENDS = BytesIn("\r\n;");
-constexpr ByteSet VALUE_ENDS_AND_ZERO = BytesIn({"\r\n;", 4});
+constexpr ByteSet VALUE_BYTES = BytesNotIn("\r\n;");
+constexpr ByteSet VALUE_BYTES_BUT_ZERO = BytesNotIn("\r\n;\0"sv);
 
 bool IsIn(const ByteSet& set, char byte)
 {
@@ -41,27 +52,27 @@ void NarrowInto(CMemoryStream& copy, CMemoryStream& text)
 {
     const std::uint32_t size = text.GetSize();
     const std::uint32_t units = (size - 2) / 2;
-    const std::uint32_t copySize = (size - 1) / 2 + 2;
-    copy.Reserve(copySize + 1);
-    copy.Resize(copySize, true);
+    copy.Resize((size - 1) / 2 + 2, true);
     for (std::uint32_t i = 0; i < units; ++i) {
         copy.GetData()[i] = text.GetData()[2 + std::size_t{i} * 2];
     }
     text.SetPosition(2 + units * 2);
 }
 
-// A text that stands behind its beginning gives fewer bytes than its size; the others read as zeros.
-void CopyInto(CMemoryStream& copy, CMemoryStream& text)
+// What is left of the stream, which goes to its end.
+std::string_view TakeRest(CMemoryStream& text)
 {
-    const std::uint32_t count = copy.CopyFrom(text, 2, true);
-    std::memset(copy.GetData() + count, 0, copy.GetSize() - count);
+    const char* const bytes = reinterpret_cast<const char*>(text.GetData());
+    const std::uint32_t position = text.GetPosition();
+    text.SetPosition(text.GetSize());
+    return {bytes + position, text.GetSize() - position};
 }
 
-// One forward scan, which cuts names and values out of the text by zeros.
+// One forward scan of a text. Names and values end at their first zero.
 class Scan {
 public:
-    Scan(CIniFileImpl& document, char* text, std::uint32_t size)
-        : document_(document), position_(text), end_(text + size)
+    Scan(CIniFileImpl& document, std::string_view text)
+        : document_(document), position_(text.data()), end_(position_ + text.size())
     {
     }
 
@@ -83,11 +94,11 @@ private:
     // To the closing bracket, or to the end of the text.
     void ReadHeader()
     {
-        char* const name = position_ + 1;
-        position_ = Find(name, ']');
+        const char* const begin = position_ + 1;
+        position_ = Find(begin, ']');
         if (position_ < end_) {
-            *position_ = 0;
-            section_ = &document_.AddSection(name);
+            const std::string_view name(begin, position_);
+            section_ = &document_.AddSection(name.substr(0, name.find('\0')));
         }
     }
 
@@ -99,58 +110,54 @@ private:
         } while (position_ < end_ && *position_ != '\n' && position_[-1] != '\r');
     }
 
+    // Of a key that the text ends with nothing is kept.
     void ReadKey()
     {
-        const char* const key = position_;
-        while (position_ < end_ && IsIn(KEY_BYTES, *position_)) {
-            ++position_;
-        }
+        const char* const begin = position_;
+        SkipWhile(KEY_BYTES);
         if (position_ == end_) {
             return;
         }
-        char* const keyEnd = position_;
-        if (*keyEnd != '=') {
-            position_ = Find(keyEnd, '=');
+        const std::string_view key(begin, position_);
+        if (*position_ != '=') {
+            position_ = Find(position_, '=');
         }
         position_ += position_ < end_ ? 1 : 0;
-        *keyEnd = 0;
-        document_.SetValue(*section_, {key, keyEnd}, ReadValue());
+        document_.SetValue(*section_, key, ReadValue());
     }
 
-    // To the line feed, or behind the byte that follows a carriage return.
+    // To the line feed, or to the byte behind a carriage return.
     std::string_view ReadValue()
     {
         const char* const begin = position_;
-        SkipTo(VALUE_ENDS_AND_ZERO);
+        SkipWhile(VALUE_BYTES_BUT_ZERO);
         const std::string_view value(begin, position_);
-        SkipTo(VALUE_ENDS);
-        const char ending = position_ < end_ ? *position_ : '\0';
-        *position_ = 0;
-        if (ending == ';') {
+        SkipWhile(VALUE_BYTES);
+        if (position_ < end_ && *position_ == ';') {
             SkipComment();
-        } else if (ending == '\r') {
+        } else if (position_ < end_ && *position_ == '\r') {
             ++position_;
         }
         return value;
     }
 
-    void SkipTo(const ByteSet& bytes)
+    void SkipWhile(const ByteSet& bytes)
     {
-        while (position_ < end_ && !IsIn(bytes, *position_)) {
+        while (position_ < end_ && IsIn(bytes, *position_)) {
             ++position_;
         }
     }
 
-    [[nodiscard]] char* Find(char* from, char byte) const
+    [[nodiscard]] const char* Find(const char* from, char byte) const
     {
-        void* const found = std::memchr(from, byte, static_cast<std::size_t>(end_ - from));
-        return found != nullptr ? static_cast<char*>(found) : end_;
+        const void* const found = std::memchr(from, byte, static_cast<std::size_t>(end_ - from));
+        return found != nullptr ? static_cast<const char*>(found) : end_;
     }
 
     CIniFileImpl& document_;
     KeyMap* section_ = nullptr; // of the latest header
-    char* position_;
-    char* const end_; // a byte that may be written
+    const char* position_;
+    const char* const end_;
 };
 
 } // namespace
@@ -158,14 +165,13 @@ private:
 void CIniFileImpl::Parse(CMemoryStream& text)
 {
     Clear();
-    CMemoryStream copy;
-    if (IsWideText(text)) {
-        NarrowInto(copy, text);
-    } else {
-        CopyInto(copy, text);
+    CMemoryStream narrowed;
+    const bool isWide = IsWideText(text);
+    if (isWide) {
+        NarrowInto(narrowed, text);
     }
     try {
-        Scan(*this, reinterpret_cast<char*>(copy.GetData()), copy.GetSize()).Run();
+        Scan(*this, TakeRest(isWide ? narrowed : text)).Run();
     } catch (...) {
         Clear();
         throw;

@@ -4,7 +4,8 @@
 //
 // A value is named by a root, a key, an optional subkey below it (null or empty: none) and its name. Texts
 // are UTF-8. Writing makes the keys that are missing. Every function says whether it succeeded, and nothing
-// else; a root without key, and a null or empty key or value name, are failures that touch nothing. Nothing
+// else; a root without key, and a null or empty key or value name, are failures that touch neither the
+// registry nor the value (only SetRegDword, and so GetOrCreateRegDword, writes under the empty name). Nothing
 // is ever thrown: lack of memory is a failure too, and no text is read or written in part. Safe for use by
 // any thread.
 #pragma once
@@ -45,7 +46,8 @@ bool SetRegBinary(RegistryRoot root, const char* key, const char* subKey, const 
 
 // --- Read. A value of another type is a failure.
 
-// REG_SZ of at most 2046 bytes, up to its first zero. When the value cannot be read it is the empty text.
+// REG_SZ of at most 2046 bytes, up to its first zero. What cannot be read is the empty text. The other
+// arguments may not point into the value's text.
 bool GetRegString(HKEY root, const char* key, const char* subKey, const char* name, CString& value);
 bool GetRegStringFallback(RegistryRoot root, const char* key, const char* subKey, const char* name,
                           CString& value);
@@ -56,7 +58,7 @@ bool GetRegDwordFallback(RegistryRoot root, const char* key, const char* subKey,
                          std::uint32_t& value);
 
 // REG_BINARY of at most `size` bytes. How many there were is not told; after a failure the buffer is
-// undefined.
+// undefined. A null buffer asks only whether there is such a value.
 bool GetRegBinary(RegistryRoot root, const char* key, const char* subKey, const char* name, void* buffer,
                   std::uint32_t size);
 

@@ -26,16 +26,6 @@ namespace {
 
 constexpr std::uint32_t SMALLEST_WRITTEN_BLOCK = 1024;
 
-// A sum past 32 bits is a block that cannot be had.
-std::uint32_t SumOfSizes(std::uint32_t a, std::uint32_t b)
-{
-    if (b > UINT32_MAX - a) {
-        ReportAllocationFailure(UINT32_MAX);
-        ThrowOutOfMemory();
-    }
-    return a + b;
-}
-
 } // namespace
 
 CMemoryStream::~CMemoryStream()
@@ -162,7 +152,7 @@ std::uint32_t CMemoryStream::CopyFrom(IStream& source, std::uint32_t extra, bool
     name_ = source.GetName();
     if (extra > 0) {
         Resize(0, false);
-        Reserve(SumOfSizes(extra, size));
+        Reserve(SizeOrThrow(std::uint64_t{extra} + size));
     }
     Resize(size, false);
     try {
@@ -189,7 +179,7 @@ void CMemoryStream::WriteFrom(IStream& source, std::uint32_t count)
 // Makes the content reach as far as the next `count` bytes to be written, and gives their end.
 std::uint32_t CMemoryStream::MakeWritable(std::uint32_t count)
 {
-    const std::uint32_t end = SumOfSizes(position_, count);
+    const std::uint32_t end = SizeOrThrow(std::uint64_t{position_} + count);
     if (size_ < end) {
         GrowTo(end);
     }

@@ -1,8 +1,8 @@
 // A stream over one block of memory that it owns and that grows as it is written.
 //
-// Operations that set a size give the block exactly that size; writing doubles it, from 1024 bytes on.
-// Nothing but SetCapacity and Free makes the block smaller. Its time is 0. Where memory runs out, "Out of
-// memory!" is thrown and the stream keeps its block and content.
+// Operations that set a size give the block exactly that size; writing doubles it, from 1024 bytes on. Only
+// SetCapacity, Free and Detach make the block smaller. Its time is 0. Where memory runs out, "Out of memory!"
+// is thrown and the stream keeps its block and its content, but for CopyFrom.
 #pragma once
 
 #include "Plinth/Streams/IStream.h"
@@ -53,8 +53,8 @@ public:
 
     // Takes the source's name, its size, and its bytes from its position on, with at least `extra` bytes of
     // room behind them; gives their number. With `rewind` the own position goes to 0. A source that stands
-    // behind its beginning leaves as many bytes at the end of the copy undefined. When reading throws, the
-    // stream is left empty.
+    // behind its beginning leaves as many bytes at the end of the copy undefined. When it throws, the stream
+    // is empty and has the source's name; only where memory ran out without `extra` it keeps its content.
     std::uint32_t CopyFrom(IStream& source, std::uint32_t extra, bool rewind);
 
     // Reads exactly `count` bytes to the own position, which goes behind them. When reading throws, the

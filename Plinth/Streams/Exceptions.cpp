@@ -29,6 +29,10 @@ namespace {
 constexpr std::uint32_t MESSAGE_ROOM = 256;
 constexpr std::size_t EXCEPTION_BUFFER_SIZE = 4096;
 
+// By these every program of the game knows the exception.
+constexpr const char* OUT_OF_MEMORY_SOURCE = "FN";
+constexpr std::uint32_t OUT_OF_MEMORY_LINE = 68;
+
 struct MessagePieces {
     const char* prefix;
     const char* opening; // before the name, where there is one
@@ -59,6 +63,7 @@ CException::CException(const char* newMessage, const char* newSource, std::uint3
 {
 }
 
+// NOLINTNEXTLINE(modernize-pass-by-value): the caller's string is copied either way
 CException::CException(const CString& newMessage, const char* newSource, std::uint32_t newLine)
     : message(newMessage), source(newSource), line(newLine)
 {
@@ -66,6 +71,7 @@ CException::CException(const CString& newMessage, const char* newSource, std::ui
 
 CFileException::CFileException(CFileError newKind) : CFileException(newKind, CString()) {}
 
+// NOLINTNEXTLINE(modernize-pass-by-value): likewise
 CFileException::CFileException(CFileError newKind, const CString& newFileName)
     : CException(nullptr), kind(newKind), fileName(newFileName)
 {
@@ -123,7 +129,7 @@ void ThrowException(const char* format, ...)
 {
     char buffer[EXCEPTION_BUFFER_SIZE];
     buffer[0] = 0;
-    buffer[EXCEPTION_BUFFER_SIZE - 1] = 0;
+    buffer[EXCEPTION_BUFFER_SIZE - 1] = 0; // even where a runtime leaves a refused text without its end
     if (format != nullptr) {
         std::va_list arguments;
         va_start(arguments, format);
@@ -135,7 +141,16 @@ void ThrowException(const char* format, ...)
 
 void ThrowOutOfMemory()
 {
-    throw CException("Out of memory!", "FN", 68);
+    throw CException("Out of memory!", OUT_OF_MEMORY_SOURCE, OUT_OF_MEMORY_LINE);
+}
+
+std::uint32_t SizeOrThrow(std::uint64_t size)
+{
+    if (size > UINT32_MAX) {
+        ReportAllocationFailure(UINT32_MAX);
+        ThrowOutOfMemory();
+    }
+    return static_cast<std::uint32_t>(size);
 }
 
 void* AllocateMemoryOrThrow(std::uint32_t size)

@@ -67,6 +67,10 @@ private:
 // The exception of an exhausted heap: "Out of memory!". The failure has been traced by then.
 [[noreturn]] void ThrowOutOfMemory();
 
+// A size that was summed in 64 bits, as the 32 bits that sizes have. One that is larger cannot be had: it is
+// reported as the largest, and "Out of memory!" is thrown.
+[[nodiscard]] std::uint32_t SizeOrThrow(std::uint64_t size);
+
 // A block of at least `size` bytes, uninitialised, never null, to be given back with FreeMemory or free.
 // Where the heap has none, ReportAllocationFailure runs and "Out of memory!" is thrown.
 [[nodiscard]] void* AllocateMemoryOrThrow(std::uint32_t size);

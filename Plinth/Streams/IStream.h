@@ -45,8 +45,9 @@ public:
     virtual void SetTime(const std::uint64_t& time) = 0; // creation and access times stay
 
     // Moves up to `count` bytes into the buffer and the position behind them, and gives their number. Fewer
-    // than `count` throw FILE_ERROR_END_OF_FILE, unless the flags have READ_ALLOW_PARTIAL. A count of 0 gives
-    // 0.
+    // than `count` throw FILE_ERROR_END_OF_FILE with the stream's name, unless the flags have
+    // READ_ALLOW_PARTIAL; what the buffer and the position are then is the stream's own. A count of 0 gives
+    // 0. The flags' other bits mean nothing and are handed on.
     virtual std::uint32_t Read(void* buffer, std::uint32_t count, std::uint32_t flags) = 0;
 
     // The new position. What another origin does is the stream's own.

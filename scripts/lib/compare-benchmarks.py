@@ -95,6 +95,8 @@ def main():
     measurements = FAMILIES[sys.argv[1]]
     program = Path(sys.argv[2]).resolve()
     word = sys.argv[3] if len(sys.argv) > 3 else ""
+    if not any(word in name for name, _, _ in measurements):
+        sys.exit(f"No measurement has {word} in its name.")
     print(f"Medians of {ROUNDS} processes each, ours and the peer's in turn; a limit is the largest ratio that is good.")
     print(f"{'':32}{'ours':>10}{'peer':>10}  {'':12}{'ratio':>6}{'limit':>7}")
     for name, peer, limit in measurements:

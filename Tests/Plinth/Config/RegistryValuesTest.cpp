@@ -1,4 +1,5 @@
 #include "Plinth/Config/RegistryValues.h"
+#include "Plinth/Text/CWideString.h"
 #include "Tests/Plinth/TraceCapture.h"
 #include "Tests/Support/FailingInTurn.h"
 #include "Tests/Support/RegistryKey.h"
@@ -265,16 +266,23 @@ TEST_F(RegistryValues, AreCreatedWhenMissing)
 TEST_F(RegistryValues, AreWholeOrFailWithoutMemory)
 {
     const CString longText("a text that takes a block of its own, as every part of the path does");
+    const std::string longKey =
+        std::string(KEY) + '\\' + std::string(200, 'a') + '\\' + std::string(200, 'b');
+    const CString longPath = RegistryKeyPath(longKey.c_str(), std::string(200, 'c').c_str());
     FailingInTurn writing("SetRegString");
     while (writing.Next()) {
         const TraceCapture trace;
         Clean();
         bool written = false;
-        EXPECT_TRUE(
-            writing.Try([&] { written = SetRegString(HKEY_CURRENT_USER, KEY, "sub", "v", longText); }));
-        EXPECT_EQ(Stored(HKEY_CURRENT_USER, WIDE("v")).has_value(), written);
+        EXPECT_TRUE(writing.Try([&] {
+            written = SetRegString(HKEY_CURRENT_USER, longKey.c_str(), longPath.CStr() + longKey.size() + 1,
+                                   "v", longText);
+        }));
+        const Key key(HKEY_CURRENT_USER, CWideString(longPath).c_str(), KEY_READ);
+        EXPECT_EQ(GetValue(key, WIDE("v")).has_value(), written);
+        const Key above(HKEY_CURRENT_USER, CWideString(longKey.c_str()).c_str(), KEY_READ);
+        EXPECT_FALSE(GetValue(above, WIDE("v"))); // as a path that was cut would have it
     }
-    ASSERT_TRUE(SetRegString(HKEY_CURRENT_USER, KEY, "sub", "v", longText));
     FailingInTurn reading("GetRegString");
     while (reading.Next()) {
         const TraceCapture trace;

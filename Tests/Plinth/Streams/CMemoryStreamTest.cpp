@@ -65,7 +65,7 @@ TEST(CMemoryStream, ReadsStrictlyOrInPart)
     }
     EXPECT_EQ(text, "###");
     EXPECT_EQ(stream.GetPosition(), 4u);
-    EXPECT_EQ(ReadInto(stream, 3, READ_ALLOW_PARTIAL, text), 2u);
+    EXPECT_EQ(ReadInto(stream, 3, READ_ALLOW_PARTIAL | 2, text), 2u);
     EXPECT_EQ(text, "ef#");
     EXPECT_EQ(ReadInto(stream, 3, READ_ALLOW_PARTIAL, text), 0u);
     EXPECT_EQ(stream.GetPosition(), 6u);
@@ -144,6 +144,11 @@ TEST(CMemoryStream, TakesExactlyTheSizeThatIsSet)
     EXPECT_EQ(ten.GetCapacity(), 1024u);
     ten.SetCapacity(5);
     EXPECT_EQ(ten.GetCapacity(), 10u);
+    {
+        const HeapWatch watch;
+        ten.SetCapacity(3);
+        EXPECT_EQ(watch.Blocks(), 0u);
+    }
     ten.Reserve(11);
     EXPECT_EQ(ten.GetCapacity(), 11u);
     ten.Resize(11, false);
@@ -204,20 +209,34 @@ TEST(CMemoryStream, CopiesAnotherStream)
     EXPECT_EQ(target.Text(), "0123456789");
 }
 
-// Says that it is longer than it is.
-struct ShortStream : CMemoryStream {
-    std::uint32_t GetSize() override { return CMemoryStream::GetSize() + 10; }
+// Says that it has another size than it has, and counts what is read.
+struct BoastingStream : CMemoryStream {
+    explicit BoastingStream(std::uint32_t newShown) : shown(newShown) {}
+    std::uint32_t GetSize() override { return shown; }
+    std::uint32_t Read(void* buffer, std::uint32_t count, std::uint32_t flags) override
+    {
+        ++reads;
+        return CMemoryStream::Read(buffer, count, flags);
+    }
+
+    std::uint32_t shown;
+    unsigned reads = 0;
 };
 
 TEST(CMemoryStream, IsEmptyAfterACopyThatFailed)
 {
-    ShortStream source;
+    BoastingStream source(13);
     source.Write("abc", 3);
     source.SetPosition(0);
     Stream target("0123456789");
     EXPECT_THROW(target.CopyFrom(source, 20, true), CFileException);
     EXPECT_EQ(target.GetSize() + target.GetPosition(), 0u);
     EXPECT_EQ(target.GetCapacity(), 1024u);
+    const TraceCapture trace;
+    BoastingStream largest(UINT32_MAX); // with room behind it more than can be
+    EXPECT_THROW(target.CopyFrom(largest, 2, true), CException);
+    EXPECT_EQ(largest.reads, 0u);
+    EXPECT_NE(trace.Text().find("Failed to allocate 4294967295 bytes!"), std::string::npos);
 }
 
 TEST(CMemoryStream, IsWrittenFromAnotherStream)
@@ -226,7 +245,9 @@ TEST(CMemoryStream, IsWrittenFromAnotherStream)
     Stream target("01234");
     target.SetPosition(3);
     target.WriteFrom(source, 4);
-    target.WriteFrom(source, 0);
+    BoastingStream unread(10);
+    target.WriteFrom(unread, 0);
+    EXPECT_EQ(unread.reads, 0u);
     EXPECT_EQ(target.Text(), "012abcd");
     EXPECT_EQ(target.GetPosition(), 7u);
     EXPECT_EQ(source.GetPosition(), 4u);
@@ -256,20 +277,24 @@ TEST(CMemoryStream, KeepsItsContentWithoutMemory)
         EXPECT_EQ(stream.Text(), "0123456789");
         EXPECT_EQ(stream.GetPosition(), 4u);
         EXPECT_EQ(stream.GetCapacity(), 1024u);
+        EXPECT_NE(trace.Text().find("Failed to allocate"), std::string::npos);
     }
 }
 
 TEST(CMemoryStream, CopiesWholeOrThrows)
 {
-    Stream source("0123456789", "a name of more than one block");
-    FailingInTurn points("CMemoryStream::CopyFrom");
-    while (points.Next()) {
-        const TraceCapture trace;
-        Stream copy("old");
-        source.SetPosition(0);
-        const bool done = points.Try([&] { copy.CopyFrom(source, 2000, true); });
-        EXPECT_EQ(copy.Text(), done ? "0123456789" : "");
-        EXPECT_EQ(copy.GetCapacity(), done ? 2010u : 1024u);
+    const std::string text(2000, 'x');
+    Stream source(text, "a name of more than one block");
+    for (const std::uint32_t extra : {0u, 10u}) {
+        FailingInTurn points("CMemoryStream::CopyFrom");
+        while (points.Next()) {
+            const TraceCapture trace;
+            Stream copy("old");
+            source.SetPosition(0);
+            const bool done = points.Try([&] { copy.CopyFrom(source, extra, true); });
+            EXPECT_EQ(copy.Text(), done ? text : (extra != 0 ? "" : "old"));
+            EXPECT_EQ(copy.GetCapacity(), done ? 2000 + extra : 1024u);
+        }
     }
 }
 

@@ -1,12 +1,14 @@
 // The platform calls of the registry values: their order, and each of them failing in turn.
 #include "Platform/Host/Gate.h"
 #include "Plinth/Config/RegistryValues.h"
+#include "Tests/Support/RegistryKey.h"
 #include "Tests/Support/Target.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <iostream>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -17,42 +19,63 @@ using Platform::Host::GateWatch;
 
 constexpr const char* KEY = "Software\\Brenvault Tests";
 
+const std::vector<std::string> WRITING = {"RegCreateKeyExW", "RegSetValueExW", "RegCloseKey"};
+const std::vector<std::string> READING = {"RegOpenKeyExW", "RegQueryValueExW", "RegCloseKey"};
+const std::vector<std::string> CREATING = {"RegOpenKeyExW", "RegQueryValueExW", "RegCloseKey",
+                                           "RegOpenKeyExW", "RegCreateKeyExW",  "RegSetValueExW",
+                                           "RegCloseKey"};
+
+CString text;
+std::uint32_t number = 0;
+
+// Each works on a value that the operations before it have not touched, or that they have made.
 struct Operation {
     const char* name;
     bool (*run)();
-    std::vector<std::string> calls;
+    const std::vector<std::string>& calls;
+    LPCWSTR value;
+    std::pair<DWORD, Bytes> data;
 };
-
-CString text;
-std::uint32_t number = 42;
 
 const Operation OPERATIONS[] = {
     {"SetRegString",
      [] { return SetRegString(HKEY_CURRENT_USER, KEY, "sub", "text", "value"); },
-     {"RegCreateKeyExW", "RegSetValueExW", "RegCloseKey"}},
+     WRITING,
+     u"text",
+     {REG_SZ, BytesOf({u"value", 6})}},
     {"SetRegDword",
      [] { return SetRegDword(RegistryRoot::CurrentUser, KEY, "sub", "number", 7); },
-     {"RegCreateKeyExW", "RegSetValueExW", "RegCloseKey"}},
+     WRITING,
+     u"number",
+     {REG_DWORD, Bytes("\7\0\0\0", 4)}},
     {"SetRegBinary",
      [] { return SetRegBinary(RegistryRoot::CurrentUser, KEY, "sub", "bytes", "x", 1); },
-     {"RegCreateKeyExW", "RegSetValueExW", "RegCloseKey"}},
+     WRITING,
+     u"bytes",
+     {REG_BINARY, "x"}},
+    {"GetOrCreateRegDword",
+     [] { return GetOrCreateRegDword(RegistryRoot::CurrentUserThenLocalMachine, KEY, "sub", "new", number); },
+     CREATING,
+     u"new",
+     {REG_DWORD, Bytes("\x2A\0\0\0", 4)}},
     {"GetRegString",
      [] { return GetRegString(HKEY_CURRENT_USER, KEY, "sub", "text", text); },
-     {"RegOpenKeyExW", "RegQueryValueExW", "RegCloseKey"}},
+     READING,
+     nullptr,
+     {}},
     {"GetRegDword",
      [] { return GetRegDword(HKEY_CURRENT_USER, KEY, "sub", "number", number); },
-     {"RegOpenKeyExW", "RegQueryValueExW", "RegCloseKey"}},
+     READING,
+     nullptr,
+     {}},
     {"GetRegBinary",
      [] {
          char byte = 0;
-         return GetRegBinary(RegistryRoot::CurrentUser, KEY, "sub", "bytes", &byte, 1);
+         return GetRegBinary(RegistryRoot::CurrentUser, KEY, "sub", "bytes", &byte, 1) && byte == 'x';
      },
-     {"RegOpenKeyExW", "RegQueryValueExW", "RegCloseKey"}},
-    {"GetOrCreateRegDword",
-     [] { return GetOrCreateRegDword(RegistryRoot::CurrentUserThenLocalMachine, KEY, "sub", "new", number); },
-     {"RegOpenKeyExW", "RegQueryValueExW", "RegCloseKey", "RegOpenKeyExW", "RegCreateKeyExW",
-      "RegSetValueExW", "RegCloseKey"}},
-    {"a root without key", [] { return !SetRegDword(static_cast<RegistryRoot>(5), KEY, "sub", "v", 7); }, {}},
+     READING,
+     nullptr,
+     {}},
 };
 
 std::vector<std::string> RegistryCalls(const GateWatch& watch)
@@ -62,6 +85,7 @@ std::vector<std::string> RegistryCalls(const GateWatch& watch)
     return calls;
 }
 
+// A key that could be opened is used once, and closed right after that.
 bool EveryUsedKeyIsClosed(const std::vector<std::string>& calls)
 {
     for (std::size_t i = 0; i < calls.size(); ++i) {
@@ -73,37 +97,68 @@ bool EveryUsedKeyIsClosed(const std::vector<std::string>& calls)
     return true;
 }
 
-TEST(RegistryCalls, ComeInOrder)
+class RegistryCallsTest : public testing::Test {
+protected:
+    // Anew, with the values of the operations before this one.
+    void Prepare(const Operation& operation)
+    {
+        registry_.emplace();
+        std::for_each(OPERATIONS, &operation, [](const Operation& before) { before.run(); });
+        text = "before";
+        number = 42;
+    }
+
+    // What was done is done in the right place, and nothing is done elsewhere.
+    static void CheckValues(const Operation& operation, bool done)
+    {
+        const Key key(HKEY_CURRENT_USER, u"Software\\Brenvault Tests\\sub", KEY_READ);
+        if (operation.value != nullptr) {
+            const auto stored = GetValue(key, operation.value);
+            EXPECT_EQ(stored, done ? std::optional(operation.data) : std::nullopt) << operation.name;
+        }
+        EXPECT_FALSE(GetValue(key, nullptr)) << operation.name;
+        for (const LPCWSTR name : {u"", u"text", u"number", u"bytes", u"new"}) {
+            EXPECT_FALSE(GetValue(HKEY_CURRENT_USER, name)) << operation.name;
+        }
+    }
+
+private:
+    std::optional<ScratchRegistry> registry_;
+};
+
+TEST_F(RegistryCallsTest, ComeInOrder)
 {
-    const ScratchRegistry registry;
     for (const Operation& operation : OPERATIONS) {
+        Prepare(operation);
         const GateWatch watch;
         EXPECT_TRUE(operation.run()) << operation.name;
         EXPECT_EQ(RegistryCalls(watch), operation.calls) << operation.name;
     }
+    const GateWatch watch;
+    EXPECT_FALSE(SetRegDword(static_cast<RegistryRoot>(5), KEY, "sub", "v", 7));
+    EXPECT_EQ(watch.Calls(), std::vector<std::string>());
 }
 
-// A key that could be opened is used and closed, and what fails tells so.
-TEST(RegistryCalls, FailInTurn)
+TEST_F(RegistryCallsTest, FailInTurn)
 {
     for (const Operation& operation : OPERATIONS) {
         unsigned points = 1;
         unsigned reached = 0;
-        for (unsigned ordinal = 0; ordinal <= points; ++ordinal) {
-            for (const bool lasting : {false, true}) {
-                const ScratchRegistry registry;
-                std::for_each(OPERATIONS, &operation, [](const Operation& before) { before.run(); });
-                text = "before";
-                number = 42;
-                const GateWatch watch({.ordinal = ordinal, .error = ERROR_ACCESS_DENIED, .lasting = lasting});
-                const bool done = operation.run();
-                points = ordinal == 0 ? watch.Points() : points;
+        for (unsigned round = 0; round <= points * 2; ++round) {
+            Prepare(operation);
+            bool done = false;
+            {
+                const GateWatch watch(
+                    {.ordinal = (round + 1) / 2, .error = ERROR_ACCESS_DENIED, .lasting = round % 2 == 0});
+                done = operation.run();
+                points = round == 0 ? watch.Points() : points;
                 reached += watch.Failed() ? 1U : 0U;
                 EXPECT_TRUE(done || watch.Failed()) << operation.name;
-                EXPECT_TRUE(EveryUsedKeyIsClosed(RegistryCalls(watch))) << operation.name << ordinal;
-                EXPECT_TRUE(text == CString("before") || text == CString(done ? "value" : ""));
-                EXPECT_TRUE(done || number == 42u) << operation.name;
+                EXPECT_TRUE(EveryUsedKeyIsClosed(RegistryCalls(watch))) << operation.name << round;
             }
+            CheckValues(operation, done);
+            EXPECT_TRUE(text == CString("before") || text == CString(done ? "value" : ""));
+            EXPECT_TRUE(number == 42u || (done && number == 7u)) << operation.name;
         }
         std::cout << operation.name << ": failures at " << reached << " of " << points * 2 << " points\n";
         EXPECT_EQ(reached, points * 2) << operation.name;
