@@ -81,8 +81,8 @@ public:
         bool exists;
         Leaf* leaf;
         std::size_t index;
-        std::size_t prefix; // of the leaf, with this name in it
-        std::uint64_t digits;
+        std::size_t prefix;   // of the leaf, with this name in it
+        std::uint64_t digits; // of the name, where that does not change the prefix
 
         [[nodiscard]] Content& GetContent() const { return leaf->entries[index].content; }
     };
@@ -148,7 +148,7 @@ private:
             const auto differs = std::mismatch(start.begin(), start.end(), name.begin(), name.end());
             if (differs.first != start.end()) {
                 const auto common = static_cast<std::size_t>(differs.first - start.begin());
-                return {false, this, name < start ? 0 : entries.size(), common, NameDigits(name, common)};
+                return {false, this, name < start ? 0 : entries.size(), common, 0};
             }
             const std::uint64_t digits = NameDigits(name, prefix);
             if (IsBelow(entries.back(), digits, name)) {

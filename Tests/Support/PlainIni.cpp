@@ -82,9 +82,9 @@ std::string WritePlainIni(const PlainIni& document)
         if (keys.empty()) {
             continue;
         }
-        text += "[" + section + "]\r\n";
+        text.append("[").append(section).append("]\r\n");
         for (const auto& [key, value] : keys) {
-            text += key + " = " + value + "\r\n";
+            text.append(key).append(" = ").append(value).append("\r\n");
         }
         ++written;
         text += written < document.size() ? "\r\n" : "";

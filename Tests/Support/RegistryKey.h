@@ -19,6 +19,12 @@ inline Bytes BytesOf(WideTextView text)
     return bytes;
 }
 
+// The same with a terminator.
+inline Bytes TerminatedBytesOf(WideTextView text)
+{
+    return BytesOf(text) + Bytes(sizeof(WCHAR), '\0');
+}
+
 constexpr DWORD UNTOUCHED_ERROR = 77;
 
 // Fails the test when the last error is another.

@@ -135,7 +135,7 @@ TEST(CIniFileImpl, HoldsNamesInOrder)
     for (int i = 0; i < 1500; ++i) {
         names.push_back("a long common beginning " + std::to_string(i));
         names.push_back(std::string(static_cast<std::size_t>(i % 40), 'x') + std::to_string(i));
-        names.push_back(std::string(static_cast<std::size_t>(i % 300), '\xFF'));
+        names.emplace_back(static_cast<std::size_t>(i % 300), '\xFF');
     }
     std::mt19937 random(7);
     for (int order = 0; order < 6; ++order) {

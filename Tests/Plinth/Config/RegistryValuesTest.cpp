@@ -84,7 +84,7 @@ TEST_F(RegistryValues, AreStoredWithTheirTypes)
     EXPECT_TRUE(SetRegBinary(CURRENT_USER, "SOFTWARE\\brenvault tests\\sub", nullptr, "bytes", data, 3));
     EXPECT_TRUE(SetRegBinary(CURRENT_USER, KEY, "sub", "nothing", nullptr, 0));
     EXPECT_EQ(Stored(HKEY_CURRENT_USER, WIDE("text")),
-              (TypeAndData{REG_SZ, BytesOf({WIDE("Gr\u00FC\u00DFe"), 6})}));
+              (TypeAndData{REG_SZ, TerminatedBytesOf(WIDE("Gr\u00FC\u00DFe"))}));
     EXPECT_EQ(Stored(HKEY_CURRENT_USER, WIDE("empty")), (TypeAndData{REG_SZ, Bytes(2, '\0')}));
     EXPECT_EQ(Stored(HKEY_CURRENT_USER, WIDE("number")), (TypeAndData{REG_DWORD, "\4\3\2\1"}));
     EXPECT_EQ(Stored(HKEY_CURRENT_USER, WIDE("")), (TypeAndData{REG_DWORD, Bytes("\7\0\0\0", 4)}));
@@ -106,9 +106,9 @@ TEST_F(RegistryValues, AreReadAsTextsWhenTheyAre)
     const std::string longestText(1022, 'x');
     const std::string unterminated(1023, 'x');
     const Row rows[] = {
-        {"whole", REG_SZ, BytesOf({WIDE("\u20ACx"), 3}), "\xE2\x82\xACx"},
+        {"whole", REG_SZ, TerminatedBytesOf(WIDE("\u20ACx")), "\xE2\x82\xACx"},
         {"without terminator", REG_SZ, BytesOf(WIDE("ab")), "ab"},
-        {"a zero inside", REG_SZ, BytesOf({WIDE("a\0b"), 4}), "a"},
+        {"a zero inside", REG_SZ, TerminatedBytesOf({WIDE("a\0b"), 3}), "a"},
         {"half a character", REG_SZ, BytesOf(WIDE("ab")) + "c", "ab"},
         {"half of one", REG_SZ, "a", ""},
         {"nothing", REG_SZ, "", ""},
@@ -116,10 +116,10 @@ TEST_F(RegistryValues, AreReadAsTextsWhenTheyAre)
         {"1023 without terminator", REG_SZ, BytesOf(longest) + "x" + Bytes(1, '\0'), unterminated.c_str()},
         {"1023 characters", REG_SZ, longestBytes + Bytes(2, '\0'), nullptr},
         {"64 KiB", REG_SZ, Bytes(65536, 'x'), nullptr},
-        {"to be expanded", REG_EXPAND_SZ, BytesOf({WIDE("a"), 2}), nullptr},
-        {"several", REG_MULTI_SZ, BytesOf({WIDE("a\0"), 3}), nullptr},
+        {"to be expanded", REG_EXPAND_SZ, TerminatedBytesOf(WIDE("a")), nullptr},
+        {"several", REG_MULTI_SZ, TerminatedBytesOf({WIDE("a\0"), 2}), nullptr},
         {"number", REG_DWORD, Bytes(4, 1), nullptr},
-        {"bytes", REG_BINARY, BytesOf({WIDE("a"), 2}), nullptr},
+        {"bytes", REG_BINARY, TerminatedBytesOf(WIDE("a")), nullptr},
         {"no type", REG_NONE, "", nullptr},
     };
     for (const Row& row : rows) {
@@ -156,7 +156,7 @@ TEST_F(RegistryValues, AreReadAsNumbersAndBytesWhenTheyAre)
         {REG_BINARY, "", false, true},
         {REG_BINARY, Bytes(5, 1), false, true},
         {REG_BINARY, Bytes(6, 1), false, false},
-        {REG_SZ, BytesOf({WIDE("1"), 2}), false, false},
+        {REG_SZ, TerminatedBytesOf(WIDE("1")), false, false},
     };
     for (const Row& row : rows) {
         Store(HKEY_CURRENT_USER, WIDE("v"), row.type, row.data);
@@ -235,7 +235,7 @@ TEST_F(RegistryValues, FallBackToTheSecondRoot)
         EXPECT_EQ(GetRegBinary(row.root, KEY, "sub", "b", &byte, 1), row.plain);
         for (auto* const root : {HKEY_CURRENT_USER, HKEY_LOCAL_MACHINE}) {
             Clean();
-            Store(root, WIDE("text"), REG_SZ, BytesOf({WIDE("x"), 2}));
+            Store(root, WIDE("text"), REG_SZ, TerminatedBytesOf(WIDE("x")));
             Store(root, WIDE("number"), REG_DWORD, "\4\3\2\1");
             CString text;
             std::uint32_t number = 0;

@@ -46,9 +46,8 @@ TEST(CFileException, ComposesItsMessage)
         const auto kind = static_cast<CFileError>(row.kind);
         EXPECT_STREQ(CFileException(kind).message.CStr(), row.without);
         EXPECT_STREQ(CFileException(kind, "").message.CStr(), row.without);
-        const CFileException named(kind, CString("x"));
-        const CFileException copy(named);
-        for (const CFileException& exception : {copy, CFileException(kind, "x")}) {
+        for (const CFileException& exception :
+             {CFileException(kind, CString("x")), CFileException(kind, "x")}) {
             EXPECT_STREQ(exception.message.CStr(), row.with);
             EXPECT_STREQ(exception.fileName.CStr(), "x");
             EXPECT_EQ(exception.kind, kind);
@@ -56,6 +55,18 @@ TEST(CFileException, ComposesItsMessage)
             EXPECT_EQ(exception.line, 0u);
         }
     }
+}
+
+TEST(CFileException, IsCopiedAsItIs)
+{
+    CFileException exception(FILE_ERROR_NOT_FOUND, "x");
+    exception.message = "changed";
+    const CFileException copy(exception);
+    EXPECT_STREQ(copy.message.CStr(), "changed");
+    EXPECT_STREQ(copy.fileName.CStr(), "x");
+    EXPECT_EQ(copy.kind, exception.kind);
+    exception.message = "again";
+    EXPECT_STREQ(copy.message.CStr(), "changed");
 }
 
 TEST(CFileException, AsksForARoomOf256First)
@@ -68,12 +79,9 @@ TEST(CFileException, AsksForARoomOf256First)
 
 TEST(CException, KeepsWhereItCameFrom)
 {
-    const CException exception("text", "place", 7);
-    const CException copy(exception);
-    EXPECT_STREQ(copy.message.CStr(), "text");
-    EXPECT_NE(copy.message.CStr(), exception.message.CStr());
-    EXPECT_STREQ(copy.source, "place");
-    EXPECT_EQ(copy.line, 7u);
+    const CException exception(CString("text"), "place", 7);
+    EXPECT_STREQ(exception.source, "place");
+    EXPECT_EQ(exception.line, 7u);
     EXPECT_STREQ(CException(static_cast<const char*>(nullptr)).message.CStr(), "");
 }
 

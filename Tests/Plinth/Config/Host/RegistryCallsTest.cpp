@@ -42,7 +42,7 @@ const Operation OPERATIONS[] = {
      [] { return SetRegString(HKEY_CURRENT_USER, KEY, "sub", "text", "value"); },
      WRITING,
      u"text",
-     {REG_SZ, BytesOf({u"value", 6})}},
+     {REG_SZ, TerminatedBytesOf(u"value")}},
     {"SetRegDword",
      [] { return SetRegDword(RegistryRoot::CurrentUser, KEY, "sub", "number", 7); },
      WRITING,
