@@ -2,9 +2,23 @@
 
 #include <gtest/gtest.h>
 
+#include <fstream>
+#include <iterator>
+
 void ExpectUntouchedError()
 {
     EXPECT_EQ(GetLastError(), UNTOUCHED_ERROR);
+}
+
+Bytes ReadFile(const std::filesystem::path& path)
+{
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+void Key::ExpectNothingUnlessOpened() const
+{
+    EXPECT_TRUE(error_ == ERROR_SUCCESS || (key_ == nullptr && disposition_ == NO_DISPOSITION)) << error_;
 }
 
 DWORD SetValue(HKEY key, LPCWSTR name, DWORD type, const Bytes& data)
