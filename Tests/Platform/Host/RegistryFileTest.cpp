@@ -13,6 +13,7 @@
 
 #include <cstdlib>
 #include <fstream>
+#include <sstream>
 #include <thread>
 #include <unistd.h>
 
@@ -92,6 +93,13 @@ TEST(RegistryText, IsReadAsTheToolsDoOrRefused)
         {key + "\"a\"=hex:41\n\"b\"=hex:42\n\"A\"=-", "b=3:B "},
         {key + "\"\"=hex:41\n@=-", ""},
         {key + "\"" + Bytes(16383, 'a') + "\"=-", ""},
+        {key + "\"" + Bytes(16384, 'a') + "\"=-", "line 3"},
+        {header + "[HKEY_CURRENT_USER\\" + Bytes(256, 'k') + "]", "line 2"},
+        {header + "[HKEY_CURRENT_USER\\K\0]"s, "line 2"},
+        {key + "\"a\"=\"x\0\""s, "line 3"},
+        {key + "\"a\\\0\"=hex:"s, "line 3"},
+        {key + "\"a\"=hex:41\\\n,42", "line 3"},
+        {key + "\"a\"=hex:41,\\ x\n42", "line 3"},
         // bytes
         {key + "\"a\"=HEX(A0):41, 4 ,\\ ; more\n\n;\n  43,\n\"b\"=hex:", "a=160:A\x04"
                                                                          "C b=3: "},
@@ -104,36 +112,17 @@ TEST(RegistryText, IsReadAsTheToolsDoOrRefused)
     for (const auto& [text, expected] : rows) {
         EXPECT_EQ(Read(text), expected) << text;
     }
-    for (const Bytes& line :
-         {"[-HKEY_CURRENT_USER]"s, "[HKCU\\K]"s, "[\\HKEY_CURRENT_USER\\K]"s, "[HKEY_CURRENT_USER\\K"s, "[]"s,
-          "[HKEY_CURRENT_USER\\K] x"s, "[HKEY_CURRENT_USER\\" + Bytes(256, 'k') + "]",
-          "[HKEY_CURRENT_USER\\K\0]"s, "\"a\"=hex:41"s}) {
+    // Lines that are refused, with bars between them: of keys, of values.
+    std::istringstream keys(R"([-HKEY_CURRENT_USER]|[HKCU\K]|[\HKEY_CURRENT_USER\K]|[HKEY_CURRENT_USER\K|[]|)"
+                            R"([HKEY_CURRENT_USER\K] x|"a"=hex:41)");
+    for (Bytes line; std::getline(keys, line, '|');) {
         EXPECT_EQ(Read(header + line), "line 2") << line;
     }
-    for (const Bytes& line : {"\"" + Bytes(16384, 'a') + "\"=-",
-                              "a=hex:41"s,
-                              "\"a\":hex:41"s,
-                              "\"a=hex:41"s,
-                              "\"a\"="s,
-                              "\"a\"=x"s,
-                              R"("a"="x)"s,
-                              R"("a"="x\)"s,
-                              "\"a\"=\"x\0\""s,
-                              "\"a\\\0\"=hex:"s,
-                              R"("a"="x" y)"s,
-                              "\"a\"=- y"s,
-                              "\"a\"=dword:"s,
-                              "\"a\"=dword:123456789"s,
-                              "\"a\"=hex():41"s,
-                              "\"a\"=hex(123456789):41"s,
-                              "\"a\"=hex(1:41"s,
-                              "\"a\"=hex41"s,
-                              "\"a\"=hex:412"s,
-                              "\"a\"=hex:,41"s,
-                              "\"a\"=hex:41,,42"s,
-                              "\"a\"=hex:41 42"s,
-                              "\"a\"=hex:41\\\n,42"s,
-                              "\"a\"=hex:41,\\ x\n42"s}) {
+    std::istringstream values(
+        R"(a=hex:41|"a":hex:41|"a=hex:41|"a"=|"a"=x|"a"="x|"a"="x\|"a"="x" y|"a"=- y|"a"=dword:|)"
+        R"("a"=dword:123456789|"a"=hex():41|"a"=hex(123456789):41|"a"=hex(1:41|"a"=hex41|"a"=hex:412|)"
+        R"("a"=hex:,41|"a"=hex:41,,42|"a"=hex:41 42)");
+    for (Bytes line; std::getline(values, line, '|');) {
         EXPECT_EQ(Read(key + line), "line 3") << line;
     }
 }
