@@ -140,12 +140,10 @@ TEST_F(Registry, ATextGetsItsTerminatorWhereTheCountLeavesItOut)
         {REG_LINK, WIDE("abc"), 6, 6}, {REG_NONE, WIDE("abc"), 6, 6},      {REG_SZ, WIDE("ab\0"), 6, 6},
     };
     for (const Row& row : rows) {
-        const WideText room = row.text + WideText(2, 0); // an odd count reaches behind the terminator
-        const auto* const bytes = reinterpret_cast<const BYTE*>(room.data());
-        EXPECT_EQ(Call([&] { return RegSetValueExW(key_, WIDE("v"), 0, row.type, bytes, row.count); }),
-                  SUCCESS);
-        const Bytes expected(reinterpret_cast<const char*>(bytes), row.stored);
-        EXPECT_EQ(GetValue(key_, WIDE("v")), std::pair(row.type, expected)) << row.type << ' ' << row.count;
+        const Bytes room = BytesOf(row.text + WideText(2, 0)); // an odd count reaches behind the terminator
+        EXPECT_EQ(SetValue(key_, WIDE("v"), row.type, room, row.count), SUCCESS);
+        EXPECT_EQ(GetValue(key_, WIDE("v")), std::pair(row.type, room.substr(0, row.stored)))
+            << row.type << ' ' << row.count;
     }
     for (const DWORD type : {DWORD{REG_SZ}, DWORD{REG_BINARY}}) {
         EXPECT_EQ(Call([&] { return RegSetValueExW(key_, WIDE("v"), 0, type, nullptr, 0); }), SUCCESS);
@@ -184,12 +182,7 @@ TEST_F(Registry, QueriesFillTheRoomOrSayWhatTheyNeed)
         {REG_DWORD, "1234", 3, ""},
     };
     for (const Row& row : rows) {
-        SetValue(key_, WIDE("v"), row.type, row.data + "xx"); // so that no terminator follows
-        Call([&] {
-            return RegSetValueExW(key_, WIDE("v"), 0, row.type,
-                                  reinterpret_cast<const BYTE*>((row.data + "xx").data()),
-                                  static_cast<DWORD>(row.data.size()));
-        });
+        SetValue(key_, WIDE("v"), row.type, row.data + "xx", row.data.size()); // no terminator follows
         Bytes room(30, '#');
         DWORD type = 99;
         DWORD size = row.room;

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <fstream>
 #include <iterator>
 
@@ -21,11 +22,11 @@ void Key::ExpectNothingUnlessOpened() const
     EXPECT_TRUE(error_ == ERROR_SUCCESS || (key_ == nullptr && disposition_ == NO_DISPOSITION)) << error_;
 }
 
-DWORD SetValue(HKEY key, LPCWSTR name, DWORD type, const Bytes& data)
+DWORD SetValue(HKEY key, LPCWSTR name, DWORD type, const Bytes& data, std::size_t count)
 {
     return Call([&] {
         return RegSetValueExW(key, name, 0, type, reinterpret_cast<const BYTE*>(data.data()),
-                              static_cast<DWORD>(data.size()));
+                              static_cast<DWORD>(std::min(count, data.size())));
     });
 }
 

@@ -76,7 +76,8 @@ private:
     DWORD error_;
 };
 
-DWORD SetValue(HKEY key, LPCWSTR name, DWORD type, const Bytes& data);
+// Says that the data are `count` bytes, where it is given.
+DWORD SetValue(HKEY key, LPCWSTR name, DWORD type, const Bytes& data, std::size_t count = Bytes::npos);
 
 // Type and data; nullopt when it cannot be had.
 std::optional<std::pair<DWORD, Bytes>> GetValue(HKEY key, LPCWSTR name);

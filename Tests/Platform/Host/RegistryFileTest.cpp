@@ -161,12 +161,7 @@ TEST_F(RegistryFile, HasTheFormOfThePlatformsTool)
 
     for (const Bytes& data : lossyForTheTool) {
         for (const DWORD type : {REG_SZ, REG_DWORD, REG_EXPAND_SZ}) {
-            EXPECT_EQ(Call([&] {
-                          return RegSetValueExW(HKEY_USERS, u"odd", 0, type,
-                                                reinterpret_cast<const BYTE*>((data + "xxxx").data()),
-                                                static_cast<DWORD>(data.size()));
-                      }),
-                      ERROR_SUCCESS);
+            EXPECT_EQ(SetValue(HKEY_USERS, u"odd", type, data + "xxxx", data.size()), ERROR_SUCCESS);
             SetRegistryFile(file_);
             EXPECT_EQ(GetValue(HKEY_USERS, u"odd"), std::pair(type, data));
         }
