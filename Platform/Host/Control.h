@@ -35,7 +35,7 @@ void SetShownTime(std::optional<SYSTEMTIME> time);
 // The absolute path of the registry's file, for this process and those it starts from now on; anything else:
 // each has a registry in memory, which starts empty and ends with the process; nullopt: the usual place. Keys
 // open before are deleted ones unless the new registry has them.
-void SetRegistryFile(std::optional<std::string> nativePath);
+void SetRegistryFile(const std::optional<std::string>& nativePath);
 
 // The error mode, read without passing the gate.
 UINT CurrentErrorMode();

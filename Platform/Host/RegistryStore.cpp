@@ -193,7 +193,7 @@ DWORD RegistryChange::Keep()
     return ERROR_SUCCESS;
 }
 
-void SetRegistryFile(std::optional<std::string> nativePath)
+void SetRegistryFile(const std::optional<std::string>& nativePath)
 {
     const std::scoped_lock lock(registryTurn, registryMutex);
     Registry& registry = State();

@@ -327,7 +327,7 @@ TEST_F(Registry, OnlyOpenKeysAreKeys)
     const auto close = [](HKEY key) { return Call([&] { return RegCloseKey(key); }); };
     Key key(key_, WIDE("a"), KEY_ALL_ACCESS, true);
     HKEY closed = key;
-    EXPECT_EQ(close(closed), SUCCESS);
+    key.Close();
     const std::deque<DWORD> all(7, ERROR_INVALID_HANDLE);
     for (HKEY none : {HKEY{nullptr}, closed, reinterpret_cast<HKEY>(0x12345)}) {
         EXPECT_EQ(CallAll(none), all);
