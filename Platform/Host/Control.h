@@ -32,10 +32,10 @@ void SetChildErrorFile(std::string nativePath);
 void SetShownMemoryStatus(std::optional<MEMORYSTATUS> status);
 void SetShownTime(std::optional<SYSTEMTIME> time);
 
-// The file that holds the registry, for this process and those it starts from now on; empty: each has a
-// registry in memory, which starts empty and ends with the process; nullopt: the usual place. Keys open
-// before are deleted ones unless the new registry has them.
-void SetRegistryFile(std::optional<std::string> nativePath);
+// The absolute path of the registry's file, for this process and those it starts from now on; anything else:
+// each has a registry in memory, which starts empty and ends with the process; nullopt: the usual place. Keys
+// open before are deleted ones unless the new registry has them.
+void SetRegistryFile(const std::optional<std::string>& nativePath);
 
 // The error mode, read without passing the gate.
 UINT CurrentErrorMode();

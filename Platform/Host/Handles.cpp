@@ -21,7 +21,7 @@ struct HandleTable {
 
 HandleTable& Table()
 {
-    static HandleTable table;
+    static auto& table = *new HandleTable; // never destroyed: objects that end after main have handles too
     return table;
 }
 

@@ -56,8 +56,8 @@ std::u16string_view NameOf(LPCWSTR valueName)
 }
 
 // What stands in the way of a look or a change that has just begun.
-template <typename Session>
-DWORD Check(const Session& registry, const KeyReference& reference)
+template <typename Access>
+DWORD Check(const Access& registry, const KeyReference& reference)
 {
     if (registry.Error() != ERROR_SUCCESS) {
         return registry.Error();

@@ -14,6 +14,7 @@ namespace {
 
 constexpr const char* REGISTRY_VARIABLE = "PLATFORM_HOST_REGISTRY";
 constexpr std::size_t LARGEST_FILE = std::size_t{64} * 1024 * 1024;
+constexpr std::chrono::seconds LOCK_PATIENCE(5);
 
 constinit OpenKey* firstOpenKey = nullptr;
 
@@ -23,24 +24,31 @@ std::optional<std::string> Variable(const char* name)
     return value != nullptr ? std::optional<std::string>(value) : std::nullopt;
 }
 
-// What the environment said when the process started, before a test said something else.
+// What the environment said when the process started, before a test said something else. Neither this nor
+// the registry is ever destroyed: objects that end after main may use it.
 const std::optional<std::string>& InheritedFile()
 {
-    static const std::optional<std::string> inherited = Variable(REGISTRY_VARIABLE);
+    static const auto& inherited = *new std::optional<std::string>(Variable(REGISTRY_VARIABLE));
     return inherited;
+}
+
+// Empty unless it is absolute: a registry must not move with the current directory.
+std::string AbsolutePath(const std::optional<std::string>& path)
+{
+    return path && path->starts_with('/') ? *path : "";
 }
 
 // Empty where there is no place for it.
 std::string UsualFile()
 {
     if (InheritedFile()) {
-        return *InheritedFile();
+        return AbsolutePath(InheritedFile());
     }
-    const std::string data = Variable("XDG_DATA_HOME").value_or("");
-    if (data.starts_with('/')) {
+    const std::string data = AbsolutePath(Variable("XDG_DATA_HOME"));
+    if (!data.empty()) {
         return data + "/brenvault/registry.reg";
     }
-    const std::string home = Variable("HOME").value_or("");
+    const std::string home = AbsolutePath(Variable("HOME"));
     return home.empty() ? "" : home + "/.local/share/brenvault/registry.reg";
 }
 
@@ -53,7 +61,7 @@ struct Registry {
 
 Registry& State()
 {
-    static Registry registry;
+    static auto& registry = *new Registry;
     return registry;
 }
 
@@ -101,6 +109,11 @@ DWORD Refresh(Registry& registry)
         registry.file.empty() || (registry.version && registry.version->IsStillAt(registry.file));
     const DWORD error = isCurrent ? ERROR_SUCCESS : Reread(registry);
     return error == ERROR_SUCCESS && registry.damaged ? ERROR_BADDB : error;
+}
+
+std::optional<FileLock> LockFile(const std::string& file)
+{
+    return file.empty() ? std::nullopt : std::optional<FileLock>(std::in_place, file, LOCK_PATIENCE);
 }
 
 DWORD Save(const std::string& file, const RegistryKey& top, FileVersion& version)
@@ -153,27 +166,24 @@ const RegistryKey& RegistryLook::Top() const
     return State().top;
 }
 
-RegistryChange::RegistryChange() : lock_(registryMutex), error_(ERROR_SUCCESS)
+RegistryChange::RegistryChange()
+    : turn_(registryTurn), fileLock_(LockFile(State().file)), lock_(registryMutex),
+      error_(fileLock_ ? fileLock_->Error() : ERROR_SUCCESS)
 {
-    Registry& registry = State();
-    if (!registry.file.empty()) {
-        fileLock_.emplace(registry.file);
-        error_ = fileLock_->Error();
+    if (error_ == ERROR_SUCCESS) {
+        error_ = Refresh(State());
     }
     if (error_ == ERROR_SUCCESS) {
-        error_ = Refresh(registry);
-    }
-    if (error_ == ERROR_SUCCESS) {
-        top_ = registry.top;
+        top_ = State().top;
     }
 }
 
 DWORD RegistryChange::Keep()
 {
     Registry& registry = State();
-    if (!registry.file.empty()) {
+    if (fileLock_) {
         FileVersion version;
-        const DWORD error = Save(registry.file, top_, version);
+        const DWORD error = Save(fileLock_->Path(), top_, version);
         if (error != ERROR_SUCCESS) {
             return error;
         }
@@ -183,9 +193,9 @@ DWORD RegistryChange::Keep()
     return ERROR_SUCCESS;
 }
 
-void SetRegistryFile(std::optional<std::string> nativePath)
+void SetRegistryFile(const std::optional<std::string>& nativePath)
 {
-    const std::lock_guard lock(registryMutex);
+    const std::scoped_lock lock(registryTurn, registryMutex);
     Registry& registry = State();
     const std::optional<std::string>& shown = nativePath ? nativePath : InheritedFile();
     if (shown) {
@@ -193,7 +203,7 @@ void SetRegistryFile(std::optional<std::string> nativePath)
     } else {
         unsetenv(REGISTRY_VARIABLE);
     }
-    registry.file = nativePath ? *nativePath : UsualFile();
+    registry.file = nativePath ? AbsolutePath(nativePath) : UsualFile();
     registry.version.reset(); // a file is read at the next look
     if (registry.file.empty()) {
         Become(registry, EmptyRegistry());

@@ -1,9 +1,9 @@
 // The registry of this process and its file, which all processes share.
 //
 // Who looks at the registry sees the file as it is now. Who changes it holds a lock beside the file from
-// before it is read until the changed one has taken its place; a change that cannot be saved has not
-// happened. A file that is damaged fails everything with ERROR_BADDB, is named on standard error once, and is
-// never overwritten.
+// before it is read until the changed one has taken its place, and waits at most about 5 seconds for it;
+// looks do not wait meanwhile. A change that cannot be saved has not happened. A file that is damaged fails
+// everything with ERROR_BADDB, is named on standard error once, and is never overwritten.
 #pragma once
 
 #include "Platform/Host/Handles.h"
@@ -15,8 +15,12 @@
 
 namespace Platform::Host {
 
-// The one lock of the process's registry.
+// The lock of the process's registry.
 inline constinit std::mutex registryMutex;
+
+// Taken before the file's lock and registryMutex: the process's threads change the registry in turn, and its
+// file stays the same one.
+inline constinit std::mutex registryTurn;
 
 // A key that a program holds open. Once nothing lies at its path the key is deleted, and stays so when
 // another of that name is made.
@@ -73,8 +77,9 @@ public:
     DWORD Keep();
 
 private:
+    std::lock_guard<std::mutex> turn_;
+    std::optional<FileLock> fileLock_; // nullopt: in memory only
     std::lock_guard<std::mutex> lock_;
-    std::optional<FileLock> fileLock_;
     DWORD error_;
     RegistryKey top_;
 };

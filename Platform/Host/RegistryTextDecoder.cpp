@@ -8,24 +8,14 @@ namespace Platform::Host {
 
 namespace {
 
-std::u16string FromUtf16(std::string_view bytes)
+// Units of one byte, or of two with the low one first; half a unit is left out.
+std::u16string FromUnits(std::string_view bytes, std::size_t width)
 {
     std::u16string text;
-    text.reserve(bytes.size() / 2);
-    for (std::size_t i = 0; i + 1 < bytes.size(); i += 2) {
-        const auto low = static_cast<BYTE>(bytes[i]);
-        const auto high = static_cast<BYTE>(bytes[i + 1]);
-        text += static_cast<char16_t>(low | high << 8);
-    }
-    return text;
-}
-
-std::u16string FromLatin1(std::string_view bytes)
-{
-    std::u16string text;
-    text.reserve(bytes.size());
-    for (const char byte : bytes) {
-        text += static_cast<char16_t>(static_cast<BYTE>(byte));
+    text.reserve(bytes.size() / width);
+    for (std::size_t i = 0; i + width <= bytes.size(); i += width) {
+        const auto high = static_cast<BYTE>(width == 1 ? 0 : bytes[i + 1]);
+        text += static_cast<char16_t>(static_cast<BYTE>(bytes[i]) | high << 8);
     }
     return text;
 }
@@ -45,13 +35,13 @@ bool DecodeUtf8(std::string_view bytes, std::u16string& text, RegistryTextFault&
 bool DecodeRegistryText(std::string_view bytes, std::u16string& text, RegistryTextFault& fault)
 {
     if (bytes.starts_with("\xFF\xFE")) {
-        text = FromUtf16(bytes.substr(2));
+        text = FromUnits(bytes.substr(2), 2);
         fault = {static_cast<std::size_t>(std::count(text.begin(), text.end(), u'\n')) + 1,
                  "half a character at the end"};
         return bytes.size() % 2 == 0;
     }
     if (bytes.starts_with("REGEDIT4")) {
-        text = FromLatin1(bytes);
+        text = FromUnits(bytes, 1);
         return true;
     }
     bytes.remove_prefix(bytes.starts_with("\xEF\xBB\xBF") ? 3 : 0);

@@ -86,7 +86,6 @@ private:
     bool ReadLine();
     bool ReadKey();
     bool FindPath(std::u16string_view name, RegistryPath& path);
-    bool RemoveKeyOf(const RegistryPath& path);
     bool ReadValue();
     bool ReadQuoted(std::u16string& content);
     bool ReadData(RegistryValue& value);

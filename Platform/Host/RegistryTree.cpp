@@ -73,16 +73,7 @@ bool RemoveKey(RegistryKey& top, const RegistryPath& path)
 {
     const RegistryPath above(path.begin(), path.end() - 1);
     auto* const parent = const_cast<RegistryKey*>(FindKey(top, above));
-    const auto found = parent != nullptr ? parent->keys.find(path.back()) : top.keys.end();
-    if (parent == nullptr || found == parent->keys.end()) {
-        return false;
-    }
-    if (above.empty()) {
-        found->second = {};
-    } else {
-        parent->keys.erase(found);
-    }
-    return true;
+    return parent != nullptr && parent->keys.erase(path.back()) != 0;
 }
 
 } // namespace Platform::Host

@@ -55,8 +55,7 @@ bool CanBeMade(const RegistryPath& path);
 // Makes what is missing. The path's first part is a predefined key.
 RegistryKey& MakeKey(RegistryKey& top, const RegistryPath& path);
 
-// The key goes with all below it. False when it is not there; a predefined key stays and only loses what is
-// in it.
+// The key, which is no predefined one, goes with all below it. False when it is not there.
 bool RemoveKey(RegistryKey& top, const RegistryPath& path);
 
 } // namespace Platform::Host

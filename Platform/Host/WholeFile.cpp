@@ -4,19 +4,24 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <climits>
 #include <cstdio>
 #include <fcntl.h>
 #include <sys/file.h>
+#include <thread>
 #include <unistd.h>
 
 namespace Platform::Host {
 
 namespace {
 
-constexpr int OWNERS_FILE = 0600;
-constexpr int OWNERS_FOLDER = 0700;
+constexpr mode_t OWNERS_FILE = 0600;
+constexpr mode_t OWNERS_FOLDER = 0700;
+constexpr mode_t PERMISSIONS = 0777;
 constexpr int HOLDS_UP_NEVER = O_NONBLOCK; // not even where a pipe lies in the file's place
 constexpr std::size_t READ_STEP = std::size_t{64} * 1024;
+constexpr int MOST_LINKS = 40; // as the host follows
+constexpr std::chrono::milliseconds LOCK_STEP(1);
 
 bool IsNothing(int error)
 {
@@ -60,8 +65,7 @@ DWORD WriteAll(int file, std::string_view bytes)
 
 std::string FolderOf(const std::string& path)
 {
-    const std::size_t slash = path.rfind('/');
-    return slash == std::string::npos ? "." : path.substr(0, slash + 1);
+    return path.substr(0, path.rfind('/') + 1);
 }
 
 // So that the file is found at its new name after a failure of the machine. Some file systems cannot.
@@ -84,12 +88,44 @@ void MakeFolders(std::string path)
     }
 }
 
-DWORD TakeLock(int file)
+std::string FollowLinks(std::string path)
 {
-    while (flock(file, LOCK_EX) != 0) {
-        if (errno != EINTR) {
+    char target[PATH_MAX];
+    for (int links = 0; links < MOST_LINKS; ++links) {
+        const ssize_t length = readlink(path.c_str(), target, sizeof(target));
+        if (length < 0) {
+            break;
+        }
+        const std::string_view next(target, static_cast<std::size_t>(length));
+        path = (next.starts_with('/') ? "" : FolderOf(path)).append(next);
+    }
+    return path;
+}
+
+// The mode of what lies there, where the process may write it; unchanged where there is nothing.
+DWORD FindMode(const std::string& path, mode_t& mode)
+{
+    struct stat found {};
+    if (stat(path.c_str(), &found) != 0) {
+        return IsNothing(errno) ? ERROR_SUCCESS : ErrorFromErrno(errno);
+    }
+    mode = found.st_mode & PERMISSIONS;
+    const bool isWritable = faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS) == 0;
+    return isWritable ? ERROR_SUCCESS : ErrorFromErrno(errno);
+}
+
+// The host has no lock that waits for some time.
+DWORD TakeLock(int file, std::chrono::milliseconds patience)
+{
+    const auto end = std::chrono::steady_clock::now() + patience;
+    while (flock(file, LOCK_EX | LOCK_NB) != 0) {
+        if (errno != EWOULDBLOCK && errno != EINTR) {
             return ErrorFromErrno(errno);
         }
+        if (std::chrono::steady_clock::now() >= end) {
+            return ERROR_SHARING_VIOLATION;
+        }
+        std::this_thread::sleep_for(LOCK_STEP);
     }
     return ERROR_SUCCESS;
 }
@@ -145,13 +181,19 @@ DWORD ReplaceFile(const std::string& path, std::string_view bytes, FileVersion& 
 {
     const std::string written = path + ".new";
     const std::string folder = FolderOf(path);
+    mode_t mode = OWNERS_FILE;
+    DWORD error = FindMode(path, mode);
+    if (error != ERROR_SUCCESS) {
+        return error;
+    }
     Descriptor file(open(written.c_str(),
                          O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | HOLDS_UP_NEVER | O_CLOEXEC,
                          OWNERS_FILE));
     if (!file.IsOpen()) {
         return ErrorFromErrno(errno);
     }
-    DWORD error = WriteAll(file.Number(), bytes);
+    fchmod(file.Number(), mode); // where the file system has modes
+    error = WriteAll(file.Number(), bytes);
     FileVersion replaced;
     if (error == ERROR_SUCCESS) {
         replaced = FileVersion(std::move(file), error);
@@ -168,11 +210,15 @@ DWORD ReplaceFile(const std::string& path, std::string_view bytes, FileVersion& 
     return ERROR_SUCCESS;
 }
 
-FileLock::FileLock(const std::string& path)
+FileLock::FileLock(const std::string& path, std::chrono::milliseconds patience)
+    : path_(FollowLinks(path)), error_(ERROR_ACCESS_DENIED)
 {
-    MakeFolders(path);
-    file_ = Descriptor(open((path + ".lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, OWNERS_FILE));
-    error_ = file_.IsOpen() ? TakeLock(file_.Number()) : ErrorFromErrno(errno);
+    if (path_.ends_with('/')) {
+        return;
+    }
+    MakeFolders(path_);
+    file_ = Descriptor(open((path_ + ".lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, OWNERS_FILE));
+    error_ = file_.IsOpen() ? TakeLock(file_.Number(), patience) : ErrorFromErrno(errno);
 }
 
 } // namespace Platform::Host

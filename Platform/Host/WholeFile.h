@@ -3,6 +3,7 @@
 
 #include "Platform/Host/Api/Types.h"
 
+#include <chrono>
 #include <string>
 #include <string_view>
 #include <sys/stat.h>
@@ -51,18 +52,24 @@ private:
 DWORD LoadFile(const std::string& path, std::size_t limit, std::string& bytes, FileVersion& version);
 
 // Puts a new file in the place of the old one, which is whole until then and whatever fails. The new one is
-// written beside it, as `path` with ".new" behind.
+// written beside it, as `path` with ".new" behind, and gets the old one's mode; it is the owner's alone where
+// there was none. ERROR_ACCESS_DENIED for an old one that the process may not write.
 DWORD ReplaceFile(const std::string& path, std::string_view bytes, FileVersion& version);
 
-// Keeps other processes that ask for it out, from construction to end. It is taken on `path` with ".lock"
-// behind, a file of its own that stays; folders that are missing are made.
+// Keeps all others that ask for it out, from construction to end. It is taken on the file's path with ".lock"
+// behind, a file of its own that stays; folders that are missing are made. ERROR_SHARING_VIOLATION when
+// another has it for longer than `patience`, ERROR_ACCESS_DENIED for the path of a folder.
 class FileLock {
 public:
-    explicit FileLock(const std::string& path);
+    FileLock(const std::string& path, std::chrono::milliseconds patience);
 
     [[nodiscard]] DWORD Error() const { return error_; }
 
+    // Where the symbolic links in the file's place lead to, so that all who use the file meet beside it.
+    [[nodiscard]] const std::string& Path() const { return path_; }
+
 private:
+    std::string path_;
     Descriptor file_;
     DWORD error_;
 };

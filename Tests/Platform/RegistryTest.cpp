@@ -41,23 +41,20 @@ TEST_F(Registry, PathsAreCutAtBackslashes)
         {WIDE("\u00C4\u0416\u0131"), SUCCESS, REG_CREATED_NEW_KEY, WIDE("\u00E4\u0436\u0131")},
         {WIDE(" x .\t*?<>|\"/;[]"), SUCCESS, REG_CREATED_NEW_KEY, WIDE(" X .\t*?<>|\"/;[]")},
         {WIDE("..\\."), SUCCESS, REG_CREATED_NEW_KEY, WIDE("..")},
-        {WIDE("\\a"), ERROR_BAD_PATHNAME, 0, nullptr},
-        {WIDE("\\"), ERROR_BAD_PATHNAME, 0, nullptr},
+        {WIDE("\\a"), ERROR_BAD_PATHNAME, Key::NO_DISPOSITION, nullptr},
+        {WIDE("\\"), ERROR_BAD_PATHNAME, Key::NO_DISPOSITION, nullptr},
     };
     for (const Row& row : rows) {
         const Key made(key_, row.path, KEY_READ, true);
         EXPECT_EQ(made.Error(), row.error) << ToUtf8(row.path);
         EXPECT_EQ(made.Disposition(), row.disposition) << ToUtf8(row.path);
         EXPECT_EQ(Key(key_, row.path, KEY_READ).Error(), row.error) << ToUtf8(row.path);
-        EXPECT_EQ(made == nullptr, row.error != SUCCESS);
         if (row.same != nullptr) {
             EXPECT_EQ(Key(key_, row.same, KEY_READ).Error(), SUCCESS) << ToUtf8(row.same);
         }
     }
     for (const LPCWSTR path : {WIDE("missing"), WIDE("a\\missing\\b"), WIDE("I"), WIDE("\u00C4\u0416I")}) {
-        const Key missing(key_, path, KEY_READ);
-        EXPECT_EQ(missing.Error(), DWORD{ERROR_FILE_NOT_FOUND}) << ToUtf8(path);
-        EXPECT_EQ(static_cast<HKEY>(missing), nullptr);
+        EXPECT_EQ(Key(key_, path, KEY_READ).Error(), DWORD{ERROR_FILE_NOT_FOUND}) << ToUtf8(path);
     }
 }
 
@@ -143,12 +140,10 @@ TEST_F(Registry, ATextGetsItsTerminatorWhereTheCountLeavesItOut)
         {REG_LINK, WIDE("abc"), 6, 6}, {REG_NONE, WIDE("abc"), 6, 6},      {REG_SZ, WIDE("ab\0"), 6, 6},
     };
     for (const Row& row : rows) {
-        const WideText room = row.text + WideText(2, 0); // an odd count reaches behind the terminator
-        const auto* const bytes = reinterpret_cast<const BYTE*>(room.data());
-        EXPECT_EQ(Call([&] { return RegSetValueExW(key_, WIDE("v"), 0, row.type, bytes, row.count); }),
-                  SUCCESS);
-        const Bytes expected(reinterpret_cast<const char*>(bytes), row.stored);
-        EXPECT_EQ(GetValue(key_, WIDE("v")), std::pair(row.type, expected)) << row.type << ' ' << row.count;
+        const Bytes room = BytesOf(row.text + WideText(2, 0)); // an odd count reaches behind the terminator
+        EXPECT_EQ(SetValue(key_, WIDE("v"), row.type, room, row.count), SUCCESS);
+        EXPECT_EQ(GetValue(key_, WIDE("v")), std::pair(row.type, room.substr(0, row.stored)))
+            << row.type << ' ' << row.count;
     }
     for (const DWORD type : {DWORD{REG_SZ}, DWORD{REG_BINARY}}) {
         EXPECT_EQ(Call([&] { return RegSetValueExW(key_, WIDE("v"), 0, type, nullptr, 0); }), SUCCESS);
@@ -187,12 +182,7 @@ TEST_F(Registry, QueriesFillTheRoomOrSayWhatTheyNeed)
         {REG_DWORD, "1234", 3, ""},
     };
     for (const Row& row : rows) {
-        SetValue(key_, WIDE("v"), row.type, row.data + "xx"); // so that no terminator follows
-        Call([&] {
-            return RegSetValueExW(key_, WIDE("v"), 0, row.type,
-                                  reinterpret_cast<const BYTE*>((row.data + "xx").data()),
-                                  static_cast<DWORD>(row.data.size()));
-        });
+        SetValue(key_, WIDE("v"), row.type, row.data + "xx", row.data.size()); // no terminator follows
         Bytes room(30, '#');
         DWORD type = 99;
         DWORD size = row.room;
@@ -285,7 +275,9 @@ TEST_F(Registry, TreesGoWithAllBelowThem)
     EXPECT_EQ(remove(key_, WIDE("t\\missing")), DWORD{ERROR_FILE_NOT_FOUND});
     EXPECT_EQ(remove(key_, WIDE("missing\\a")), DWORD{ERROR_FILE_NOT_FOUND});
     EXPECT_EQ(remove(key_, WIDE("\\t")), DWORD{ERROR_BAD_PATHNAME});
-    EXPECT_EQ(remove(Key(key_, WIDE("t\\a\\b"), KEY_READ), nullptr), DWORD{ERROR_ACCESS_DENIED});
+    for (const REGSAM access : {REGSAM{KEY_READ}, REGSAM{KEY_WRITE}}) {
+        EXPECT_EQ(remove(Key(key_, WIDE("t\\a\\b"), access), nullptr), DWORD{ERROR_ACCESS_DENIED});
+    }
     EXPECT_EQ(remove(key_, WIDE("T\\A\\")), SUCCESS);
     EXPECT_EQ(Key(key_, WIDE("t\\a"), KEY_READ).Error(), DWORD{ERROR_FILE_NOT_FOUND});
     EXPECT_EQ(Key(key_, WIDE("t"), KEY_READ).Error(), SUCCESS);
@@ -335,7 +327,7 @@ TEST_F(Registry, OnlyOpenKeysAreKeys)
     const auto close = [](HKEY key) { return Call([&] { return RegCloseKey(key); }); };
     Key key(key_, WIDE("a"), KEY_ALL_ACCESS, true);
     HKEY closed = key;
-    EXPECT_EQ(close(closed), SUCCESS);
+    key.Close();
     const std::deque<DWORD> all(7, ERROR_INVALID_HANDLE);
     for (HKEY none : {HKEY{nullptr}, closed, reinterpret_cast<HKEY>(0x12345)}) {
         EXPECT_EQ(CallAll(none), all);
@@ -356,6 +348,7 @@ TEST_F(Registry, OnlyOpenKeysAreKeys)
                   return RegCreateKeyExW(key_, WIDE("a"), 1, nullptr, 0, KEY_READ, nullptr, &result, nullptr);
               }),
               DWORD{ERROR_INVALID_PARAMETER});
+    EXPECT_EQ(result, key_);
 }
 
 TEST_F(Registry, ProcessesThatWriteAtOnceLoseNothing)
@@ -366,7 +359,7 @@ TEST_F(Registry, ProcessesThatWriteAtOnceLoseNothing)
         writers.emplace_back(
             ProcessOptions{.program = ToPlatform(BuiltProgram("RegistryWriter.exe")), .commandLine = line});
     }
-    for (WCHAR name = 'a'; name < 'a' + 20; ++name) {
+    for (WCHAR name = 'a'; name <= 'a' + 20; ++name) {
         EXPECT_EQ(SetValue(shared, WideText{'D', name}.c_str(), REG_BINARY, "1"), SUCCESS);
     }
     for (const StartedProcess& writer : writers) {
@@ -374,7 +367,7 @@ TEST_F(Registry, ProcessesThatWriteAtOnceLoseNothing)
         EXPECT_EQ(writer.ExitCode(), 0u);
     }
     for (const WCHAR writer : WideText(WIDE("ABCD"))) {
-        for (WCHAR name = 'a'; name < 'a' + 20; ++name) {
+        for (WCHAR name = 'a'; name <= 'a' + 20; ++name) {
             EXPECT_TRUE(GetValue(shared, WideText{writer, name}.c_str())) << char(writer) << char(name);
         }
     }

@@ -2,16 +2,31 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <fstream>
+#include <iterator>
+
 void ExpectUntouchedError()
 {
     EXPECT_EQ(GetLastError(), UNTOUCHED_ERROR);
 }
 
-DWORD SetValue(HKEY key, LPCWSTR name, DWORD type, const Bytes& data)
+Bytes ReadFile(const std::filesystem::path& path)
+{
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+void Key::ExpectNothingUnlessOpened() const
+{
+    EXPECT_TRUE(error_ == ERROR_SUCCESS || (key_ == nullptr && disposition_ == NO_DISPOSITION)) << error_;
+}
+
+DWORD SetValue(HKEY key, LPCWSTR name, DWORD type, const Bytes& data, std::size_t count)
 {
     return Call([&] {
         return RegSetValueExW(key, name, 0, type, reinterpret_cast<const BYTE*>(data.data()),
-                              static_cast<DWORD>(data.size()));
+                              static_cast<DWORD>(std::min(count, data.size())));
     });
 }
 

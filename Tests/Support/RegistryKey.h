@@ -5,6 +5,7 @@
 #include "Tests/Support/WideText.h"
 
 #include <cstring>
+#include <filesystem>
 #include <optional>
 #include <string>
 #include <utility>
@@ -30,6 +31,8 @@ constexpr DWORD UNTOUCHED_ERROR = 77;
 // Fails the test when the last error is another.
 void ExpectUntouchedError();
 
+Bytes ReadFile(const std::filesystem::path& path);
+
 // Runs a function of the registry and gives its result.
 template <typename Function>
 DWORD Call(const Function& function)
@@ -40,10 +43,12 @@ DWORD Call(const Function& function)
     return static_cast<DWORD>(result);
 }
 
-// A key that is closed in the end. Null where it could not be opened.
+// A key that is closed in the end. Where it could not be opened the test fails unless it has become null, and
+// the disposition is as before; Wine lets both be for a null handle.
 class Key {
 public:
     static constexpr LPCWSTR TESTS = WIDE("Software\\Brenvault Tests");
+    static constexpr DWORD NO_DISPOSITION = 99;
 
     Key(HKEY from, LPCWSTR path, REGSAM access, bool creates = false)
     {
@@ -51,6 +56,9 @@ public:
             return creates ? RegCreateKeyExW(from, path, 0, nullptr, 0, access, nullptr, &key_, &disposition_)
                            : RegOpenKeyExW(from, path, 0, access, &key_);
         });
+        if (from != nullptr) {
+            ExpectNothingUnlessOpened();
+        }
     }
     ~Key() { Close(); }
     Key(const Key&) = delete;
@@ -67,12 +75,15 @@ public:
     }
 
 private:
-    HKEY key_ = nullptr;
-    DWORD disposition_ = 0;
+    void ExpectNothingUnlessOpened() const;
+
+    HKEY key_ = reinterpret_cast<HKEY>(0x12345);
+    DWORD disposition_ = NO_DISPOSITION;
     DWORD error_;
 };
 
-DWORD SetValue(HKEY key, LPCWSTR name, DWORD type, const Bytes& data);
+// Says that the data are `count` bytes, where it is given.
+DWORD SetValue(HKEY key, LPCWSTR name, DWORD type, const Bytes& data, std::size_t count = Bytes::npos);
 
 // Type and data; nullopt when it cannot be had.
 std::optional<std::pair<DWORD, Bytes>> GetValue(HKEY key, LPCWSTR name);

@@ -41,7 +41,6 @@ constexpr REGSAM KEY_QUERY_VALUE = 0x0001;
 constexpr REGSAM KEY_SET_VALUE = 0x0002;
 constexpr REGSAM KEY_CREATE_SUB_KEY = 0x0004;
 constexpr REGSAM KEY_ENUMERATE_SUB_KEYS = 0x0008;
-constexpr REGSAM KEY_NOTIFY = 0x0010;
 constexpr REGSAM KEY_READ = 0x20019;
 constexpr REGSAM KEY_WRITE = 0x20006;
 constexpr REGSAM KEY_ALL_ACCESS = 0xF003F;
@@ -51,10 +50,12 @@ constexpr DWORD REG_CREATED_NEW_KEY = 1;
 constexpr DWORD REG_OPENED_EXISTING_KEY = 2;
 
 // The path is parts between backslashes, found whatever their letter case; a null or empty one is the key
-// itself, with the access asked for.
+// itself, with the access asked for. After a failure `*result` is null, and what it was where no key was
+// looked for because of another parameter.
 LSTATUS WINAPI RegOpenKeyExW(HKEY key, LPCWSTR subKey, DWORD options, REGSAM access, PHKEY result);
 
-// Opens, or creates with all that is missing above it. Class and security attributes are ignored.
+// Opens, or creates with all that is missing above it. Class and security attributes are ignored. A failure
+// leaves the disposition alone.
 LSTATUS WINAPI RegCreateKeyExW(HKEY key, LPCWSTR subKey, DWORD reserved, LPWSTR keyClass, DWORD options,
                                REGSAM access, LPSECURITY_ATTRIBUTES securityAttributes, PHKEY result,
                                LPDWORD disposition);
@@ -65,7 +66,9 @@ LSTATUS WINAPI RegSetValueExW(HKEY key, LPCWSTR valueName, DWORD reserved, DWORD
                               DWORD dataSize);
 
 // `dataSize` takes the room there is and gives the bytes that the value has. ERROR_MORE_DATA: they do not
-// fit, and nothing is written. A text stored without terminator gets one where there is room.
+// fit, and nothing is written. A text stored without terminator gets one where there is room. With null data
+// `*dataSize` becomes 0 even when the call fails; where it is null too, the result tells whether the value is
+// there.
 LSTATUS WINAPI RegQueryValueExW(HKEY key, LPCWSTR valueName, LPDWORD reserved, LPDWORD type, LPBYTE data,
                                 LPDWORD dataSize);
 

@@ -3,6 +3,7 @@
 #include "Platform/Host/Control.h"
 #include "Platform/Host/RegistryText.h"
 #include "Platform/Host/Utf.h"
+#include "Platform/Host/WholeFile.h"
 #include "Tests/Platform/RegistrySample.h"
 #include "Tests/Support/ScratchFolder.h"
 #include "Tests/Support/StartedProcess.h"
@@ -12,28 +13,35 @@
 
 #include <cstdlib>
 #include <fstream>
-#include <iterator>
+#include <sstream>
+#include <thread>
 
 namespace {
 
 using namespace Platform::Host;
+using namespace std::literals;
 
 class RegistryFile : public testing::Test {
 protected:
     RegistryFile() { SetRegistryFile(file_); }
     ~RegistryFile() override { SetRegistryFile(""); }
 
-    [[nodiscard]] Bytes Content() const
-    {
-        std::ifstream file(file_, std::ios::binary);
-        return {std::istreambuf_iterator<char>(file), {}};
-    }
-
+    [[nodiscard]] Bytes Content() const { return ReadFile(file_); }
     void Put(const Bytes& content) const { std::ofstream(file_, std::ios::binary) << content; }
 
     ScratchFolder scratch_;
     const std::filesystem::path file_ = scratch_.Path() / "registry.reg";
 };
+
+DWORD Change(const Bytes& data)
+{
+    return SetValue(HKEY_USERS, u"v", REG_BINARY, data);
+}
+
+Bytes Look()
+{
+    return GetValue(HKEY_USERS, u"v").value_or(std::pair(REG_BINARY, "nothing")).second;
+}
 
 // The values of the key K as a file has them, or the line of its fault.
 std::string Read(const Bytes& bytes)
@@ -55,10 +63,13 @@ std::string Read(const Bytes& bytes)
 // What people and older tools write: values of the key K, or the line of the fault.
 TEST(RegistryText, IsReadAsTheToolsDoOrRefused)
 {
-    using namespace std::string_literals;
     const Bytes header = "Windows Registry Editor Version 5.00\n";
     const Bytes key = header + "[HKEY_CURRENT_USER\\K]\n";
     const Bytes older = "REGEDIT4\n[HKEY_CURRENT_USER\\K]\n";
+    Bytes deepest = header + "[HKEY_USERS";
+    for (int i = 0; i < 512; ++i) {
+        deepest += "\\k";
+    }
     const std::pair<Bytes, Bytes> rows[] = {
         // encodings, headers, line ends
         {key + "\"a\"=hex:41", "a=3:A "},
@@ -79,49 +90,25 @@ TEST(RegistryText, IsReadAsTheToolsDoOrRefused)
         {header + "\n [HKEY_CURRENT_USER\\\\K\\a]b]\n\n[HKEY_CURRENT_USER\\K];\n\"a\"=hex:41", "a=3:A "},
         {key + "\"a\"=hex:41\n[-HKEY_CURRENT_USER\\K]\n[-HKEY_CURRENT_USER\\none\\x]", ""},
         {key + "[-HKEY_CURRENT_USER\\K\\x]\n\"a\"=hex:41", "line 4"},
-        {header + "[-HKEY_CURRENT_USER]", "line 2"},
-        {header + "[HKCU\\K]", "line 2"},
-        {header + "[\\HKEY_CURRENT_USER\\K]", "line 2"},
-        {header + "[HKEY_CURRENT_USER\\K", "line 2"},
-        {header + "[]", "line 2"},
-        {header + "[HKEY_CURRENT_USER\\K] x", "line 2"},
-        {header + "[HKEY_CURRENT_USER\\" + Bytes(256, 'k') + "]", "line 2"},
-        {header + "[HKEY_CURRENT_USER\\K\0]"s, "line 2"},
         // values
-        {header + "\"a\"=hex:41", "line 2"},
         {key + R"(  "a" = "x\\\"\q" ; comment)", "a=1:x\0\\\0\"\0q\0\0\0 "s},
         {key + "\"a\"=\"x\"\n\"A\"=DWORD: 2a ;\n\"a\"=dword:00000042", "a=4:B\0\0\0 "s},
         {key + "\"a\"=hex:41\n\"b\"=hex:42\n\"A\"=-", "b=3:B "},
         {key + "\"\"=hex:41\n@=-", ""},
         {key + "\"" + Bytes(16383, 'a') + "\"=-", ""},
         {key + "\"" + Bytes(16384, 'a') + "\"=-", "line 3"},
-        {key + "a=hex:41", "line 3"},
-        {key + "\"a\":hex:41", "line 3"},
-        {key + "\"a=hex:41", "line 3"},
-        {key + "\"a\"=", "line 3"},
-        {key + "\"a\"=x", "line 3"},
-        {key + R"("a"="x)", "line 3"},
-        {key + R"("a"="x\)", "line 3"},
+        {header + "[HKEY_CURRENT_USER\\" + Bytes(256, 'k') + "]", "line 2"},
+        {header + "[HKEY_CURRENT_USER\\K\0]"s, "line 2"},
+        {deepest + "]", ""},
+        {deepest + "\\k]", "line 2"},
         {key + "\"a\"=\"x\0\""s, "line 3"},
         {key + "\"a\\\0\"=hex:"s, "line 3"},
-        {key + R"("a"="x" y)", "line 3"},
-        {key + "\"a\"=- y", "line 3"},
-        {key + "\"a\"=dword:", "line 3"},
-        {key + "\"a\"=dword:123456789", "line 3"},
+        {key + "\"a\"=hex:41\\\n,42", "line 3"},
+        {key + "\"a\"=hex:41,\\ x\n42", "line 3"},
         // bytes
         {key + "\"a\"=HEX(A0):41, 4 ,\\ ; more\n\n;\n  43,\n\"b\"=hex:", "a=160:A\x04"
                                                                          "C b=3: "},
         {key + "\"a\"=hex:\\\n41\n\"b\"=hex(00000002):42", "a=3:A b=2:B "},
-        {key + "\"a\"=hex():41", "line 3"},
-        {key + "\"a\"=hex(123456789):41", "line 3"},
-        {key + "\"a\"=hex(1:41", "line 3"},
-        {key + "\"a\"=hex41", "line 3"},
-        {key + "\"a\"=hex:412", "line 3"},
-        {key + "\"a\"=hex:,41", "line 3"},
-        {key + "\"a\"=hex:41,,42", "line 3"},
-        {key + "\"a\"=hex:41 42", "line 3"},
-        {key + "\"a\"=hex:41\\\n,42", "line 3"},
-        {key + "\"a\"=hex:41,\\ x\n42", "line 3"},
         {key + "\"a\"=hex:41,\\\n;\n", "line 4"},
         // the older form's texts
         {older + "\"a\"=hex(2):41,e4,00\n\"b\"=hex(7):41,0,0\n\"c\"=hex(1):42\n\"d\"=hex:41\n\"e\"=hex(2):",
@@ -130,17 +117,18 @@ TEST(RegistryText, IsReadAsTheToolsDoOrRefused)
     for (const auto& [text, expected] : rows) {
         EXPECT_EQ(Read(text), expected) << text;
     }
-}
-
-TEST(RegistryText, KeysLieUpTo512Deep)
-{
-    for (const auto& [depth, expected] :
-         {std::pair(512, std::string()), std::pair(513, std::string("line 2"))}) {
-        Bytes text = "REGEDIT4\n[HKEY_USERS";
-        for (int i = 0; i < depth; ++i) {
-            text += "\\k";
-        }
-        EXPECT_EQ(Read(text + "]"), expected) << depth;
+    // Lines that are refused, with bars between them: of keys, of values.
+    std::istringstream keys(R"([-HKEY_CURRENT_USER]|[HKCU\K]|[\HKEY_CURRENT_USER\K]|[HKEY_CURRENT_USER\K|[]|)"
+                            R"([HKEY_CURRENT_USER\K] x|"a"=hex:41)");
+    for (Bytes line; std::getline(keys, line, '|');) {
+        EXPECT_EQ(Read(header + line), "line 2") << line;
+    }
+    std::istringstream values(
+        R"(a=hex:41|"a":hex:41|"a=hex:41|"a"=|"a"=x|"a"="x|"a"="x\|"a"="x" y|"a"=- y|"a"=dword:|)"
+        R"("a"=dword:123456789|"a"=hex():41|"a"=hex(123456789):41|"a"=hex(1:41|"a"=hex41|"a"=hex:412|)"
+        R"("a"=hex:,41|"a"=hex:41,,42|"a"=hex:41 42)");
+    for (Bytes line; std::getline(values, line, '|');) {
+        EXPECT_EQ(Read(key + line), "line 3") << line;
     }
 }
 
@@ -157,38 +145,44 @@ TEST_F(RegistryFile, HasTheFormOfThePlatformsTool)
         const Key tests(HKEY_CURRENT_USER, Key::TESTS, KEY_ALL_ACCESS, true);
         SetValue(Key(tests, value.key, KEY_ALL_ACCESS, true), value.name, value.type, value.data);
     }
-    std::ifstream sample(BuiltProgram("RegistrySample.reg"), std::ios::binary);
-    EXPECT_EQ(Content(), Bytes(std::istreambuf_iterator<char>(sample), {}));
+    EXPECT_EQ(Content(), ReadFile(BuiltProgram("RegistrySample.reg")));
+    SetRegistryFile(file_); // read again
+    for (const RegistrySampleValue& value : RegistrySample()) {
+        const Key tests(HKEY_CURRENT_USER, Key::TESTS, KEY_READ);
+        EXPECT_EQ(GetValue(Key(tests, value.key, KEY_READ), value.name), std::pair(value.type, value.data));
+    }
 
-    const Key key(HKEY_USERS, u"Odd", KEY_ALL_ACCESS, true);
     for (const Bytes& data : lossyForTheTool) {
         for (const DWORD type : {REG_SZ, REG_DWORD, REG_EXPAND_SZ}) {
-            EXPECT_EQ(Call([&] {
-                          return RegSetValueExW(key, u"odd", 0, type,
-                                                reinterpret_cast<const BYTE*>((data + "xxxx").data()),
-                                                static_cast<DWORD>(data.size()));
-                      }),
-                      ERROR_SUCCESS);
-            SetRegistryFile(file_); // read again
-            EXPECT_EQ(GetValue(Key(HKEY_USERS, u"odd", KEY_READ), u"odd"), std::pair(type, data));
+            EXPECT_EQ(SetValue(HKEY_USERS, u"odd", type, data + "xxxx", data.size()), ERROR_SUCCESS);
+            SetRegistryFile(file_);
+            EXPECT_EQ(GetValue(HKEY_USERS, u"odd"), std::pair(type, data));
         }
     }
 }
 
 TEST_F(RegistryFile, IsReadAgainWhenAnotherHasTakenItsPlace)
 {
-    const Bytes text = "REGEDIT4\n[HKEY_CURRENT_USER\\K\\B]\n\"v\"=hex:";
-    Put(text + "41");
-    const Key key(HKEY_CURRENT_USER, u"k\\b", KEY_ALL_ACCESS);
-    EXPECT_EQ(GetValue(key, u"v"), std::pair(REG_BINARY, Bytes("A")));
-    Put(text + "42,43");
-    EXPECT_EQ(GetValue(key, u"v"), std::pair(REG_BINARY, Bytes("BC")));
-    std::ofstream(scratch_.Path() / "other") << text + "44,45";
-    std::filesystem::rename(scratch_.Path() / "other", file_);
-    EXPECT_EQ(GetValue(key, u"v"), std::pair(REG_BINARY, Bytes("DE")));
-    SetValue(key, u"w", REG_BINARY, "1"); // the other's value stays
+    const Bytes text = "REGEDIT4\n[HKEY_USERS]\n\"v\"=hex:";
+    const auto putAt = [&](std::filesystem::file_time_type time, const Bytes& data) {
+        Put(text + data);
+        std::filesystem::last_write_time(file_, time);
+    };
+    const auto start = std::filesystem::file_time_type::clock::now();
+    putAt(start, "41");
+    EXPECT_EQ(Look(), "A");
+    putAt(start, "42,43");
+    EXPECT_EQ(Look(), "BC");
+    putAt(start + 1s, "44,45");
+    EXPECT_EQ(Look(), "DE");
+    const std::filesystem::path other = scratch_.Path() / "other";
+    std::filesystem::rename(file_, other);
+    putAt(start + 1s, "46,47");
+    EXPECT_EQ(Look(), "FG");
+    std::filesystem::rename(other, file_);
+    const Key made(HKEY_CURRENT_USER, u"k\\b", KEY_READ, true); // the other's value stays
     SetRegistryFile(file_);
-    EXPECT_EQ(GetValue(Key(HKEY_CURRENT_USER, u"K\\B", KEY_READ), u"v"), std::pair(REG_BINARY, Bytes("DE")));
+    EXPECT_EQ(Look(), "DE");
 
     const Key gone(HKEY_CURRENT_USER, u"k\\b", KEY_ALL_ACCESS);
     std::filesystem::remove(file_);
@@ -216,15 +210,20 @@ TEST_F(RegistryFile, IsNeverOverwrittenWhenDamaged)
     EXPECT_EQ(Content(), damaged);
     Put(damaged.substr(0, damaged.size() - 1));
     EXPECT_EQ(SetValue(open, u"v", REG_BINARY, "1"), ERROR_SUCCESS);
+
+    std::filesystem::resize_file(file_, (64 << 20) + 1);
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(Change("1"), ERROR_BADDB);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              file_.native() + ":1: damaged registry: more than 64 MiB\n");
 }
 
-// What is in the way: a folder in the place of the new file, of the lock, of the file itself; a file in the
-// place of the folder.
+// What is in the way: a folder in the place of the new file, of the lock, of the file itself; a pipe or
+// device there; a file in the place of the folder.
 TEST_F(RegistryFile, IsWholeAndTheChangeUndoneWhenItCannotBeSaved)
 {
-    const std::pair<const char*, DWORD> rows[] = {{"registry.reg.new", ERROR_ACCESS_DENIED},
-                                                  {"registry.reg.lock", ERROR_ACCESS_DENIED}};
-    for (const auto& [obstacle, error] : rows) {
+    const DWORD error = ERROR_ACCESS_DENIED;
+    for (const char* obstacle : {"registry.reg.new", "registry.reg.lock"}) {
         SetRegistryFile(file_);
         const Key key(HKEY_CURRENT_USER, u"k", KEY_ALL_ACCESS, true);
         SetValue(key, u"v", REG_BINARY, "before");
@@ -241,14 +240,69 @@ TEST_F(RegistryFile, IsWholeAndTheChangeUndoneWhenItCannotBeSaved)
     }
     std::filesystem::remove(file_);
     std::filesystem::create_directory(file_);
-    EXPECT_EQ(Key(HKEY_CURRENT_USER, u"k", KEY_READ, true).Error(), ERROR_ACCESS_DENIED);
+    const std::filesystem::path pipe = scratch_.Path() / "pipe";
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    for (const std::filesystem::path& inTheWay : {file_, pipe, scratch_.Path() / "none/"}) {
+        SetRegistryFile(inTheWay);
+        EXPECT_EQ(Change("1"), error) << inTheWay;
+    }
+    EXPECT_FALSE(std::filesystem::exists(scratch_.Path() / "none"));
     SetRegistryFile("/dev/null");
-    EXPECT_EQ(Key(HKEY_CURRENT_USER, u"k", KEY_READ).Error(), ERROR_ACCESS_DENIED);
+    EXPECT_EQ(Key(HKEY_CURRENT_USER, u"k", KEY_READ).Error(), error);
     SetRegistryFile(file_ / "made" / "with it" / "registry.reg");
     EXPECT_EQ(Key(HKEY_CURRENT_USER, u"k", KEY_READ, true).Error(), ERROR_SUCCESS);
     SetRegistryFile(file_ / "made/with it/registry.reg/in a file");
     EXPECT_EQ(Key(HKEY_CURRENT_USER, u"k", KEY_READ).Error(), ERROR_FILE_NOT_FOUND);
     EXPECT_EQ(Key(HKEY_CURRENT_USER, u"k", KEY_READ, true).Error(), ERROR_PATH_NOT_FOUND);
+}
+
+TEST_F(RegistryFile, KeepsItsModeAndTheLinksToIt)
+{
+    const std::filesystem::path folder = scratch_.Path();
+    std::filesystem::create_symlink("registry.reg", folder / "relative");
+    std::filesystem::create_symlink(folder / "relative", folder / "absolute");
+    std::ofstream(folder / "registry.reg.new") << Bytes(10000, 'x'); // what a crash left
+    std::filesystem::permissions(folder / "registry.reg.new", std::filesystem::perms(0644));
+    for (const auto mode : {std::filesystem::perms(0600), std::filesystem::perms(0666)}) {
+        SetRegistryFile(folder / "absolute"); // read again
+        EXPECT_EQ(Change("1"), ERROR_SUCCESS);
+        EXPECT_EQ(std::filesystem::status(file_).permissions(), mode);
+        std::filesystem::permissions(file_, std::filesystem::perms(0666));
+    }
+    EXPECT_TRUE(std::filesystem::is_symlink(folder / "absolute"));
+    EXPECT_TRUE(std::filesystem::is_symlink(folder / "relative"));
+    EXPECT_TRUE(std::filesystem::remove(folder / "registry.reg.lock"));
+    SetRegistryFile(file_);
+    EXPECT_EQ(Look(), "1");
+
+    // In a process that the host lets write what it may alone, as root is not.
+    const auto changeAsUser = [&] {
+        constexpr uid_t nobody = 65534;
+        const bool isUser =
+            getuid() != 0 || (chown(folder.c_str(), nobody, nobody) == 0 && setuid(nobody) == 0);
+        _exit(isUser ? static_cast<int>(Change("2")) : 99);
+    };
+    for (const auto& [mode, error] : {std::pair(0444, ERROR_ACCESS_DENIED), std::pair(0666, ERROR_SUCCESS)}) {
+        std::filesystem::permissions(file_, std::filesystem::perms(mode));
+        EXPECT_EXIT(changeAsUser(), testing::ExitedWithCode(static_cast<int>(error)), "");
+        EXPECT_EQ(Look(), error == ERROR_SUCCESS ? "2" : "1");
+    }
+}
+
+TEST_F(RegistryFile, IsSeenWhileAnotherChangesIt)
+{
+    EXPECT_EQ(Change("1"), ERROR_SUCCESS);
+    std::optional<FileLock> other(std::in_place, file_, 0ms);
+    EXPECT_EQ(other->Error(), ERROR_SUCCESS);
+    EXPECT_EQ(FileLock(file_, 20ms).Error(), ERROR_SHARING_VIOLATION);
+    DWORD error = ERROR_GEN_FAILURE;
+    std::thread writer([&] { error = Change("2"); });
+    std::this_thread::sleep_for(50ms);
+    EXPECT_EQ(Look(), "1");
+    other.reset();
+    writer.join();
+    EXPECT_EQ(error, ERROR_SUCCESS);
+    EXPECT_EQ(Look(), "2");
 }
 
 TEST_F(RegistryFile, IsWholeWhenWritingItBreaksOff)
@@ -301,35 +355,29 @@ TEST_F(RegistryFile, ForeignHandlesAreRefused)
     EXPECT_NE(process.ExitCode(), STILL_ACTIVE);
 }
 
-// A variable of a test's environment.
+// A variable of a test's environment, which is none to the registry when it is empty.
 class Variable {
 public:
     Variable(const char* name, const std::string& value) : name_(name)
     {
         const char* const before = std::getenv(name);
-        before_ = before != nullptr ? std::optional<std::string>(before) : std::nullopt;
+        before_ = before != nullptr ? before : "";
         setenv(name, value.c_str(), 1);
     }
-    ~Variable()
-    {
-        if (before_) {
-            setenv(name_, before_->c_str(), 1);
-        } else {
-            unsetenv(name_);
-        }
-    }
+    ~Variable() { setenv(name_, before_.c_str(), 1); }
     Variable(const Variable&) = delete;
     Variable& operator=(const Variable&) = delete;
 
 private:
     const char* name_;
-    std::optional<std::string> before_;
+    std::string before_;
 };
 
 TEST(RegistryPlace, IsTheUsersDataFolderOrInMemory)
 {
     const ScratchFolder scratch;
     const std::string root = scratch.Path();
+    SetCurrentDirectoryW(ToPlatform(root).c_str());
     struct Row {
         std::string dataFolder, home;
         const char* file; // below the scratch folder; null: none
@@ -339,6 +387,7 @@ TEST(RegistryPlace, IsTheUsersDataFolderOrInMemory)
         {"relative", root + "/home", "home/.local/share/brenvault/registry.reg"},
         {"", root + "/home", "home/.local/share/brenvault/registry.reg"},
         {"", "", nullptr},
+        {"", "relative", nullptr},
     };
     for (const Row& row : rows) {
         const Variable dataFolder("XDG_DATA_HOME", row.dataFolder);
@@ -358,6 +407,14 @@ TEST(RegistryPlace, IsTheUsersDataFolderOrInMemory)
     }
     EXPECT_STREQ(std::getenv("PLATFORM_HOST_REGISTRY"), ""); // for what is started
     EXPECT_EQ(Key(HKEY_CURRENT_USER, u"k", KEY_READ).Error(), ERROR_FILE_NOT_FOUND);
+
+    SetRegistryFile("relative");
+    const StartedProcess writer({.program = ToPlatform(BuiltProgram("RegistryWriter.exe"))});
+    EXPECT_EQ(Change("1"), ERROR_SUCCESS);
+    EXPECT_EQ(WaitForSingleObject(writer.Handle(), 60000), WAIT_OBJECT_0);
+    EXPECT_EQ(writer.ExitCode(), 0u);
+    SetRegistryFile("");
+    EXPECT_TRUE(std::filesystem::is_empty(root));
 }
 
 } // namespace

@@ -5,9 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include <fstream>
-#include <iterator>
-
 namespace {
 
 void RunTool(const WideText& arguments)
@@ -17,12 +14,6 @@ void RunTool(const WideText& arguments)
     ASSERT_TRUE(tool.Started());
     ASSERT_EQ(WaitForSingleObject(tool.Handle(), 60000), WAIT_OBJECT_0);
     EXPECT_EQ(tool.ExitCode(), 0u);
-}
-
-Bytes ReadFile(const std::filesystem::path& path)
-{
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
 }
 
 TEST(RegistryTool, ReadsAndWritesTheHostLayersFile)
