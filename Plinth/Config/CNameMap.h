@@ -122,7 +122,7 @@ public:
 
 private:
     static constexpr std::size_t SMALLEST_LEAF = 8;
-    static constexpr std::size_t LARGEST_LEAF = 64;
+    static constexpr std::size_t LARGEST_LEAF = 256;
 
     struct Leaf {
         // The first entry whose name is not smaller, as long as the name begins like all names of the leaf.

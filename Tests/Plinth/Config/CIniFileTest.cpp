@@ -189,7 +189,7 @@ TEST(CIniFile, StoresWholeOrNotAtAll)
     while (points.Next()) {
         const TraceCapture trace;
         CIniFileImpl document;
-        for (int i = 0; i < 64; ++i) { // full leaves
+        for (int i = 0; i < 256; ++i) { // full leaves
             document.SetValue(document.AddSection("s" + std::to_string(i)), "k", "v");
             document.SetValue(document.AddSection("s0"), "k" + std::to_string(i), "v");
         }
