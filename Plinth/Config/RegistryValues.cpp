@@ -65,7 +65,7 @@ std::uint32_t Length(const char* text)
 
 bool HasText(const char* text)
 {
-    return Length(text) != 0;
+    return text != nullptr && *text != 0;
 }
 
 bool NamesValue(HKEY root, const char* key, const char* name)
