@@ -1,4 +1,4 @@
-// The time of day.
+// The time of day, and of files.
 #pragma once
 
 #include "Platform/Host/Api/Types.h"
@@ -14,5 +14,12 @@ struct SYSTEMTIME {
     WORD wMilliseconds;
 };
 using LPSYSTEMTIME = SYSTEMTIME*;
+
+// 100-nanosecond steps since 1601-01-01 UTC.
+struct FILETIME {
+    DWORD dwLowDateTime;
+    DWORD dwHighDateTime;
+};
+using LPFILETIME = FILETIME*;
 
 void WINAPI GetLocalTime(LPSYSTEMTIME time);
