@@ -3,13 +3,10 @@
 #include "Plinth/Debug/Allocation.h"
 
 #include <algorithm>
-#include <bit>
 #include <cstring>
 #include <utility>
 
 namespace Plinth {
-
-static_assert(offsetof(CHashedText, hash) == 0 && offsetof(CHashedText, text) == sizeof(char*));
 
 struct CStringArena::Layout {
     static_assert(offsetof(CStringArena, current_) == 0 && offsetof(CStringArena, end_) == sizeof(char*));
@@ -17,17 +14,9 @@ struct CStringArena::Layout {
     static_assert(offsetof(CStringArena, chain_) == 3 * sizeof(char*));
 };
 
-struct CHashedTextSet::Layout {
-    static_assert(offsetof(CHashedTextSet, budget_) == 0 && offsetof(CHashedTextSet, capacity_) == 4);
-    static_assert(offsetof(CHashedTextSet, flags_) == 8);
-    static_assert(offsetof(CHashedTextSet, entries_) == 8 + sizeof(void*));
-};
-
 namespace {
 
 constexpr std::uint32_t POOL_BLOCK_SIZE = 4096;
-constexpr std::uint32_t SMALLEST_CAPACITY = 16;
-constexpr std::uint32_t LARGEST_CAPACITY = 0x80000000;
 
 void* BlockBefore(const void* block)
 {
@@ -37,11 +26,6 @@ void* BlockBefore(const void* block)
 }
 
 } // namespace
-
-bool CHashedText::operator==(const CHashedText& other) const
-{
-    return hash == other.hash && std::strcmp(text, other.text) == 0;
-}
 
 CStringArena::CStringArena(std::uint32_t blockSize) : blockSize_(blockSize) {}
 
@@ -95,108 +79,9 @@ void CStringArena::ReleaseTo(const Mark& mark)
     end_ = mark.end;
 }
 
-CHashedTextSet::CHashedTextSet(std::uint32_t capacity)
-{
-    const std::uint32_t slots =
-        std::bit_ceil(std::clamp<std::uint32_t>(capacity, SMALLEST_CAPACITY, LARGEST_CAPACITY));
-    void* const block = AllocateSummed(std::uint64_t{slots} * (sizeof(CHashedText) + 1));
-    if (block == nullptr) {
-        return;
-    }
-    entries_ = static_cast<CHashedText*>(block);
-    flags_ = reinterpret_cast<std::uint8_t*>(entries_ + slots);
-    std::memset(flags_, 0, slots);
-    capacity_ = slots;
-    budget_ = static_cast<std::int32_t>(slots - slots / 4);
-}
-
-CHashedTextSet::~CHashedTextSet()
-{
-    FreeMemory(entries_);
-}
-
-// The first empty slot from here to the end of the table, or that end.
-std::uint32_t CHashedTextSet::FindEmpty(std::uint32_t slot) const
-{
-    const void* const found = std::memchr(flags_ + slot, 0, capacity_ - slot);
-    return found != nullptr ? static_cast<std::uint32_t>(static_cast<const std::uint8_t*>(found) - flags_)
-                            : capacity_;
-}
-
-// The first slot, up to the same, whose pair has the hash. Texts of one pattern share their first slots, so
-// that many pairs of other hashes lie in the way.
-std::uint32_t CHashedTextSet::SkipOthers(std::uint32_t slot, std::uint32_t hash) const
-{
-    const auto hasHash = [hash](const CHashedText& entry) { return entry.hash == hash; };
-    const CHashedText* const found = std::find_if(entries_ + slot, entries_ + FindEmpty(slot), hasHash);
-    return static_cast<std::uint32_t>(found - entries_);
-}
-
-std::uint32_t CHashedTextSet::FindSlot(const CHashedText& key) const
-{
-    if (entries_ == nullptr) {
-        return 0;
-    }
-    std::uint32_t slot = SkipOthers(key.hash & (capacity_ - 1), key.hash);
-    while (slot == capacity_ || (flags_[slot] != 0 && !(entries_[slot] == key))) {
-        slot = SkipOthers(slot != capacity_ ? slot + 1 : 0, key.hash);
-    }
-    return slot;
-}
-
-CHashedText* CHashedTextSet::EntryAt(std::uint32_t slot) const
-{
-    return slot < capacity_ && flags_[slot] != 0 ? &entries_[slot] : nullptr;
-}
-
-// The pairs of a set differ, so each goes to the first empty slot of its probe sequence.
-void CHashedTextSet::Take(const CHashedText& key)
-{
-    std::uint32_t slot = FindEmpty(key.hash & (capacity_ - 1));
-    if (slot == capacity_) {
-        slot = FindEmpty(0);
-    }
-    flags_[slot] = 1;
-    entries_[slot] = key;
-    --budget_;
-}
-
-bool CHashedTextSet::Grow()
-{
-    CHashedTextSet grown(2 * capacity_);
-    if (grown.capacity_ == 0) {
-        return false;
-    }
-    for (std::uint32_t slot = 0; slot < capacity_; ++slot) {
-        if (flags_[slot] != 0) {
-            grown.Take(entries_[slot]);
-        }
-    }
-    Swap(grown);
-    return true;
-}
-
-// The insertion that makes the set grow is not counted against the new budget.
 CHashedText* CHashedTextSet::InsertAt(std::uint32_t slot, const CHashedText& key)
 {
-    if (CHashedText* const entry = EntryAt(slot); entry != nullptr) {
-        return entry;
-    }
-    const std::uint32_t capacityBefore = capacity_;
-    if (entries_ == nullptr && !Grow()) { // there was no memory when the set was made
-        return nullptr;
-    }
-    if (budget_ > 1) {
-        --budget_;
-    } else if (!Grow()) {
-        return nullptr;
-    }
-    if (capacity_ != capacityBefore) {
-        slot = FindSlot(key);
-    }
-    flags_[slot] = 1;
-    entries_[slot] = key;
-    return &entries_[slot];
+    return EntryAt(IsUsed(slot) ? slot : CHashedTextSlots::InsertAt(slot, key, 0));
 }
 
 CHashedText* CHashedTextSet::Insert(const CHashedText& key)
@@ -209,15 +94,7 @@ CHashedText* CHashedTextSet::FindOrInsert(const CHashedText& key)
     return Insert(key);
 }
 
-void CHashedTextSet::Swap(CHashedTextSet& other)
-{
-    std::swap(budget_, other.budget_);
-    std::swap(capacity_, other.capacity_);
-    std::swap(flags_, other.flags_);
-    std::swap(entries_, other.entries_);
-}
-
-CStringPool::CStringPool() : arena_(POOL_BLOCK_SIZE), set_(SMALLEST_CAPACITY) {}
+CStringPool::CStringPool() : arena_(POOL_BLOCK_SIZE) {}
 
 // A copy that finds no place in the set is taken back.
 CHashedText* CStringPool::Intern(const CHashedText& key)

@@ -9,23 +9,12 @@
 // by two threads at once.
 #pragma once
 
-#include "Plinth/Text/ZeroTerminatedText.h"
+#include "Plinth/Text/CHashedTextSlots.h"
 
 #include <cstddef>
 #include <cstdint>
 
 namespace Plinth {
-
-// A text and its HashText. The text belongs to somebody else.
-struct CHashedText {
-    explicit CHashedText(const char* newText) : hash(HashText(newText)), text(newText) {}
-    CHashedText(const char* newText, std::uint32_t newHash) : hash(newHash), text(newText) {}
-
-    bool operator==(const CHashedText& other) const;
-
-    std::uint32_t hash;
-    const char* text;
-};
 
 // Packs texts into blocks and frees them all at once.
 class CStringArena {
@@ -63,20 +52,17 @@ struct CStringArena::Mark {
     void* chain;
 };
 
-// A hash set of texts with open addressing and linear probing. It holds pairs; their texts are kept alive by
-// others. A slot is good until the next insertion.
-class CHashedTextSet {
+// A hash set of texts. It holds pairs; their texts are kept alive by others. A slot is good until the next
+// insertion.
+class CHashedTextSet : public CHashedTextSlots {
 public:
-    explicit CHashedTextSet(std::uint32_t capacity = 16); // rounded up to a power of two, at least 16
-    ~CHashedTextSet();
-    CHashedTextSet(const CHashedTextSet&) = delete;
-    CHashedTextSet& operator=(const CHashedTextSet&) = delete;
-
-    // The slot of an equal key, or the empty one where the key would go.
-    [[nodiscard]] std::uint32_t FindSlot(const CHashedText& key) const;
+    explicit CHashedTextSet(std::uint32_t capacity = 16) : CHashedTextSlots(capacity, 0) {}
 
     // Null for an empty slot.
-    [[nodiscard]] CHashedText* EntryAt(std::uint32_t slot) const;
+    [[nodiscard]] CHashedText* EntryAt(std::uint32_t slot) const
+    {
+        return IsUsed(slot) ? &keys_[slot] : nullptr;
+    }
 
     // Stores the key in the slot that FindSlot gave for it; an occupied slot stays as it is. The set may
     // grow, and the pair then lies in another slot. Gives the pair in the set; null: no memory.
@@ -86,21 +72,7 @@ public:
     CHashedText* Insert(const CHashedText& key);
     CHashedText* FindOrInsert(const CHashedText& key);
 
-    void Swap(CHashedTextSet& other);
-    [[nodiscard]] std::uint32_t GetCapacity() const { return capacity_; } // 0 when there was no memory for it
-
-private:
-    struct Layout;
-
-    [[nodiscard]] std::uint32_t FindEmpty(std::uint32_t slot) const;
-    [[nodiscard]] std::uint32_t SkipOthers(std::uint32_t slot, std::uint32_t hash) const;
-    [[nodiscard]] bool Grow();
-    void Take(const CHashedText& key);
-
-    std::int32_t budget_ = 0;       // how many more insertions until the set grows
-    std::uint32_t capacity_ = 0;    // slots
-    std::uint8_t* flags_ = nullptr; // a byte a slot: 0 empty, 1 occupied; in one block behind the entries
-    CHashedText* entries_ = nullptr;
+    void Swap(CHashedTextSet& other) { CHashedTextSlots::Swap(other); }
 };
 
 class CStringPool {
@@ -119,7 +91,6 @@ private:
     CHashedTextSet set_;
 };
 
-static_assert(sizeof(CHashedText) == (sizeof(void*) == 4 ? 8 : 16));
 static_assert(sizeof(CStringArena) == (sizeof(void*) == 4 ? 16 : 32));
 static_assert(sizeof(CHashedTextSet) == (sizeof(void*) == 4 ? 16 : 24));
 

@@ -1,0 +1,80 @@
+// The door to files by name.
+//
+// Paths are UTF-8, relative to the file system's root; '/' and '\' both separate. Open modes are words of
+// Plinth/Streams/OpenMode.h. But for OpenStream and LoadFile, a failure of the platform is told by the result
+// or not at all; lack of memory throws everywhere: "Out of memory!" or std::bad_alloc. A file system is used
+// by one thread at a time.
+#pragma once
+
+#include "Platform/Win32.h"
+#include "Plinth/Streams/CMemoryStream.h"
+#include "Plinth/Streams/OpenMode.h"
+#include "Plinth/Text/CString.h"
+
+#include <cstdint>
+#include <set>
+
+namespace Plinth {
+
+struct CFileInfo {
+    CFileInfo() = default; // nothing is there
+    CFileInfo(bool newExists, bool newIsDirectory, std::uint32_t newSize, std::uint64_t newTime)
+        : time(newTime), size(newSize), exists(newExists), isDirectory(newIsDirectory)
+    {
+    }
+
+    [[nodiscard]] bool Exists() const { return exists; }
+    [[nodiscard]] bool IsDirectory() const { return isDirectory; }
+
+    std::uint64_t time = 0; // of the last write, as IStream::GetTime
+    std::uint32_t size = 0; // the low 32 bits
+    bool exists = false;
+    bool isDirectory = false;
+};
+
+// Flags of ListDirectory.
+constexpr std::uint32_t LIST_NO_DIRECTORIES = 1;
+constexpr std::uint32_t LIST_NO_FILES = 2;
+
+// The order of the operations is fixed: programs built apart from the library call through it.
+class IFileSystem {
+public:
+    IFileSystem() = default;
+    IFileSystem(const IFileSystem&) = delete;
+    IFileSystem& operator=(const IFileSystem&) = delete;
+    virtual ~IFileSystem() = default;
+
+    // Adds the names of the directory's entries, without "." and "..". A directory that cannot be listed adds
+    // nothing.
+    virtual void ListDirectory(std::set<CString>& names, const CString& directory, std::uint32_t flags) = 0;
+
+    // Cuts the root off the front of the path. False: the path lies elsewhere and stays as it is.
+    virtual bool MakeRelative(CString& path) = 0;
+
+    // The root of the directory with this path; empty when there is no such directory.
+    virtual void GetDirectoryRoot(CString& root, const CString& path, std::uint32_t unused) = 0;
+
+    virtual void GetFileInfo(CFileInfo& info, const CString& path, std::uint32_t unusedMode) = 0;
+
+    // A stream for the caller to delete; its name is the full path. Null: the file is missing and the mode
+    // has MODE_MISSING_OK. Throws CFileException: FILE_ERROR_GENERIC with the path as given for a mode
+    // without a creation kind, else what opening gave, with the full path.
+    virtual IStream* OpenStream(const CString& path, std::uint32_t mode) = 0;
+
+    // Opens a file for reading at the offset, which is at most its size, the whole of which it gives. The
+    // handle goes back to CloseRawFile. False: INVALID_HANDLE_VALUE and 0.
+    virtual bool OpenRawFile(HANDLE& file, std::uint32_t& size, const CString& path,
+                             std::uint32_t offset) = 0;
+    virtual bool CloseRawFile(HANDLE& file) = 0; // the variable stays as it is
+
+    // Fills the stream with the whole file and goes to its beginning; its name becomes the full path. Of the
+    // mode only MODE_MISSING_OK counts: with it a missing file gives false. Throws as OpenStream does, and
+    // what reading throws; but for an unusable mode the stream is then empty.
+    virtual bool LoadFile(CMemoryStream& stream, const CString& path, std::uint32_t mode) = 0;
+
+    virtual bool EraseFile(const CString& path) = 0;
+
+    [[nodiscard]] bool IsDirectory(const CString& path, std::uint32_t mode);
+};
+
+} // namespace Plinth

@@ -1,0 +1,286 @@
+#include "Plinth/Streams/CBufferedStream.h"
+
+#include "Plinth/Debug/Allocation.h"
+#include "Plinth/Debug/Trace.h"
+#include "Plinth/Streams/Exceptions.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <cstring>
+
+namespace Plinth {
+
+struct CStreamBuffer::Layout {
+    static_assert(offsetof(CStreamBuffer, capacity_) == 0 && offsetof(CStreamBuffer, data_) == sizeof(void*));
+    static_assert(offsetof(CStreamBuffer, count_) == 2 * sizeof(void*));
+    static_assert(offsetof(CStreamBuffer, start_) == offsetof(CStreamBuffer, count_) + 4);
+    static_assert(offsetof(CStreamBuffer, filled_) == offsetof(CStreamBuffer, start_) + 4);
+    static_assert(offsetof(CStreamBuffer, reading_) == offsetof(CStreamBuffer, filled_) + 4);
+    static_assert(sizeof(CStreamBuffer) == 2 * sizeof(void*) + 16);
+};
+
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Winvalid-offsetof"
+struct CBufferedStream::Layout {
+    static_assert(offsetof(CBufferedStream, ownsInner_) == sizeof(void*));
+    static_assert(offsetof(CBufferedStream, reading_) == offsetof(CBufferedStream, ownsInner_) + 1);
+    static_assert(offsetof(CBufferedStream, aligned_) == offsetof(CBufferedStream, reading_) + 1);
+    static_assert(offsetof(CBufferedStream, inner_) == 2 * sizeof(void*));
+    static_assert(offsetof(CBufferedStream, position_) == 3 * sizeof(void*));
+    static_assert(offsetof(CBufferedStream, buffer_) == 4 * sizeof(void*));
+    static_assert(sizeof(void*) != 4 || sizeof(CBufferedStream) == 40);
+};
+#pragma GCC diagnostic pop
+
+CStreamBuffer::CStreamBuffer(std::uint32_t capacity, bool reading)
+    : capacity_(std::max<std::uint32_t>(capacity, 1)),
+      data_(static_cast<std::uint8_t*>(AllocateMemoryOrThrow(capacity_))), reading_(reading)
+{
+}
+
+CStreamBuffer::~CStreamBuffer()
+{
+    FreeMemory(data_);
+}
+
+// A buffer for reading keeps its start, so that what it has handed out can still be gone back to.
+inline std::uint32_t CStreamBuffer::Take(std::uint8_t*& destination, std::uint32_t& wanted)
+{
+    const std::uint32_t taken = std::min(count_, wanted);
+    std::memcpy(destination, data_ + start_, taken);
+    start_ += taken;
+    count_ -= taken;
+    destination += taken;
+    wanted -= taken;
+    if (count_ == 0 && !reading_) {
+        start_ = 0;
+    }
+    return taken;
+}
+
+inline std::uint32_t CStreamBuffer::Put(const std::uint8_t*& source, std::uint32_t& wanted)
+{
+    if (count_ == 0) {
+        start_ = 0;
+    }
+    const std::uint32_t put = std::min(capacity_ - start_ - count_, wanted);
+    std::memcpy(data_ + start_ + count_, source, put);
+    count_ += put;
+    source += put;
+    wanted -= put;
+    return put;
+}
+
+void CStreamBuffer::Compact()
+{
+    if (start_ != 0 && count_ != 0) {
+        std::memmove(data_, data_ + start_, count_);
+    }
+    start_ = 0;
+}
+
+// A source that ends within what is to be skipped leaves nothing unread.
+std::uint32_t CStreamBuffer::Fill(IStream& source, std::uint32_t flags, std::uint32_t start)
+{
+    filled_ = source.Read(data_, capacity_, flags | READ_ALLOW_PARTIAL);
+    start_ = start;
+    count_ = filled_ - std::min(filled_, start);
+    return filled_;
+}
+
+void CStreamBuffer::WriteTo(IStream& target)
+{
+    target.Write(data_ + start_, count_);
+    count_ = 0;
+    Compact();
+}
+
+void CStreamBuffer::MoveTo(std::uint32_t offset)
+{
+    start_ = offset;
+    count_ = filled_ - offset;
+}
+
+void CStreamBuffer::Reset()
+{
+    count_ = 0;
+    filled_ = 0;
+    Compact();
+}
+
+CBufferedStream::CBufferedStream(IStream* inner, bool reading, bool ownsInner, std::uint32_t bufferSize,
+                                 bool aligned)
+    : ownsInner_(ownsInner), reading_(reading), aligned_(aligned), inner_(inner), buffer_(bufferSize, reading)
+{
+    if (inner == nullptr) {
+        ThrowException("Stream pointer is NULL!");
+    }
+}
+
+CBufferedStream::~CBufferedStream()
+{
+    FlushAtEnd();
+    if (ownsInner_) {
+        delete inner_;
+    }
+}
+
+// A destructor may run while another exception is on its way.
+void CBufferedStream::FlushAtEnd() noexcept
+{
+    try {
+        Flush();
+    } catch (const CException& exception) {
+        TraceF("%s\n", exception.message.CStr());
+    } catch (...) {
+        Trace("A buffered stream could not be flushed!\n");
+    }
+}
+
+void CBufferedStream::RequireDirection(bool reading)
+{
+    if (reading_ != reading) {
+        throw CFileException(FILE_ERROR_MODE, inner_->GetName());
+    }
+}
+
+std::uint32_t CBufferedStream::Read(void* buffer, std::uint32_t count, std::uint32_t flags)
+{
+    RequireDirection(true);
+    if (count == 0) {
+        return 0;
+    }
+    if (buffer == nullptr) {
+        ThrowException("Read operation on stream %s with NULL destination buffer!", GetName().CStr());
+    }
+    if (buffer_.HasToSkip()) {
+        buffer_.Fill(*inner_, flags, buffer_.GetStart());
+    }
+    auto* destination = static_cast<std::uint8_t*>(buffer);
+    std::uint32_t wanted = count;
+    buffer_.Take(destination, wanted);
+    if (wanted != 0) {
+        wanted = ReadOn(destination, wanted, flags);
+    }
+    position_ += count - wanted;
+    if (wanted != 0 && (flags & READ_ALLOW_PARTIAL) == 0) {
+        ThrowEndOfFile(inner_->GetName());
+    }
+    return count - wanted;
+}
+
+// Reads behind the block, which is used up: whole blocks go straight to the destination, the rest through the
+// next block. Gives how many bytes the source did not have.
+std::uint32_t CBufferedStream::ReadOn(std::uint8_t* destination, std::uint32_t wanted, std::uint32_t flags)
+{
+    const std::uint32_t capacity = buffer_.GetCapacity();
+    std::uint32_t got = capacity;
+    if (wanted > capacity) {
+        buffer_.Reset();
+    }
+    while (wanted > capacity && got != 0) {
+        got = inner_->Read(destination, capacity, flags | READ_ALLOW_PARTIAL);
+        destination += got;
+        wanted -= got;
+    }
+    do {
+        got = buffer_.Fill(*inner_, flags, 0);
+        buffer_.Take(destination, wanted);
+    } while (wanted != 0 && got != 0);
+    return wanted;
+}
+
+void CBufferedStream::SetPosition(std::uint32_t position)
+{
+    const std::uint32_t offset = position - position_ + buffer_.GetStart();
+    if (!reading_) {
+        Flush();
+        inner_->SetPosition(position);
+    } else if (buffer_.Holds(offset)) {
+        buffer_.MoveTo(offset);
+    } else {
+        const std::uint32_t skipped = aligned_ ? position % buffer_.GetCapacity() : 0;
+        buffer_.Reset();
+        inner_->SetPosition(position - skipped);
+        buffer_.SkipInNextFill(skipped);
+    }
+    position_ = position;
+}
+
+std::uint32_t CBufferedStream::Seek(std::int32_t offset, std::uint32_t origin)
+{
+    if (!reading_) {
+        if (offset != 0 || origin != ORIGIN_CURRENT) {
+            Flush();
+            position_ = inner_->Seek(offset, origin);
+        }
+    } else if (!SeekInBlock(offset, origin)) {
+        buffer_.Reset();
+        SeekInner(offset, origin);
+    }
+    return position_;
+}
+
+// Whether the last fill has the target.
+bool CBufferedStream::SeekInBlock(std::int32_t offset, std::uint32_t origin)
+{
+    const auto distance = static_cast<std::uint32_t>(offset);
+    const std::uint32_t moved = origin == ORIGIN_CURRENT ? distance : distance - position_;
+    const std::uint32_t target = buffer_.GetStart() + moved;
+    if (origin > ORIGIN_CURRENT || !buffer_.Holds(target)) {
+        return false;
+    }
+    buffer_.MoveTo(target);
+    position_ += moved;
+    return true;
+}
+
+// The inner stream stands behind the last fill, so that its own current position is another one.
+void CBufferedStream::SeekInner(std::int32_t offset, std::uint32_t origin)
+{
+    auto distance = static_cast<std::uint32_t>(offset);
+    std::uint32_t target = distance;
+    if (origin == ORIGIN_CURRENT) {
+        target += position_;
+        distance = target - inner_->GetPosition();
+    } else if (aligned_ && origin != ORIGIN_BEGIN) {
+        target += GetSize();
+    }
+    const std::uint32_t skipped = aligned_ ? target % buffer_.GetCapacity() : 0;
+    position_ = inner_->Seek(static_cast<std::int32_t>(distance - skipped), origin) + skipped;
+    buffer_.SkipInNextFill(skipped);
+}
+
+void CBufferedStream::Write(const void* buffer, std::uint32_t count)
+{
+    RequireDirection(false);
+    if (count == 0) {
+        return;
+    }
+    if (buffer == nullptr) {
+        ThrowException("Write operation on stream %s with NULL source buffer!", GetName().CStr());
+    }
+    const auto* source = static_cast<const std::uint8_t*>(buffer);
+    while (count != 0) {
+        if (buffer_.IsFull()) {
+            Flush();
+        }
+        buffer_.Compact();
+        position_ += buffer_.Put(source, count);
+    }
+}
+
+void CBufferedStream::Flush()
+{
+    if (!reading_) {
+        buffer_.WriteTo(*inner_);
+    }
+}
+
+CBufferedStream* CreateBufferedStream(IStream* inner, bool reading, bool ownsInner, std::uint32_t bufferSize,
+                                      bool aligned)
+{
+    return new CBufferedStream(inner, reading, ownsInner, bufferSize, aligned);
+}
+
+} // namespace Plinth
