@@ -1,0 +1,149 @@
+// Making and removing folders, and removing files.
+#include "Platform/Host/Api/Files.h"
+
+#include "Platform/Host/Drives.h"
+#include "Platform/Host/Gate.h"
+#include "Platform/Host/ShareModes.h"
+#include "Platform/Host/WholeFile.h"
+
+#include <cerrno>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace Platform::Host {
+
+namespace {
+
+constexpr mode_t NEW_FOLDER = 0777;
+constexpr mode_t ANY_WRITING = 0222;
+
+bool IsEmpty(LPCWSTR path)
+{
+    return path == nullptr || *path == 0;
+}
+
+bool IsDriveRoot(std::u16string_view full)
+{
+    return full.size() == DRIVE_ROOT_LENGTH;
+}
+
+DWORD CreationError(int error)
+{
+    return error == EEXIST ? ERROR_ALREADY_EXISTS : ErrorFromErrno(error);
+}
+
+BOOL MakeFolder(LPCWSTR path)
+{
+    std::u16string full;
+    std::string native;
+    DWORD error = IsEmpty(path) ? ERROR_PATH_NOT_FOUND : CompletePath(path, full);
+    if (error != ERROR_SUCCESS) {
+        return Fail(error);
+    }
+    error = FindNative(full, native);
+    if (error == ERROR_FILE_NOT_FOUND) {
+        return mkdir(native.c_str(), NEW_FOLDER) == 0 ? TRUE : Fail(CreationError(errno));
+    }
+    const bool isTaken = error == ERROR_SUCCESS || error == ERROR_INVALID_NAME;
+    if (error == ERROR_SUCCESS && IsDriveRoot(full)) {
+        error = ERROR_ACCESS_DENIED;
+    } else if (isTaken) { // by a file, where the path ends in a separator
+        error = ERROR_ALREADY_EXISTS;
+    }
+    return Fail(error);
+}
+
+bool IsCurrentDirectory(const std::string& native)
+{
+    struct stat folder {};
+    struct stat current {};
+    return stat(native.c_str(), &folder) == 0 && stat(".", &current) == 0 &&
+           folder.st_dev == current.st_dev && folder.st_ino == current.st_ino;
+}
+
+DWORD RemovalError(int error)
+{
+    switch (error) {
+    case ENOTEMPTY:
+    case EEXIST:
+        return ERROR_DIR_NOT_EMPTY;
+    case ENOTDIR:
+        return ERROR_DIRECTORY;
+    default:
+        return ErrorFromErrno(error);
+    }
+}
+
+BOOL RemoveFolder(LPCWSTR path)
+{
+    std::u16string full;
+    std::string native;
+    DWORD error = IsEmpty(path) ? ERROR_INVALID_NAME : CompletePath(path, full);
+    if (error == ERROR_SUCCESS) {
+        error = FindNative(full, native);
+    }
+    if (error == ERROR_SUCCESS && IsDriveRoot(full)) {
+        error = ERROR_ACCESS_DENIED;
+    } else if (error == ERROR_SUCCESS && IsCurrentDirectory(native)) {
+        error = ERROR_SHARING_VIOLATION;
+    }
+    if (error != ERROR_SUCCESS) {
+        return Fail(error);
+    }
+    return rmdir(native.c_str()) == 0 ? TRUE : Fail(RemovalError(errno));
+}
+
+// Keeps the file from being opened until it is gone. One that the process may not open tells nothing.
+DWORD TakeForRemoval(const std::string& native, Descriptor& file)
+{
+    for (const int access : {O_RDWR, O_RDONLY}) {
+        file = Descriptor(open(native.c_str(), access | O_NONBLOCK | O_CLOEXEC));
+        if (file.IsOpen()) {
+            return TakeAlone(file.Number());
+        }
+    }
+    return ERROR_SUCCESS;
+}
+
+BOOL RemoveFile(LPCWSTR path)
+{
+    std::string native;
+    Descriptor file;
+    struct stat status {};
+    DWORD error = IsEmpty(path) ? ERROR_PATH_NOT_FOUND : ResolvePath(path, native);
+    if (error == ERROR_SUCCESS && stat(native.c_str(), &status) != 0) {
+        error = ErrorFromErrno(errno);
+    }
+    if (error == ERROR_SUCCESS && (S_ISDIR(status.st_mode) || (status.st_mode & ANY_WRITING) == 0)) {
+        error = ERROR_ACCESS_DENIED;
+    }
+    if (error == ERROR_SUCCESS && S_ISREG(status.st_mode)) {
+        error = TakeForRemoval(native, file);
+    }
+    if (error != ERROR_SUCCESS) {
+        return Fail(error);
+    }
+    return unlink(native.c_str()) == 0 ? TRUE : Fail(ErrorFromErrno(errno));
+}
+
+} // namespace
+
+} // namespace Platform::Host
+
+using namespace Platform::Host;
+
+BOOL WINAPI DeleteFileW(LPCWSTR fileName)
+{
+    return Guarded("DeleteFileW", FALSE, [&] { return RemoveFile(fileName); });
+}
+
+BOOL WINAPI CreateDirectoryW(LPCWSTR pathName, LPSECURITY_ATTRIBUTES /*securityAttributes*/)
+{
+    return Guarded("CreateDirectoryW", FALSE, [&] { return MakeFolder(pathName); });
+}
+
+BOOL WINAPI RemoveDirectoryW(LPCWSTR pathName)
+{
+    return Guarded("RemoveDirectoryW", FALSE, [&] { return RemoveFolder(pathName); });
+}
