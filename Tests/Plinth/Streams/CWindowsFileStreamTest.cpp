@@ -80,45 +80,41 @@ private:
 
 TEST_F(WindowsFileStream, CreatesOrOpensByItsMode)
 {
+    using Failure = std::optional<CFileError>;
     struct Row {
-        std::optional<CFileError> missing; // nullopt: it is created
-        std::optional<CFileError> existing;
+        Failure missing; // nullopt: it is created
+        Failure existing;
         const char* content; // of a file that was there
     };
     constexpr Row open = {FILE_ERROR_NOT_FOUND, {}, "old"};
-    constexpr Row kinds[] = {open,           {{}, {}, ""},    {{}, FILE_ERROR_GENERIC, "old"},
-                             open,           {{}, {}, "old"}, {FILE_ERROR_NOT_FOUND, {}, ""},
-                             {{}, {}, "old"}};
-    for (std::uint32_t kind = 0; kind <= MODE_CREATION_MASK; ++kind) {
+    constexpr Row always = {{}, {}, "old"};
+    constexpr Row truncate = {FILE_ERROR_NOT_FOUND, {}, ""};
+    const Row kinds[] = {open, {{}, {}, ""}, {{}, FILE_ERROR_GENERIC, "old"}, open, always, truncate, always};
+    for (std::uint32_t i = 0; i <= 4 * MODE_CREATION_MASK; ++i) {
+        const std::uint32_t kind = i / 4;
+        const std::uint32_t more = (i % 2 != 0 ? MODE_MISSING_OK : 0) | (i % 4 > 1 ? 0x7040U : 0);
+        const std::uint32_t mode = kind | READ_WRITE | more;
+        SCOPED_TRACE(mode);
         const Row& row = kinds[kind < std::size(kinds) ? kind : 0];
-        for (const std::uint32_t more : {0u, MODE_WRITE_THROUGH | MODE_RANDOM_ACCESS | MODE_SEQUENTIAL_SCAN,
-                                         MODE_MISSING_OK, MODE_MISSING_OK | MODE_UNBUFFERED_READ}) {
-            SCOPED_TRACE(testing::Message() << kind << ' ' << more);
-            const bool tolerated = (more & MODE_MISSING_OK) != 0 && row.content == open.content &&
-                                   row.missing == FILE_ERROR_NOT_FOUND;
-            const std::string name = NameOf(u8"file");
-            std::filesystem::remove(PathOf(u8"file"));
-            opened = true;
-            EXPECT_EQ(FailureOf(kind | READ_WRITE | more), tolerated ? std::nullopt : row.missing);
-            EXPECT_EQ(opened, !tolerated);
-            EXPECT_EQ(std::filesystem::exists(PathOf(u8"file")), !row.missing);
-            if (row.missing) {
-                ExpectClosed(tolerated ? name : "");
-            } else {
-                EXPECT_EQ(stream.GetName().CStr(), name);
-                stream.Close();
-            }
-            Store("old");
-            EXPECT_EQ(FailureOf(kind | READ_WRITE | more), row.existing);
-            EXPECT_EQ(stream.GetPosition(), 0u);
-            stream.Write("now", row.existing ? 0 : 3);
-            stream.Close();
-            EXPECT_EQ(ReadFile(PathOf(u8"file")), row.existing ? "old" : "now");
-            Store("old");
-            FailureOf(kind | READ_WRITE | more);
-            stream.Close();
-            EXPECT_EQ(ReadFile(PathOf(u8"file")), row.content);
+        const bool tolerated = i % 2 != 0 && (kind == 0 || kind == MODE_OPEN_EXISTING || kind > MODE_APPEND);
+        std::filesystem::remove(PathOf(u8"file"));
+        opened = true;
+        EXPECT_EQ(FailureOf(mode), tolerated ? Failure() : row.missing);
+        EXPECT_EQ(opened, !tolerated);
+        EXPECT_EQ(std::filesystem::exists(PathOf(u8"file")), !row.missing);
+        if (row.missing) {
+            ExpectClosed(tolerated ? NameOf(u8"file") : "");
         }
+        stream.Close();
+        Store("old");
+        EXPECT_EQ(FailureOf(mode), row.existing);
+        EXPECT_EQ(stream.GetName().CStr(), row.existing ? "" : NameOf(u8"file"));
+        EXPECT_EQ(stream.GetPosition(), 0u);
+        EXPECT_EQ(stream.GetSize(), row.existing ? 0u : std::string(row.content).size());
+        stream.Write("N", 1);
+        stream.Close();
+        const std::string written = *row.content != 0 ? "Nld" : "N";
+        EXPECT_EQ(ReadFile(PathOf(u8"file")), row.existing ? "old" : written);
     }
 }
 

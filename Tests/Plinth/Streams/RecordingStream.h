@@ -1,73 +1,39 @@
-// A stream over bytes that records what is asked of it as text, "Read 16 1, Seek -5 2", and can be made to
-// fail. Its position may lie anywhere, as a file's.
+// A memory stream that records what is asked of it as text, "Read 16 1, Seek -5 2", and can be made to fail.
 #pragma once
 
+#include "Plinth/Streams/CMemoryStream.h"
 #include "Plinth/Streams/Exceptions.h"
-#include "Plinth/Streams/IStream.h"
 
 #include <algorithm>
 #include <string>
-#include <utility>
 
-class RecordingStream : public Plinth::IStream {
+class RecordingStream : public Plinth::CMemoryStream {
 public:
     static constexpr const char* NAME = "a %s recording";
+    using Base = Plinth::CMemoryStream;
 
-    explicit RecordingStream(std::string& log, std::string newBytes = "")
-        : bytes(std::move(newBytes)), log_(log)
-    {
-    }
+    explicit RecordingStream(std::string& log) : log_(log) { SetName(NAME); }
     ~RecordingStream() override { Record("delete"); }
 
-    Plinth::CString GetName() override { return NAME; } // not recorded
-    std::uint64_t GetTime() override
-    {
-        Record("GetTime");
-        return time;
-    }
-    std::uint32_t GetSize() override
-    {
-        Record("GetSize");
-        return static_cast<std::uint32_t>(bytes.size());
-    }
+    std::uint64_t GetTime() override { return Record("GetTime"), UINT64_MAX; }
+    std::uint32_t GetSize() override { return Record("GetSize"), Base::GetSize(); }
     void SetSize(std::uint32_t size) override { Record("SetSize", size); }
-    std::uint32_t GetPosition() override
-    {
-        Record("GetPosition");
-        return position;
-    }
-    void SetPosition(std::uint32_t newPosition) override
-    {
-        Record("SetPosition", newPosition);
-        position = newPosition;
-    }
-    void SetTime(const std::uint64_t& newTime) override { Record("SetTime", newTime); }
+    std::uint32_t GetPosition() override { return Record("GetPosition"), Base::GetPosition(); }
+    void SetPosition(std::uint32_t to) override { Record("SetPosition", to), Base::SetPosition(to); }
+    void SetTime(const std::uint64_t& time) override { Record("SetTime", time); }
     std::uint32_t Read(void* buffer, std::uint32_t count, std::uint32_t flags) override
     {
-        Record("Read", count, flags);
-        const std::size_t from = std::min<std::size_t>(position, bytes.size());
-        const std::size_t got = bytes.copy(static_cast<char*>(buffer), std::min(count, largestRead), from);
-        position += static_cast<std::uint32_t>(got);
-        return static_cast<std::uint32_t>(got);
+        return Record("Read", count, flags), Base::Read(buffer, std::min(count, largestRead), flags);
     }
     std::uint32_t Seek(std::int32_t offset, std::uint32_t origin) override
     {
-        Record("Seek", offset, origin);
-        const std::uint32_t starts[] = {0, position, static_cast<std::uint32_t>(bytes.size()), 0};
-        position = starts[origin] + static_cast<std::uint32_t>(offset);
-        return position;
+        return Record("Seek", offset, origin), Base::Seek(offset, origin);
     }
     void Write(const void* buffer, std::uint32_t count) override
     {
-        Record("Write", count);
-        bytes.resize(std::max<std::size_t>(bytes.size(), position + std::size_t{count}));
-        bytes.replace(position, count, static_cast<const char*>(buffer), count);
-        position += count;
+        Record("Write", count), Base::Write(buffer, count);
     }
 
-    std::string bytes;
-    std::uint32_t position = 0;
-    std::uint64_t time = 0;
     std::uint32_t largestRead = UINT32_MAX; // more it does not give at once
     std::string failing;                    // the operation that throws FILE_ERROR_GENERIC when recorded
 

@@ -76,56 +76,30 @@ const Row ROWS[] = {
 };
 
 // Each writes the new content, or reads the old one.
-const std::pair<const char*, void (*)()> SCENARIOS[] = {
-    {"CWindowsFileStream",
-     [] {
-         CWindowsFileStream stream;
-         if (!stream.Open(name.c_str(), EXISTING | READ_WRITE)) {
-             return;
-         }
-         stream.Write(NEW.data(), 40);
-         stream.SetSize(stream.GetSize());
-         stream.SetTime(stream.GetTime());
-         stream.SetPosition(40);
-         stream.Write(NEW.data(), stream.Seek(0, ORIGIN_END) - stream.Seek(40, ORIGIN_BEGIN));
-         stream.SetPosition(0);
-         stream.Read(buffer, stream.GetSize(), 0);
-         EXPECT_EQ(stream.GetPosition(), 100u);
-     }},
-    {"CBufferedStream, writing",
-     [] {
-         CWindowsFileStream file;
-         file.Open(name.c_str(), EXISTING | MODE_WRITE);
-         CBufferedStream stream(&file, false, false, 16, false);
-         stream.Write(NEW.data(), 50);
-         stream.SetPosition(50);
-         stream.Write(NEW.data(), 40);
-         EXPECT_EQ(stream.Seek(-10, ORIGIN_END), 90u);
-         stream.Write(NEW.data(), 10); // written in the end
-     }},
-    {"CBufferedStream, reading",
-     [] {
-         CWindowsFileStream file;
-         file.Open(name.c_str(), EXISTING | MODE_READ);
-         CBufferedStream stream(&file, true, false, 16, true);
-         stream.SetPosition(37);
-         stream.Read(buffer, 40, 0);
-         stream.Seek(-5, ORIGIN_END);
-         stream.Read(buffer, 5, 0);
-         EXPECT_EQ(std::string(buffer, 5), "ooooo");
-         EXPECT_EQ(stream.Read(buffer, 5, READ_ALLOW_PARTIAL), 0u);
-     }},
-    {"CFileStream, writing",
-     [] {
-         CWindowsFileSystem files;
-         CFileStream stream(&files);
-         if (stream.Open(name.c_str(), EXISTING | MODE_WRITE)) {
-             stream.Write(NEW.data(), 100);
-             stream.SetPosition(stream.GetSize());
-             EXPECT_STREQ(stream.GetName().CStr(), name.c_str());
-         }
-     }},
-};
+const std::pair<const char*, std::uint32_t> SCENARIOS[] = {
+    {"file stream", READ_WRITE}, {"buffered writing", MODE_WRITE}, {"buffered reading", MODE_READ}};
+
+void Work(std::uint32_t access)
+{
+    CWindowsFileSystem files;
+    CFileStream stream(&files);
+    if (!stream.Open(name.c_str(), EXISTING | access)) {
+        return;
+    }
+    if ((access & MODE_WRITE) != 0) {
+        stream.SetSize(stream.GetSize());
+        stream.SetTime(stream.GetTime());
+        stream.SetPosition(40);
+        stream.Write(NEW.data(), 60);
+        stream.Seek(-100, ORIGIN_END);
+        stream.Write(NEW.data(), 40); // a buffered stream writes it in the end
+    }
+    if ((access & MODE_READ) != 0) {
+        EXPECT_EQ(stream.Seek(-10, ORIGIN_END), 90u);
+        EXPECT_EQ(stream.Read(buffer, 20, READ_ALLOW_PARTIAL), 10u);
+        EXPECT_EQ(std::string(buffer, 10), (access == MODE_READ ? OLD : NEW).substr(90));
+    }
+}
 
 // Counts the handles that are handed out while it lives; the gate calls it before each platform call.
 class HandleWatch {
@@ -149,10 +123,10 @@ protected:
         std::fill(std::begin(buffer), std::end(buffer), '#');
     }
     // Every byte is the old or the new one, in its place.
-    void CheckContent(const char* scenario, bool done) const
+    void CheckContent(const char* scenario, std::uint32_t access, bool done) const
     {
         const std::string content = ReadFile(path_);
-        const bool writes = std::string(scenario) != "CBufferedStream, reading";
+        const bool writes = access != MODE_READ;
         EXPECT_EQ(content.size(), 100u) << scenario;
         EXPECT_EQ(content.find_first_not_of(writes ? "on" : "o"), std::string::npos) << scenario;
         EXPECT_TRUE(!done || content == (writes ? NEW : OLD)) << scenario;
@@ -195,7 +169,7 @@ TEST_F(StreamCalls, ComeInOrder)
 
 TEST_F(StreamCalls, FailInTurn)
 {
-    for (const auto& [scenario, run] : SCENARIOS) {
+    for (const auto& [scenario, access] : SCENARIOS) {
         unsigned points = 1;
         unsigned reached = 0;
         for (unsigned round = 0; round <= points * 2; ++round) {
@@ -207,7 +181,7 @@ TEST_F(StreamCalls, FailInTurn)
                 {.ordinal = (round + 1) / 2, .error = ERROR_ACCESS_DENIED, .lasting = round % 2 == 0});
             watch.OnCall([&](std::string_view) { handles.Look(); });
             try {
-                run();
+                Work(access);
             } catch (const CFileException&) {
                 done = false;
             }
@@ -216,7 +190,9 @@ TEST_F(StreamCalls, FailInTurn)
             points = round == 0 ? watch.Points() : points;
             reached += watch.Failed() ? 1U : 0U;
             EXPECT_TRUE(done || watch.Failed()) << scenario;
-            CheckContent(scenario, done && trace.Text().empty());
+            // A loss in the end is traced, unless that could not be formatted.
+            const bool told = !trace.Text().empty() || watch.Count("_vsnprintf_s") != 0;
+            CheckContent(scenario, access, done && !told);
         }
         std::cout << scenario << ": failures at " << reached << " of " << points * 2 << " points\n";
         EXPECT_EQ(reached, points * 2) << scenario;
@@ -225,15 +201,15 @@ TEST_F(StreamCalls, FailInTurn)
 
 TEST_F(StreamCalls, FailWithoutMemory)
 {
-    for (const auto& [scenario, run] : SCENARIOS) {
+    for (const auto& [scenario, access] : SCENARIOS) {
         FailingInTurn points(scenario);
         while (points.Next()) {
             Prepare();
             const TraceCapture trace;
             const int before = CountInheritedHandles();
-            const bool done = points.Try(run);
+            const bool done = points.Try([used = access] { Work(used); });
             EXPECT_EQ(CountInheritedHandles(), before) << scenario;
-            CheckContent(scenario, done && trace.Text().empty());
+            CheckContent(scenario, access, done && trace.Text().empty());
         }
     }
 }
@@ -261,32 +237,31 @@ TEST(SmallDisk, KeepsPendingWhatDoesNotFit)
     std::ofstream(ballast) << std::string(65536, 'b');
     const int handles = CountInheritedHandles();
     const TraceCapture trace;
-    std::string written;
-    std::string flushed;
+    std::string text;
+    while (text.size() < 300000) {
+        text += std::to_string(text.size()) + ' ';
+    }
     for (const bool makesRoom : {true, false}) {
         CWindowsFileStream file;
         file.Open(ToUtf8(ToPlatform(path)).c_str(), MODE_CREATE_ALWAYS | MODE_WRITE);
-        CBufferedStream buffered(&file, false, false, 5000, false);
-        written.clear();
+        CBufferedStream buffered(&file, false, false, 4096, false);
+        std::uint32_t flushed = 0;
         try {
-            for (char text = 'a'; written.size() < 1000000;
-                 text = text == 'z' ? 'a' : static_cast<char>(text + 1)) {
-                const std::string bytes(1000, text);
-                buffered.Write(bytes.data(), 1000);
-                written += bytes;
-                flushed = written.substr(0, file.GetPosition());
+            for (std::size_t i = 0; i < text.size(); i += 1000) {
+                buffered.Write(text.data() + i, 1000);
+                flushed = file.GetPosition();
             }
             ADD_FAILURE() << "the disk does not become full";
         } catch (const CFileException& exception) {
             EXPECT_EQ(exception.kind, FILE_ERROR_GENERIC);
         }
-        EXPECT_EQ(buffered.GetPosition(), written.size());
-        EXPECT_EQ(ReadFile(path).substr(0, flushed.size()), flushed);
+        EXPECT_EQ(buffered.GetPosition(), flushed + 4096);
+        EXPECT_TRUE(ReadFile(path) == text.substr(0, flushed));
         EXPECT_THROW(buffered.Flush(), CFileException);
         if (makesRoom) {
             std::filesystem::remove(ballast);
             buffered.Flush();
-            EXPECT_EQ(ReadFile(path), written);
+            EXPECT_TRUE(ReadFile(path) == text.substr(0, flushed + 4096));
         }
         EXPECT_EQ(trace.Text(), "");
     }
