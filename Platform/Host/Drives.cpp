@@ -96,7 +96,7 @@ constexpr auto FORBIDDEN_IN_NAMES = [] {
 
 bool IsForbiddenInNames(char16_t unit)
 {
-    return unit < FORBIDDEN_IN_NAMES.size() && FORBIDDEN_IN_NAMES[unit];
+    return FORBIDDEN_IN_NAMES[std::min<std::size_t>(unit, FORBIDDEN_IN_NAMES.size() - 1)];
 }
 
 bool HasDrive(std::u16string_view path)
@@ -171,15 +171,27 @@ bool IsComplete(std::u16string_view path)
     if (path.size() <= DRIVE_ROOT_LENGTH || !HasDrive(path) || path[0] > u'Z' || path[2] != u'\\') {
         return false;
     }
-    char16_t before = u'\\';
+    bool isOdd = false;
+    bool endsOddly = true; // what a separator would end
     for (const char16_t unit : path.substr(DRIVE_ROOT_LENGTH)) {
-        const bool endsOddly = before == u'\\' || before == u'.' || before == u' ';
-        if ((unit == u'\\' && endsOddly) || unit == u'/' || IsForbiddenInNames(unit)) {
-            return false;
-        }
-        before = unit;
+        const bool separates = unit == u'\\';
+        isOdd |= IsForbiddenInNames(unit) | (unit == u'/') | (separates & endsOddly);
+        endsOddly = separates | (unit == u'.') | (unit == u' ');
     }
-    return before != u'.' && before != u' ';
+    return !isOdd && path.back() != u'.' && path.back() != u' ';
+}
+
+// With the host's separators; false where there is more than ASCII.
+bool AppendAscii(std::u16string_view path, std::string& native)
+{
+    unsigned all = 0;
+    native.resize(native.size() + path.size());
+    std::transform(path.begin(), path.end(), native.end() - static_cast<std::ptrdiff_t>(path.size()),
+                   [&all](char16_t unit) {
+                       all |= unit;
+                       return unit == u'\\' ? '/' : static_cast<char>(unit);
+                   });
+    return all < 0x80;
 }
 
 // ERROR_SUCCESS for what is there, else why it cannot be had.
@@ -260,12 +272,19 @@ void RemoveDrive(char letter)
     }
 }
 
-DWORD CompletePath(std::u16string_view path, std::u16string& full)
+DWORD CompletePath(std::u16string_view path, std::u16string& storage, std::u16string_view& full)
 {
     if (IsComplete(path)) {
         full = path;
         return ERROR_SUCCESS;
     }
+    const DWORD error = CompletePath(path, storage);
+    full = storage;
+    return error;
+}
+
+DWORD CompletePath(std::u16string_view path, std::u16string& full)
+{
     if (path.starts_with(EXTENDED_PREFIX)) {
         path.remove_prefix(EXTENDED_PREFIX.size());
     }
@@ -303,11 +322,14 @@ DWORD ToNativePath(std::u16string_view full, std::string& native)
     if (drive == Drives().end()) {
         return ERROR_PATH_NOT_FOUND;
     }
-    native.clear();
-    native.reserve(drive->second.size() + full.size());
-    native += drive->second;
-    AppendToHost(full.substr(2), native);
-    std::replace(native.begin(), native.end(), '\\', '/');
+    const std::string& root = drive->second;
+    full.remove_prefix(2);
+    native.reserve(root.size() + full.size());
+    native = root;
+    if (!AppendAscii(full, native)) {
+        native = root + ToHost(full);
+        std::replace(native.begin(), native.end(), '\\', '/');
+    }
     return ERROR_SUCCESS;
 }
 

@@ -14,7 +14,7 @@ namespace Platform::Host {
 constexpr std::int64_t LAST_POSITION = std::numeric_limits<std::int64_t>::max();
 constexpr std::int64_t LARGEST_LOW_PART = std::numeric_limits<DWORD>::max();
 
-constexpr std::size_t PRELOADED_AT_MOST = 1024;
+constexpr std::size_t PRELOADED_AT_MOST = 768; // with it a file is still a block that the heap has at hand
 
 // The position is the object's own: the host's stays at the start where the file has one. Threads may use an
 // object at once. The functions set the last error where they fail.

@@ -39,14 +39,14 @@ public:
     // Whether the file has to be one that may be written.
     [[nodiscard]] bool Changes() const { return Writes() || Truncates(); }
 
-    DWORD Open(const std::u16string& full);
+    DWORD Open(std::u16string_view full);
     void HandOver() { file_.Take(std::move(descriptor_), request_.access, seeks_); }
 
     [[nodiscard]] bool IsNew() const { return isNew_; }
 
 private:
     [[nodiscard]] int Flags() const;
-    [[nodiscard]] DWORD ErrorOfFolderPath(const std::u16string& full) const;
+    [[nodiscard]] DWORD ErrorOfFolderPath(std::u16string_view full) const;
     [[nodiscard]] Descriptor OpenNative(const std::string& native) const;
     DWORD OpenFound(const std::string& native);
     DWORD Create(const std::string& native);
@@ -83,7 +83,7 @@ Descriptor Opening::OpenNative(const std::string& native) const
 }
 
 // A path that ends in a separator leads to no file.
-DWORD Opening::ErrorOfFolderPath(const std::u16string& full) const
+DWORD Opening::ErrorOfFolderPath(std::u16string_view full) const
 {
     std::string native;
     const DWORD found = FindNative(full, native);
@@ -100,7 +100,7 @@ DWORD Opening::ErrorOfFolderPath(const std::u16string& full) const
 }
 
 // What is there is tried under its exact name first.
-DWORD Opening::Open(const std::u16string& full)
+DWORD Opening::Open(std::u16string_view full)
 {
     if (full.ends_with(u'\\')) {
         return ErrorOfFolderPath(full);
@@ -198,10 +198,11 @@ DWORD Opening::Create(const std::string& native)
 // All that can run out of memory comes before the file is touched.
 HANDLE OpenFile(LPCWSTR fileName, const OpenRequest& request)
 {
-    std::u16string full;
+    std::u16string storage;
+    std::u16string_view full;
     DWORD error = ERROR_PATH_NOT_FOUND;
     if (fileName != nullptr && *fileName != 0) {
-        error = IsDisposition(request.disposition) ? CompletePath(fileName, full) : ERROR_INVALID_PARAMETER;
+        error = IsDisposition(request.disposition) ? CompletePath(fileName, storage, full) : ERROR_INVALID_PARAMETER;
     }
     if (error != ERROR_SUCCESS) {
         Fail(error);

@@ -181,7 +181,7 @@ private:
 };
 
 // The error where a folder is missing, or something else lies in its place.
-DWORD FolderError(const std::u16string& folder)
+DWORD FolderError(std::u16string_view folder)
 {
     std::string native;
     const DWORD found = FindNative(folder, native);
@@ -197,7 +197,7 @@ Descriptor OpenForListing(const std::string& native)
 }
 
 // Tries the exact name first.
-DWORD OpenFolder(const std::u16string& full, Descriptor& folder)
+DWORD OpenFolder(std::u16string_view full, Descriptor& folder)
 {
     std::string native;
     const DWORD error = ToNativePath(full, native);
@@ -217,10 +217,11 @@ DWORD OpenFolder(const std::u16string& full, Descriptor& folder)
 DWORD FindMatching(std::u16string_view folderPath, std::u16string_view text, WIN32_FIND_DATAW& found,
                    std::shared_ptr<Search>& search)
 {
-    std::u16string full;
+    std::u16string storage;
+    std::u16string_view full;
     Descriptor folder;
     Listing names;
-    DWORD error = CompletePath(folderPath.empty() ? u"." : folderPath, full);
+    DWORD error = CompletePath(folderPath.empty() ? u"." : folderPath, storage, full);
     if (error == ERROR_SUCCESS && text.find_first_of(u"<>\"|") != text.npos) {
         error = ERROR_INVALID_NAME;
     }
@@ -239,7 +240,7 @@ DWORD FindMatching(std::u16string_view folderPath, std::u16string_view text, WIN
 }
 
 // The name as it is on the disk: the path's own where that leads there.
-DWORD StatPlain(const std::u16string& full, std::u16string& name, struct stat& status)
+DWORD StatPlain(std::u16string_view full, std::u16string& name, struct stat& status)
 {
     std::string native;
     DWORD error = ToNativePath(full, native);
@@ -259,10 +260,11 @@ DWORD StatPlain(const std::u16string& full, std::u16string& name, struct stat& s
 
 DWORD FindPlain(std::u16string_view path, WIN32_FIND_DATAW& found, std::shared_ptr<Search>& search)
 {
-    std::u16string full;
+    std::u16string storage;
+    std::u16string_view full;
     std::u16string name;
     struct stat status {};
-    DWORD error = CompletePath(path, full);
+    DWORD error = CompletePath(path, storage, full);
     if (error != ERROR_SUCCESS || full.size() == DRIVE_ROOT_LENGTH) {
         return error != ERROR_SUCCESS ? error : ERROR_FILE_NOT_FOUND;
     }

@@ -29,7 +29,12 @@ bool ReleaseHandle(HANDLE handle);
 class PendingHandle {
 public:
     explicit PendingHandle(std::shared_ptr<KernelObject> object) : handle_(OpenHandle(std::move(object))) {}
-    ~PendingHandle() { ReleaseHandle(handle_); }
+    ~PendingHandle()
+    {
+        if (handle_ != nullptr) {
+            ReleaseHandle(handle_);
+        }
+    }
     PendingHandle(const PendingHandle&) = delete;
     PendingHandle& operator=(const PendingHandle&) = delete;
 
