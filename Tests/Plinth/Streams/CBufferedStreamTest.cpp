@@ -111,7 +111,7 @@ TEST(CBufferedStream, ReadsAhead)
         {"r 10 r 20", "Read 16 1, Read 16 1", 30},
         {"r 16 r 16", "Read 16 1, Read 16 1", 32},
         {"r 0 R 0", "", 0},
-        {"F 1", "Read 16 7", 1},
+        {"F 1 F 40", "Read 16 7, Read 16 7, Read 16 7, Read 16 7", 41},
         {"r 10 p 3 c 2 b 15 c -15 b 0 r 16", "Read 16 1", 16}, // within the block
         {"r 10 b 50 r 1", "Read 10 1, Seek 50 0, Read 10 1", 51, 10},
         {"r 40", "Read 16 1, Read 16 1, Read 16 1", 40},
@@ -126,7 +126,7 @@ TEST(CBufferedStream, ReadsAhead)
         {"w 1 w 0 f 0", "throws 5, throws 5", 0},
         {"!Read r 5 r 5", "Read 16 1, throws 1, Read 16 1", 5},
         {"r 10 !Read r 10 p 32 r 1", "Read 16 1, Read 16 1, throws 1, SetPosition 32, Read 16 1", 33},
-        {"r 10 !Read r 60 p 32 r 1", "Read 16 1, Read 16 1, throws 1, SetPosition 32, Read 16 1", 33},
+        {"r 10 !Read r 23 p 0 r 1", "Read 16 1, Read 16 1, throws 1, SetPosition 0, Read 16 1", 1},
         {"r 10 !SetPosition p 48 p 0 r 1", "Read 16 1, SetPosition 48, throws 1, SetPosition 0, Read 16 1",
          1},
         {"r 10 !Seek b 48 b 0 r 1", "Read 16 1, Seek 48 0, throws 1, Seek 0 0, Read 16 1", 1},
