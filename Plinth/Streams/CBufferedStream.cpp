@@ -143,7 +143,7 @@ CBufferedStream::~CBufferedStream()
 void CBufferedStream::FlushAtEnd() noexcept
 {
     try {
-        Flush();
+        CBufferedStream::Flush();
     } catch (const CException& exception) {
         TraceF("%s\n", exception.message.CStr());
     } catch (...) {
