@@ -6,6 +6,7 @@
 #include "Platform/Host/Utf.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstdlib>
 #include <dirent.h>
@@ -84,9 +85,18 @@ bool IsSeparator(char16_t unit)
     return unit == u'\\' || unit == u'/';
 }
 
+constexpr auto FORBIDDEN_IN_NAMES = [] {
+    std::array<bool, 128> forbidden{};
+    std::fill_n(forbidden.begin(), u' ', true);
+    for (const char16_t unit : std::u16string_view(u"<>\"|?*")) {
+        forbidden[unit] = true;
+    }
+    return forbidden;
+}();
+
 bool IsForbiddenInNames(char16_t unit)
 {
-    return unit < u' ' || std::u16string_view(u"<>\"|?*").find(unit) != std::u16string_view::npos;
+    return unit < FORBIDDEN_IN_NAMES.size() && FORBIDDEN_IN_NAMES[unit];
 }
 
 bool HasDrive(std::u16string_view path)
@@ -152,6 +162,24 @@ std::u16string JoinParts(std::u16string_view drive, const std::vector<std::u16st
         full += u'\\';
     }
     return full;
+}
+
+// Whether a path is surely what it is completed to, as most are: it begins with a drive's root, and no part is
+// empty or ends in a dot or blank.
+bool IsComplete(std::u16string_view path)
+{
+    if (path.size() <= DRIVE_ROOT_LENGTH || !HasDrive(path) || path[0] > u'Z' || path[2] != u'\\') {
+        return false;
+    }
+    char16_t before = u'\\';
+    for (const char16_t unit : path.substr(DRIVE_ROOT_LENGTH)) {
+        const bool endsOddly = before == u'\\' || before == u'.' || before == u' ';
+        if ((unit == u'\\' && endsOddly) || unit == u'/' || IsForbiddenInNames(unit)) {
+            return false;
+        }
+        before = unit;
+    }
+    return before != u'.' && before != u' ';
 }
 
 // ERROR_SUCCESS for what is there, else why it cannot be had.
@@ -234,6 +262,10 @@ void RemoveDrive(char letter)
 
 DWORD CompletePath(std::u16string_view path, std::u16string& full)
 {
+    if (IsComplete(path)) {
+        full = path;
+        return ERROR_SUCCESS;
+    }
     if (path.starts_with(EXTENDED_PREFIX)) {
         path.remove_prefix(EXTENDED_PREFIX.size());
     }
@@ -271,7 +303,10 @@ DWORD ToNativePath(std::u16string_view full, std::string& native)
     if (drive == Drives().end()) {
         return ERROR_PATH_NOT_FOUND;
     }
-    native = drive->second + ToHost(full.substr(2));
+    native.clear();
+    native.reserve(drive->second.size() + full.size());
+    native += drive->second;
+    AppendToHost(full.substr(2), native);
     std::replace(native.begin(), native.end(), '\\', '/');
     return ERROR_SUCCESS;
 }

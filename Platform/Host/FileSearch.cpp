@@ -13,6 +13,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <climits>
 #include <cstring>
 #include <dirent.h>
 #include <fcntl.h>
@@ -43,31 +44,55 @@ DWORD AttributesOf(const struct stat& status)
                                                : FILE_ATTRIBUTE_ARCHIVE;
 }
 
-// False for a name that is too long.
-bool Describe(std::u16string_view name, const struct stat& status, WIN32_FIND_DATAW& found)
+void Describe(const struct stat& status, WIN32_FIND_DATAW& found)
 {
-    if (name.size() >= std::size(found.cFileName)) {
-        return false;
-    }
     const std::uint64_t size = S_ISDIR(status.st_mode) ? 0 : static_cast<std::uint64_t>(status.st_size);
     found.dwFileAttributes = AttributesOf(status);
     found.ftCreationTime = ToFileTime(status.st_mtim);
     found.ftLastAccessTime = ToFileTime(status.st_atim);
-    found.ftLastWriteTime = ToFileTime(status.st_mtim);
+    found.ftLastWriteTime = found.ftCreationTime;
     found.nFileSizeHigh = static_cast<DWORD>(size >> 32);
     found.nFileSizeLow = static_cast<DWORD>(size);
     found.dwReserved0 = 0;
     found.dwReserved1 = 0;
-    found.cFileName[name.copy(found.cFileName, name.size())] = 0;
     found.cAlternateFileName[0] = 0;
-    return true;
+}
+
+// The host's names have at most 255 bytes.
+static_assert(NAME_MAX < std::size(WIN32_FIND_DATAW().cFileName));
+
+void Name(std::u16string_view name, WIN32_FIND_DATAW& found)
+{
+    found.cFileName[name.copy(found.cFileName, NAME_MAX)] = 0;
+}
+
+void Name(std::string_view name, WIN32_FIND_DATAW& found)
+{
+    if (IsAscii(name)) {
+        *std::copy(name.begin(), name.end(), found.cFileName) = 0;
+    } else {
+        Name(FromHost(name), found);
+    }
+}
+
+char CapitalAscii(char byte)
+{
+    return byte >= 'a' && byte <= 'z' ? static_cast<char>(byte - 'a' + 'A') : byte;
 }
 
 // Names of the host in the platform's order; those that it takes for the same lie in the host's.
 int CompareHostNames(const char* left, const char* right)
 {
-    const int order = CompareNames(FromHost(left), FromHost(right));
-    return order != 0 ? order : std::strcmp(left, right);
+    for (std::size_t i = 0;; ++i) {
+        if (((left[i] | right[i]) & '\x80') != 0) {
+            const int order = CompareNames(FromHost(left), FromHost(right));
+            return order != 0 ? order : std::strcmp(left, right);
+        }
+        const int order = CapitalAscii(left[i]) - CapitalAscii(right[i]);
+        if (order != 0 || left[i] == 0) {
+            return order != 0 ? order : std::strcmp(left, right);
+        }
+    }
 }
 
 // The names of a folder that a pattern finds.
@@ -140,7 +165,9 @@ public:
         const std::lock_guard lock(mutex_);
         while (const char* name = names_.Next()) {
             struct stat status {};
-            if (fstatat(folder_.Number(), name, &status, 0) == 0 && Describe(FromHost(name), status, found)) {
+            if (fstatat(folder_.Number(), name, &status, 0) == 0) {
+                Describe(status, found);
+                Name(std::string_view(name), found);
                 return true;
             }
         }
@@ -245,7 +272,8 @@ DWORD FindPlain(std::u16string_view path, WIN32_FIND_DATAW& found, std::shared_p
     }
     if (error == ERROR_SUCCESS) {
         search = std::make_shared<Search>();
-        error = Describe(name, status, found) ? ERROR_SUCCESS : ERROR_FILENAME_EXCED_RANGE;
+        Describe(status, found);
+        Name(name, found);
     }
     return error;
 }

@@ -3,7 +3,9 @@
 #include "Platform/Host/Gate.h"
 #include "Platform/Host/Utf.h"
 
+#include <algorithm>
 #include <cstring>
+#include <type_traits>
 
 namespace Platform::Host {
 
@@ -150,6 +152,14 @@ bool IsSurrogate(char32_t codePoint)
     return IsHighSurrogate(codePoint) || IsLowSurrogate(codePoint);
 }
 
+// The characters at the text's start that are one unit in both forms, and the same one.
+template <typename Unit>
+std::size_t CountAscii(std::basic_string_view<Unit> text)
+{
+    const auto isOther = [](Unit unit) { return static_cast<std::make_unsigned_t<Unit>>(unit) >= 0x80; };
+    return static_cast<std::size_t>(std::find_if(text.begin(), text.end(), isOther) - text.begin());
+}
+
 // Collects converted units in the caller's buffer, or only counts them where the buffer's length is 0.
 template <typename Unit>
 class Output {
@@ -186,23 +196,38 @@ bool ArgumentsAreValid(UINT codePage, const void* source, int sourceLength, cons
 
 } // namespace
 
-std::string ToHost(std::u16string_view text)
+void AppendToHost(std::u16string_view text, std::string& result)
 {
-    std::string result;
-    result.reserve(text.size());
+    const std::size_t plain = CountAscii(text);
+    result.resize(result.size() + plain);
+    std::transform(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(plain),
+                   result.end() - static_cast<std::ptrdiff_t>(plain),
+                   [](char16_t unit) { return static_cast<char>(unit); });
+    text.remove_prefix(plain);
     while (!text.empty()) {
         const Decoded next = DecodeUtf16(text.data(), text.size());
         const Utf8Bytes encoded = EncodeUtf8(next.codePoint);
         result.append(encoded.bytes, encoded.count);
         text.remove_prefix(next.length);
     }
+}
+
+std::string ToHost(std::u16string_view text)
+{
+    std::string result;
+    result.reserve(text.size());
+    AppendToHost(text, result);
     return result;
 }
 
 std::u16string FromHost(std::string_view text)
 {
+    const std::size_t plain = CountAscii(text);
     std::u16string result;
     result.reserve(text.size());
+    result.assign(plain, u'\0');
+    std::copy_n(text.begin(), plain, result.begin());
+    text.remove_prefix(plain);
     while (!text.empty()) {
         Decoded next = DecodeUtf8(text.data(), text.size());
         if (IsEncodedSurrogate(text)) {

@@ -14,6 +14,7 @@ inline bool IsAscii(std::string_view text)
     return std::all_of(text.begin(), text.end(), [](char byte) { return (byte & '\x80') == 0; });
 }
 
+void AppendToHost(std::u16string_view text, std::string& result);
 std::string ToHost(std::u16string_view text);
 std::u16string FromHost(std::string_view text);
 
