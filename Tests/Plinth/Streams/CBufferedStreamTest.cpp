@@ -111,7 +111,7 @@ TEST(CBufferedStream, ReadsAhead)
         {"r 10 r 20", "Read 16 1, Read 16 1", 30},
         {"r 16 r 16", "Read 16 1, Read 16 1", 32},
         {"r 0 R 0", "", 0},
-        {"F 1 F 40", "Read 16 7, Read 16 7, Read 16 7, Read 16 7", 41},
+        {"F 1 F 40", "Read 16 7, Read 16 7, Read 16 7", 41},
         {"r 10 p 3 c 2 b 15 c -15 b 0 r 16", "Read 16 1", 16}, // within the block
         {"r 10 b 50 r 1", "Read 10 1, Seek 50 0, Read 10 1", 51, 10},
         {"r 40", "Read 16 1, Read 16 1, Read 16 1", 40},
