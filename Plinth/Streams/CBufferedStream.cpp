@@ -32,20 +32,6 @@ struct CBufferedStream::Layout {
 };
 #pragma GCC diagnostic pop
 
-namespace {
-
-// Streams are often used byte by byte.
-inline void CopyBytes(std::uint8_t* destination, const std::uint8_t* source, std::uint32_t count)
-{
-    if (count == 1) {
-        *destination = *source;
-    } else {
-        std::memcpy(destination, source, count);
-    }
-}
-
-} // namespace
-
 CStreamBuffer::CStreamBuffer(std::uint32_t capacity, bool reading)
     : capacity_(std::max<std::uint32_t>(capacity, 1)),
       data_(static_cast<std::uint8_t*>(AllocateMemoryOrThrow(capacity_))), reading_(reading)
@@ -55,34 +41,6 @@ CStreamBuffer::CStreamBuffer(std::uint32_t capacity, bool reading)
 CStreamBuffer::~CStreamBuffer()
 {
     FreeMemory(data_);
-}
-
-// A buffer for reading keeps its start, so that what it has handed out can still be gone back to.
-inline std::uint32_t CStreamBuffer::Take(std::uint8_t*& destination, std::uint32_t& wanted)
-{
-    const std::uint32_t taken = std::min(count_, wanted);
-    CopyBytes(destination, data_ + start_, taken);
-    start_ += taken;
-    count_ -= taken;
-    destination += taken;
-    wanted -= taken;
-    if (count_ == 0 && !reading_) {
-        start_ = 0;
-    }
-    return taken;
-}
-
-inline std::uint32_t CStreamBuffer::Put(const std::uint8_t*& source, std::uint32_t& wanted)
-{
-    if (count_ == 0) {
-        start_ = 0;
-    }
-    const std::uint32_t put = std::min(GetRoom(), wanted);
-    CopyBytes(data_ + start_ + count_, source, put);
-    count_ += put;
-    source += put;
-    wanted -= put;
-    return put;
 }
 
 void CStreamBuffer::Compact()
@@ -145,7 +103,8 @@ void CBufferedStream::FlushAtEnd() noexcept
     try {
         CBufferedStream::Flush();
     } catch (const CException& exception) {
-        TraceF("%s\n", exception.message.CStr());
+        Trace(exception.message.CStr());
+        Trace("\n");
     } catch (...) {
         Trace("A buffered stream could not be flushed!\n");
     }
@@ -184,9 +143,11 @@ std::uint32_t CBufferedStream::ReadAcross(void* buffer, std::uint32_t count, std
     }
     auto* destination = static_cast<std::uint8_t*>(buffer);
     std::uint32_t wanted = count;
-    buffer_.Take(destination, wanted);
-    if (wanted != 0) {
-        wanted = ReadOn(destination, wanted, flags);
+    if (count <= buffer_.GetCount()) {
+        buffer_.Take(destination, wanted);
+    } else {
+        const std::uint32_t held = buffer_.CopyUnread(destination);
+        wanted = ReadOn(destination + held, count - held, flags);
     }
     position_ += count - wanted;
     if (wanted != 0 && (flags & READ_ALLOW_PARTIAL) == 0) {
@@ -195,25 +156,27 @@ std::uint32_t CBufferedStream::ReadAcross(void* buffer, std::uint32_t count, std
     return count - wanted;
 }
 
-// Reads behind the block, which is used up: whole blocks go straight to the destination, the rest through the
-// next block. Gives how many bytes the source did not have.
+// Reads behind the block: whole blocks go straight to the destination, the rest through the next block. Gives
+// how many bytes the source did not have. Where the source fails at once, the block is as before; where it
+// fails later, nothing is left that would be taken for bytes around the position, which stays.
 std::uint32_t CBufferedStream::ReadOn(std::uint8_t* destination, std::uint32_t wanted, std::uint32_t flags)
 {
     const std::uint32_t capacity = buffer_.GetCapacity();
     std::uint32_t got = capacity;
-    if (wanted > capacity) {
-        buffer_.Reset();
-    }
     while (wanted > capacity && got != 0) {
         got = inner_->Read(destination, capacity, flags | READ_ALLOW_PARTIAL);
+        buffer_.Reset();
         destination += got;
         wanted -= got;
     }
-    do {
+    for (;;) {
         got = buffer_.Fill(*inner_, flags, 0);
         buffer_.Take(destination, wanted);
-    } while (wanted != 0 && got != 0);
-    return wanted;
+        if (wanted == 0 || got == 0) {
+            return wanted;
+        }
+        buffer_.Reset();
+    }
 }
 
 void CBufferedStream::SetPosition(std::uint32_t position)

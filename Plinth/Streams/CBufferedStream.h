@@ -5,14 +5,17 @@
 //     while (reader.Read(&byte, 1, READ_ALLOW_PARTIAL) != 0) { ... }
 //
 // Use against the direction throws FILE_ERROR_MODE. What the inner stream throws passes through: bytes that
-// could not be written stay pending, and a read leaves the position as it was. While a buffered stream is in
+// could not be written stay pending, and a read leaves the position as it was, from which SetPosition goes on
+// safely. While a buffered stream is in
 // use nothing else moves the inner one. Time, size and name are the inner stream's; pending bytes are not in
 // its size.
 #pragma once
 
 #include "Plinth/Streams/IBufferedStream.h"
 
+#include <algorithm>
 #include <cstdint>
+#include <cstring>
 
 namespace Plinth {
 
@@ -36,6 +39,9 @@ public:
     std::uint32_t Take(std::uint8_t*& destination, std::uint32_t& wanted);
     std::uint32_t Put(const std::uint8_t*& source, std::uint32_t& wanted);
 
+    // Copies all that there is and leaves it there; gives its size.
+    std::uint32_t CopyUnread(std::uint8_t* destination) const;
+
     void Compact(); // moves the bytes to the front of the block
 
     // Reads a block and skips the first `start` bytes of it. Gives how many came. When the source throws, all
@@ -56,6 +62,16 @@ public:
 private:
     struct Layout;
 
+    // Streams are often used byte by byte.
+    static void CopyBytes(std::uint8_t* destination, const std::uint8_t* source, std::uint32_t count)
+    {
+        if (count == 1) {
+            *destination = *source;
+        } else {
+            std::memcpy(destination, source, count);
+        }
+    }
+
     std::uint32_t capacity_;
     std::uint8_t* data_;
     std::uint32_t count_ = 0;
@@ -63,6 +79,40 @@ private:
     std::uint32_t filled_ = 0;
     bool reading_;
 };
+
+// A buffer for reading keeps its start, so that what it has handed out can still be gone back to.
+inline std::uint32_t CStreamBuffer::Take(std::uint8_t*& destination, std::uint32_t& wanted)
+{
+    const std::uint32_t taken = std::min(count_, wanted);
+    CopyBytes(destination, data_ + start_, taken);
+    start_ += taken;
+    count_ -= taken;
+    destination += taken;
+    wanted -= taken;
+    if (count_ == 0 && !reading_) {
+        start_ = 0;
+    }
+    return taken;
+}
+
+inline std::uint32_t CStreamBuffer::Put(const std::uint8_t*& source, std::uint32_t& wanted)
+{
+    if (count_ == 0) {
+        start_ = 0;
+    }
+    const std::uint32_t put = std::min(GetRoom(), wanted);
+    CopyBytes(data_ + start_ + count_, source, put);
+    count_ += put;
+    source += put;
+    wanted -= put;
+    return put;
+}
+
+inline std::uint32_t CStreamBuffer::CopyUnread(std::uint8_t* destination) const
+{
+    CopyBytes(destination, data_ + start_, count_);
+    return count_;
+}
 
 class CBufferedStream : public IBufferedStream {
 public:

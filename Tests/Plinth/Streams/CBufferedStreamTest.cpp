@@ -125,8 +125,8 @@ TEST(CBufferedStream, ReadsAhead)
         {"r 2 p 1", "Read 1 1, Read 1 1", 1, 0}, // a block of 1
         {"w 1 w 0 f 0", "throws 5, throws 5", 0},
         {"!Read r 5 r 5", "Read 16 1, throws 1, Read 16 1", 5},
-        {"r 10 !Read r 10 p 32 r 1", "Read 16 1, Read 16 1, throws 1, SetPosition 32, Read 16 1", 33},
-        {"r 10 !Read r 23 p 0 r 1", "Read 16 1, Read 16 1, throws 1, SetPosition 0, Read 16 1", 1},
+        {"r 10 !Read r 10 p 0 r 1", "Read 16 1, Read 16 1, throws 1", 1},
+        {"r 10 !Read r 23 r 23", "Read 16 1, Read 16 1, throws 1, Read 16 1, Read 16 1", 33},
         {"r 10 !SetPosition p 48 p 0 r 1", "Read 16 1, SetPosition 48, throws 1, SetPosition 0, Read 16 1",
          1},
         {"r 10 !Seek b 48 b 0 r 1", "Read 16 1, Seek 48 0, throws 1, Seek 0 0, Read 16 1", 1},
@@ -263,6 +263,31 @@ TEST(CBufferedStream, HandsOnWhatIsNotBuffered)
         stream.SetTime(UINT64_MAX);
         EXPECT_EQ(log, "GetTime, GetSize, SetSize 4294967295, SetTime 18446744073709551615");
     }
+}
+
+TEST(CStreamBuffer, MovesItsBytesToTheFront)
+{
+    CStreamBuffer buffer(16, WRITING);
+    const auto* source = reinterpret_cast<const std::uint8_t*>(BYTES.data());
+    std::uint8_t taken[16] = {};
+    std::uint8_t* destination = taken;
+    const auto put = [&](std::uint32_t wanted) { return buffer.Put(source, wanted); };
+    const auto take = [&](std::uint32_t wanted) { return buffer.Take(destination, wanted); };
+    EXPECT_EQ(put(10), 10u);
+    EXPECT_EQ(take(4), 4u);
+    EXPECT_EQ(put(8), 6u); // up to the block's end
+    EXPECT_EQ(buffer.GetStart(), 4u);
+    buffer.Compact();
+    EXPECT_EQ(buffer.GetStart(), 0u);
+    EXPECT_EQ(put(2), 2u);
+    EXPECT_EQ(take(2), 2u);
+    CMemoryStream rest;
+    buffer.WriteTo(rest);
+    EXPECT_EQ(std::string(taken, destination) + std::string(rest.GetData(), rest.GetData() + rest.GetSize()),
+              BYTES.substr(0, 18));
+    EXPECT_EQ(put(3), 3u);
+    EXPECT_EQ(take(5), 3u);
+    EXPECT_EQ(buffer.GetStart(), 0u); // from the front again
 }
 
 struct BrokenStream : RecordingStream {
