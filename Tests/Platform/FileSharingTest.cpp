@@ -106,8 +106,8 @@ TEST_F(FileSharing, WhatIsRefusedHasChangedNothing)
         SetLastError(77);
         EXPECT_EQ(DeleteFileW(path_.c_str()), takesPart ? FALSE : TRUE) << number;
         EXPECT_EQ(GetLastError(), takesPart ? DWORD{ERROR_SHARING_VIOLATION} : 77u) << number;
-        EXPECT_EQ(std::filesystem::exists(native_), takesPart) << number;
         CloseHandle(file);
+        EXPECT_EQ(std::filesystem::exists(native_), takesPart) << number;
         EXPECT_TRUE(!takesPart || std::filesystem::file_size(native_) == 3) << number;
     }
 }
