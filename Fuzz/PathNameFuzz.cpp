@@ -39,7 +39,8 @@ void CheckParts(std::u16string_view full)
     std::u16string_view rest = full.substr(DRIVE_ROOT_LENGTH);
     while (!rest.empty()) {
         const std::u16string_view part = rest.substr(0, rest.find(u'\\'));
-        Require(!part.empty() && part != u"." && part != u".." && part.find(u'/') == part.npos);
+        Require(!part.empty() && part != u"." && part != u".." &&
+                part.find(u'/') == std::u16string_view::npos);
         rest.remove_prefix(std::min(rest.size(), part.size() + 1));
         isStable = isStable && !EndsOddly(part);
     }
@@ -112,7 +113,7 @@ struct PlainMatcher {
 void CheckPattern(std::u16string_view text, std::u16string_view name)
 {
     const bool matches = Pattern(text).Matches(name);
-    const bool isPattern = text.find_first_of(u"<>\"") == text.npos;
+    const bool isPattern = text.find_first_of(u"<>\"") == std::u16string_view::npos;
     if (!isPattern || text.size() > LONGEST_MATCHED || name.size() > LONGEST_MATCHED) {
         return;
     }

@@ -230,7 +230,7 @@ DWORD FindMatching(std::u16string_view folderPath, std::u16string_view text, WIN
     Descriptor folder;
     Listing names;
     DWORD error = CompletePath(folderPath.empty() ? u"." : folderPath, storage, full);
-    if (error == ERROR_SUCCESS && text.find_first_of(u"<>\"|") != text.npos) {
+    if (error == ERROR_SUCCESS && text.find_first_of(u"<>\"|") != std::u16string_view::npos) {
         error = ERROR_INVALID_NAME;
     }
     if (error == ERROR_SUCCESS) {
