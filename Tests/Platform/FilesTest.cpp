@@ -146,25 +146,23 @@ TEST_F(Files, PositionsMoveByTheirRules)
         LONG highResult;
         DWORD error;
     };
-    const Row rows[] = {
-        {5, NONE, FILE_BEGIN, 5, NONE, UNTOUCHED},
-        {-1, NONE, FILE_CURRENT, 4, NONE, UNTOUCHED},
-        {-5, NONE, FILE_CURRENT, FAILED, NONE, ERROR_NEGATIVE_SEEK},
-        {-1, NONE, FILE_BEGIN, FAILED, NONE, ERROR_NEGATIVE_SEEK},
-        {0, NONE, FILE_CURRENT, 4, NONE, UNTOUCHED},
-        {3, NONE, FILE_END, 13, NONE, UNTOUCHED},
-        {-11, NONE, FILE_END, FAILED, NONE, ERROR_NEGATIVE_SEEK},
-        {0, 5, 3, FAILED, 5, ERROR_INVALID_PARAMETER},
-        {MOST, NONE, FILE_BEGIN, 0x7FFFFFFF, NONE, UNTOUCHED},
-        {MOST, NONE, FILE_CURRENT, 0xFFFFFFFE, NONE, UNTOUCHED},
-        {1, NONE, FILE_CURRENT, 0xFFFFFFFF, NONE, ERROR_SUCCESS},
-        {-1, 0, FILE_BEGIN, 0xFFFFFFFF, 0, ERROR_SUCCESS},
-        {1, 0, FILE_CURRENT, 0, 1, UNTOUCHED},
-        {-1, -1, FILE_CURRENT, 0xFFFFFFFF, 0, ERROR_SUCCESS},
-        {-1, -1, FILE_BEGIN, FAILED, -1, ERROR_NEGATIVE_SEEK},
-        {2, 1, FILE_CURRENT, 1, 2, UNTOUCHED},
-        {4, 0, FILE_BEGIN, 4, 0, UNTOUCHED},
-    };
+    const Row rows[] = {{5, NONE, FILE_BEGIN, 5, NONE, UNTOUCHED},
+                        {-1, NONE, FILE_CURRENT, 4, NONE, UNTOUCHED},
+                        {-5, NONE, FILE_CURRENT, FAILED, NONE, ERROR_NEGATIVE_SEEK},
+                        {-1, NONE, FILE_BEGIN, FAILED, NONE, ERROR_NEGATIVE_SEEK},
+                        {0, NONE, FILE_CURRENT, 4, NONE, UNTOUCHED},
+                        {3, NONE, FILE_END, 13, NONE, UNTOUCHED},
+                        {-11, NONE, FILE_END, FAILED, NONE, ERROR_NEGATIVE_SEEK},
+                        {0, 5, 3, FAILED, 5, ERROR_INVALID_PARAMETER},
+                        {MOST, NONE, FILE_BEGIN, 0x7FFFFFFF, NONE, UNTOUCHED},
+                        {MOST, NONE, FILE_CURRENT, 0xFFFFFFFE, NONE, UNTOUCHED},
+                        {1, NONE, FILE_CURRENT, 0xFFFFFFFF, NONE, ERROR_SUCCESS},
+                        {-1, 0, FILE_BEGIN, 0xFFFFFFFF, 0, ERROR_SUCCESS},
+                        {1, 0, FILE_CURRENT, 0, 1, UNTOUCHED},
+                        {-1, -1, FILE_CURRENT, 0xFFFFFFFF, 0, ERROR_SUCCESS},
+                        {-1, -1, FILE_BEGIN, FAILED, -1, ERROR_NEGATIVE_SEEK},
+                        {2, 1, FILE_CURRENT, 1, 2, UNTOUCHED},
+                        {4, 0, FILE_BEGIN, 4, 0, UNTOUCHED}};
     auto* const file = OpenDigits();
     for (const Row& row : rows) {
         LONG high = row.high;
@@ -332,41 +330,39 @@ TEST_F(Files, FoldersAreMadeAndRemoved)
         DWORD error;
     };
     std::ofstream(scratch_.Path() / "file") << "x";
-    const Row rows[] = {
-        {"dir", MAKE, UNTOUCHED},
-        {"DIR", MAKE, 183},
-        {"dir\\", MAKE, 183},
-        {"file", MAKE, 183},
-        {"file\\", MAKE, 183},
-        {"no\\x", MAKE, 3},
-        {"file\\x", MAKE, 3},
-        {"a*", MAKE, 123},
-        {"d2\\", MAKE, UNTOUCHED},
-        {"d3.", MAKE, UNTOUCHED},
-        {"new\\x\\", MAKE, 3},
-        {"..", MAKE, 183},
-        {"dir", DELETES, 5},
-        {"dir\\", DELETES, 5},
-        {"file\\", DELETES, 123},
-        {"no", DELETES, 2},
-        {"no\\", DELETES, 2},
-        {"no\\x", DELETES, 3},
-        {"file\\x", DELETES, 3},
-        {"fi*", DELETES, 123},
-        {"dir\\in", MAKE, UNTOUCHED},
-        {"dir", REMOVE, 145},
-        {"Dir\\IN", REMOVE, UNTOUCHED},
-        {"file", REMOVE, 267},
-        {"file\\", REMOVE, 123},
-        {"no", REMOVE, 2},
-        {"no\\x", REMOVE, 3},
-        {"file\\x", REMOVE, 3},
-        {"d*", REMOVE, 123},
-        {"d3", REMOVE, UNTOUCHED},
-        {"d2\\", REMOVE, UNTOUCHED},
-        {"FILE", DELETES, UNTOUCHED},
-        {"file", DELETES, 2},
-    };
+    const Row rows[] = {{"dir", MAKE, UNTOUCHED},
+                        {"DIR", MAKE, 183},
+                        {"dir\\", MAKE, 183},
+                        {"file", MAKE, 183},
+                        {"file\\", MAKE, 183},
+                        {"no\\x", MAKE, 3},
+                        {"file\\x", MAKE, 3},
+                        {"a*", MAKE, 123},
+                        {"d2\\", MAKE, UNTOUCHED},
+                        {"d3.", MAKE, UNTOUCHED},
+                        {"new\\x\\", MAKE, 3},
+                        {"..", MAKE, 183},
+                        {"dir", DELETES, 5},
+                        {"dir\\", DELETES, 5},
+                        {"file\\", DELETES, 123},
+                        {"no", DELETES, 2},
+                        {"no\\", DELETES, 2},
+                        {"no\\x", DELETES, 3},
+                        {"file\\x", DELETES, 3},
+                        {"fi*", DELETES, 123},
+                        {"dir\\in", MAKE, UNTOUCHED},
+                        {"dir", REMOVE, 145},
+                        {"Dir\\IN", REMOVE, UNTOUCHED},
+                        {"file", REMOVE, 267},
+                        {"file\\", REMOVE, 123},
+                        {"no", REMOVE, 2},
+                        {"no\\x", REMOVE, 3},
+                        {"file\\x", REMOVE, 3},
+                        {"d*", REMOVE, 123},
+                        {"d3", REMOVE, UNTOUCHED},
+                        {"d2\\", REMOVE, UNTOUCHED},
+                        {"FILE", DELETES, UNTOUCHED},
+                        {"file", DELETES, 2}};
     for (const Row& row : rows) {
         const WideText path = PathOf(row.name);
         const auto call = [&] {
@@ -392,7 +388,7 @@ TEST_F(Files, FoldersAreMadeAndRemoved)
 DWORD WINAPI WriteRecords(LPVOID file)
 {
     DWORD done = 0;
-    for (int i = 0; i < 1000; ++i) {
+    for (int i = 0; i < 20000; ++i) {
         WriteFile(file, "one whole record", 16, &done, nullptr);
     }
     return 0;
@@ -407,7 +403,7 @@ TEST_F(Files, ThreadsShareAPosition)
     CloseHandle(thread);
     CloseHandle(file);
     const std::string content = Content("file");
-    EXPECT_EQ(content.size(), 32000u);
+    EXPECT_EQ(content.size(), 640000u);
     for (std::size_t place = 0; place < content.size(); place += 16) {
         EXPECT_EQ(content.substr(place, 16), "one whole record");
     }

@@ -156,22 +156,20 @@ TEST_F(FileFailures, OnlyReachableNamesAreFound)
 
 TEST_F(FileFailures, WindowsPatternsBeyondWines)
 {
-    const std::tuple<const char16_t*, const char16_t*, bool> rows[] = {
-        {u"c?", u"C", true},
-        {u"??.*", u"b.txt", true},
-        {u"b.txt?", u"b.txt", true},
-        {u"*?", u"abc", true},
-        {u"*?", u"", true},
-        {u"?", u".", false},
-        {u"*.", u"abc", true},
-        {u"*.", u"a.b", false},
-        {u"*.htm", u"a.html", false},
-        {u"*.ht??", u"a.htm", true},
-        {u"a*b*.c", u"axb.b.c", true},
-        {u"*.*", u"abc", true},
-        {u"????", u"abc", true},
-        {u"????", u"abcde", false},
-    };
+    const std::tuple<const char16_t*, const char16_t*, bool> rows[] = {{u"c?", u"C", true},
+                                                                       {u"??.*", u"b.txt", true},
+                                                                       {u"b.txt?", u"b.txt", true},
+                                                                       {u"*?", u"abc", true},
+                                                                       {u"*?", u"", true},
+                                                                       {u"?", u".", false},
+                                                                       {u"*.", u"abc", true},
+                                                                       {u"*.", u"a.b", false},
+                                                                       {u"*.htm", u"a.html", false},
+                                                                       {u"*.ht??", u"a.htm", true},
+                                                                       {u"a*b*.c", u"axb.b.c", true},
+                                                                       {u"*.*", u"abc", true},
+                                                                       {u"????", u"abc", true},
+                                                                       {u"????", u"abcde", false}};
     for (const auto& [pattern, name, matches] : rows) {
         EXPECT_EQ(Pattern(pattern).Matches(name), matches) << ToUtf8(pattern) << ' ' << ToUtf8(name);
     }
@@ -186,6 +184,22 @@ TEST_F(FileFailures, ReadOnlyFilesAreNotWritten)
     }
     EXPECT_TRUE(Opened(CreateFileW(old_.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr)));
     EXPECT_EQ(std::filesystem::file_size(scratch_.Path() / "another"), 4u);
+}
+
+TEST_F(FileFailures, WindowsAnswersWhereWineHasOthers)
+{
+    LONG high = 0;
+    EXPECT_EQ(SetFilePointer(file_, -1, &high, FILE_BEGIN), 0xFFFFFFFF);
+    EXPECT_EQ(SetFilePointer(file_, 1, nullptr, FILE_CURRENT), INVALID_SET_FILE_POINTER);
+    EXPECT_EQ(lastError, ERROR_INVALID_PARAMETER);
+    EXPECT_EQ(SetFilePointer(file_, 1, &high, FILE_CURRENT), 0u);
+    auto* const read = CreateFileW(old_.c_str(), GENERIC_READ, 3, nullptr, OPEN_EXISTING, 0, nullptr);
+    EXPECT_FALSE(SetEndOfFile(read));
+    EXPECT_EQ(lastError, ERROR_ACCESS_DENIED);
+    EXPECT_FALSE(SetFileTime(read, nullptr, nullptr, &time_));
+    CloseHandle(read);
+    EXPECT_FALSE(CreateDirectoryW(u"Z:\\", nullptr) || RemoveDirectoryW(u"Z:\\"));
+    EXPECT_EQ(lastError, ERROR_ACCESS_DENIED);
 }
 
 TEST_F(FileFailures, APipeIsReadAsItsBytesCome)
