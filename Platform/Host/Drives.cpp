@@ -164,8 +164,8 @@ std::u16string JoinParts(std::u16string_view drive, const std::vector<std::u16st
     return full;
 }
 
-// Whether a path is surely what it is completed to, as most are: it begins with a drive's root, and no part is
-// empty or ends in a dot or blank.
+// Whether a path is surely what it is completed to, as most are: it begins with a drive's root, and no part
+// is empty or ends in a dot or blank.
 bool IsComplete(std::u16string_view path)
 {
     if (path.size() <= DRIVE_ROOT_LENGTH || !HasDrive(path) || path[0] > u'Z' || path[2] != u'\\') {

@@ -64,8 +64,8 @@ private:
 
 int Opening::Flags() const
 {
-    const int common = O_CLOEXEC | O_NOCTTY |
-                       ((request_.flagsAndAttributes & FILE_FLAG_WRITE_THROUGH) != 0 ? O_DSYNC : 0);
+    const int common =
+        O_CLOEXEC | O_NOCTTY | ((request_.flagsAndAttributes & FILE_FLAG_WRITE_THROUGH) != 0 ? O_DSYNC : 0);
     if (Changes()) {
         return common | (Reads() ? O_RDWR : O_WRONLY);
     }
@@ -202,7 +202,8 @@ HANDLE OpenFile(LPCWSTR fileName, const OpenRequest& request)
     std::u16string_view full;
     DWORD error = ERROR_PATH_NOT_FOUND;
     if (fileName != nullptr && *fileName != 0) {
-        error = IsDisposition(request.disposition) ? CompletePath(fileName, storage, full) : ERROR_INVALID_PARAMETER;
+        error = IsDisposition(request.disposition) ? CompletePath(fileName, storage, full)
+                                                   : ERROR_INVALID_PARAMETER;
     }
     if (error != ERROR_SUCCESS) {
         Fail(error);

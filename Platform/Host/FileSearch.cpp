@@ -119,7 +119,11 @@ public:
     }
 
     // Null behind the last one.
-    const char* Next() { return next_ < places_.size() ? &names_[places_[next_++]] : nullptr; }
+    [[nodiscard]] const char* Current() const
+    {
+        return next_ < places_.size() ? &names_[places_[next_]] : nullptr;
+    }
+    void GoOn() { ++next_; }
 
 private:
     void AddAll(const char* buffer, std::size_t filled, Pattern& pattern)
@@ -150,8 +154,11 @@ private:
 
 class Search : public KernelObject {
 public:
-    Search() = default;
-    Search(Descriptor folder, Listing names) : folder_(std::move(folder)), names_(std::move(names)) {}
+    void Begin(Descriptor folder, Listing names)
+    {
+        folder_ = std::move(folder);
+        names_ = std::move(names);
+    }
 
     DWORD Wait(DWORD /*milliseconds*/) override
     {
@@ -159,19 +166,20 @@ public:
         return WAIT_FAILED;
     }
 
-    // False when there is nothing more.
+    // False when there is nothing more. What cannot be told for lack of memory has its turn again.
     bool Next(WIN32_FIND_DATAW& found)
     {
         const std::lock_guard lock(mutex_);
-        while (const char* name = names_.Next()) {
+        bool isThere = false;
+        for (const char* name = nullptr; !isThere && (name = names_.Current()) != nullptr; names_.GoOn()) {
             struct stat status {};
-            if (fstatat(folder_.Number(), name, &status, 0) == 0) {
-                Describe(status, found);
+            isThere = fstatat(folder_.Number(), name, &status, 0) == 0;
+            if (isThere) {
                 Name(std::string_view(name), found);
-                return true;
+                Describe(status, found);
             }
         }
-        return false;
+        return isThere;
     }
 
 private:
@@ -215,14 +223,14 @@ DWORD OpenFolder(std::u16string_view full, Descriptor& folder)
 }
 
 DWORD FindMatching(std::u16string_view folderPath, std::u16string_view text, WIN32_FIND_DATAW& found,
-                   std::shared_ptr<Search>& search)
+                   Search& search)
 {
     std::u16string storage;
     std::u16string_view full;
     Descriptor folder;
     Listing names;
     DWORD error = CompletePath(folderPath.empty() ? u"." : folderPath, storage, full);
-    if (error == ERROR_SUCCESS && text.find_first_of(u"<>\"|") != text.npos) {
+    if (error == ERROR_SUCCESS && text.find_first_of(u"<>\"|") != std::u16string_view::npos) {
         error = ERROR_INVALID_NAME;
     }
     if (error == ERROR_SUCCESS) {
@@ -233,8 +241,8 @@ DWORD FindMatching(std::u16string_view folderPath, std::u16string_view text, WIN
         error = names.Read(folder.Number(), full.size() == DRIVE_ROOT_LENGTH, pattern);
     }
     if (error == ERROR_SUCCESS) {
-        search = std::make_shared<Search>(std::move(folder), std::move(names));
-        error = search->Next(found) ? ERROR_SUCCESS : ERROR_FILE_NOT_FOUND;
+        search.Begin(std::move(folder), std::move(names));
+        error = search.Next(found) ? ERROR_SUCCESS : ERROR_FILE_NOT_FOUND;
     }
     return error;
 }
@@ -258,7 +266,7 @@ DWORD StatPlain(std::u16string_view full, std::u16string& name, struct stat& sta
     return error;
 }
 
-DWORD FindPlain(std::u16string_view path, WIN32_FIND_DATAW& found, std::shared_ptr<Search>& search)
+DWORD FindPlain(std::u16string_view path, WIN32_FIND_DATAW& found)
 {
     std::u16string storage;
     std::u16string_view full;
@@ -273,28 +281,27 @@ DWORD FindPlain(std::u16string_view path, WIN32_FIND_DATAW& found, std::shared_p
         return FolderError(full.substr(0, std::max(full.rfind(u'\\'), DRIVE_ROOT_LENGTH)));
     }
     if (error == ERROR_SUCCESS) {
-        search = std::make_shared<Search>();
         Describe(status, found);
         Name(name, found);
     }
     return error;
 }
 
-DWORD Find(std::u16string_view path, WIN32_FIND_DATAW& found, std::shared_ptr<Search>& search)
+DWORD Find(std::u16string_view path, WIN32_FIND_DATAW& found, Search& search)
 {
     if (path.empty()) {
         return ERROR_PATH_NOT_FOUND;
     }
     const auto behindFolder = std::find_if(path.rbegin(), path.rend(), [](char16_t unit) {
-        return IsSeparator(unit) || unit == u':';
-    }).base();
+                                  return IsSeparator(unit) || unit == u':';
+                              }).base();
     const auto length = static_cast<std::size_t>(behindFolder - path.begin());
     const std::u16string_view last = path.substr(length);
     if (last.empty()) {
         return ERROR_FILE_NOT_FOUND;
     }
     return Pattern::IsOne(last) ? FindMatching(path.substr(0, length), last, found, search)
-                                : FindPlain(path, found, search);
+                                : FindPlain(path, found);
 }
 
 } // namespace
@@ -306,13 +313,14 @@ using namespace Platform::Host;
 HANDLE WINAPI FindFirstFileW(LPCWSTR fileName, LPWIN32_FIND_DATAW found)
 {
     return Guarded("FindFirstFileW", INVALID_HANDLE_VALUE, [&]() -> HANDLE {
-        std::shared_ptr<Search> search;
-        const DWORD error = Find(fileName != nullptr ? fileName : u"", *found, search);
+        const auto search = std::make_shared<Search>();
+        PendingHandle handle(search);
+        const DWORD error = Find(fileName != nullptr ? fileName : u"", *found, *search);
         if (error != ERROR_SUCCESS) {
             Fail(error);
             return INVALID_HANDLE_VALUE;
         }
-        return OpenHandle(std::move(search));
+        return handle.HandOut();
     });
 }
 

@@ -107,8 +107,8 @@ BOOL WINAPI ReadFile(HANDLE file, LPVOID bytes, DWORD byteCount, LPDWORD done, L
         *done = 0;
     }
     return Guarded("ReadFile", FALSE, [&] {
-        return Transfer(file, done, overlapped, [&](File& found, DWORD& count) {
-            return found.Read(static_cast<char*>(bytes), byteCount, count);
+        return Transfer(file, done, overlapped, [&](File& found, DWORD& bytesDone) {
+            return found.Read(static_cast<char*>(bytes), byteCount, bytesDone);
         });
     });
 }
@@ -119,8 +119,8 @@ BOOL WINAPI WriteFile(HANDLE file, LPCVOID bytes, DWORD byteCount, LPDWORD done,
         *done = 0;
     }
     return Guarded("WriteFile", FALSE, [&] {
-        return Transfer(file, done, overlapped, [&](File& found, DWORD& count) {
-            return found.Write(static_cast<const char*>(bytes), byteCount, count);
+        return Transfer(file, done, overlapped, [&](File& found, DWORD& bytesDone) {
+            return found.Write(static_cast<const char*>(bytes), byteCount, bytesDone);
         });
     });
 }

@@ -54,8 +54,9 @@ using LPWIN32_FIND_DATAW = WIN32_FIND_DATAW*;
 
 static_assert(sizeof(WIN32_FIND_DATAW) == 592);
 
-// INVALID_HANDLE_VALUE: failed. On success the last error is ERROR_ALREADY_EXISTS where CREATE_ALWAYS or
-// OPEN_ALWAYS found the file, else ERROR_SUCCESS. Security and template are ignored.
+// INVALID_HANDLE_VALUE: failed, and an existing file is as it was. On success the last error is
+// ERROR_ALREADY_EXISTS where CREATE_ALWAYS or OPEN_ALWAYS found the file, else ERROR_SUCCESS. Security,
+// template and the two hints of how it will be read are ignored.
 HANDLE WINAPI CreateFileW(LPCWSTR fileName, DWORD access, DWORD shareMode,
                           LPSECURITY_ATTRIBUTES securityAttributes, DWORD disposition,
                           DWORD flagsAndAttributes, HANDLE templateFile);
@@ -65,21 +66,31 @@ HANDLE WINAPI CreateFileW(LPCWSTR fileName, DWORD access, DWORD shareMode,
 BOOL WINAPI ReadFile(HANDLE file, LPVOID bytes, DWORD byteCount, LPDWORD done, LPOVERLAPPED overlapped);
 BOOL WINAPI WriteFile(HANDLE file, LPCVOID bytes, DWORD byteCount, LPDWORD done, LPOVERLAPPED overlapped);
 
+// Without a high part the distance is the low one with its sign, and the new position has to fit into 32
+// bits. Fails with INVALID_SET_FILE_POINTER, the position and the high part being as they were; where that is
+// the low part of the position, the last error is ERROR_SUCCESS. It may lie behind the end.
 DWORD WINAPI SetFilePointer(HANDLE file, LONG distance, LONG* distanceHigh, DWORD method);
+
+// Puts the end where the position is.
 BOOL WINAPI SetEndOfFile(HANDLE file);
+
+// Fails with INVALID_FILE_SIZE; where that is the low part of the size, the last error is ERROR_SUCCESS.
 DWORD WINAPI GetFileSize(HANDLE file, LPDWORD sizeHigh);
 
-// A null time is not asked for, or stays.
+// A null time is not asked for, or stays, as it does where it is 0. The time of creation is shown as that of
+// the last write and cannot be set.
 BOOL WINAPI GetFileTime(HANDLE file, LPFILETIME creation, LPFILETIME lastAccess, LPFILETIME lastWrite);
 BOOL WINAPI SetFileTime(HANDLE file, const FILETIME* creation, const FILETIME* lastAccess,
                         const FILETIME* lastWrite);
 
+// ERROR_SHARING_VIOLATION while a handle has access to the file, whatever it shares.
 BOOL WINAPI DeleteFileW(LPCWSTR fileName);
 BOOL WINAPI CreateDirectoryW(LPCWSTR pathName, LPSECURITY_ATTRIBUTES securityAttributes);
 BOOL WINAPI RemoveDirectoryW(LPCWSTR pathName);
 
-// A search gives the names in order, "." and ".." first. INVALID_HANDLE_VALUE: nothing was found. A search
-// ends with FindClose.
+// The last part of the name may have wildcards; Platform/Host/Wildcards.h has their rules. The names come in
+// order, "." and ".." first, which a drive's root does not have. INVALID_HANDLE_VALUE: nothing was found.
+// ERROR_NO_MORE_FILES ends a search, `found` being what it was; its handle is given up with FindClose.
 HANDLE WINAPI FindFirstFileW(LPCWSTR fileName, LPWIN32_FIND_DATAW found);
 BOOL WINAPI FindNextFileW(HANDLE search, LPWIN32_FIND_DATAW found);
 BOOL WINAPI FindClose(HANDLE search);

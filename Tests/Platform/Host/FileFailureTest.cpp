@@ -1,0 +1,216 @@
+// Files, folders and searches when the gate stops them, when the host has no memory, and with what only the
+// host can have: names that no path leads to, links that lead nowhere, pipes, patterns beyond Wine's.
+#include "Platform/Host/Drives.h"
+#include "Platform/Host/Gate.h"
+#include "Platform/Host/Handles.h"
+#include "Platform/Host/Wildcards.h"
+#include "Tests/Support/HeapWatch.h"
+#include "Tests/Support/ScratchFolder.h"
+#include "Tests/Support/Target.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <functional>
+#include <set>
+#include <tuple>
+
+namespace {
+
+using namespace Platform::Host;
+
+class FileFailures : public testing::Test {
+protected:
+    struct Operation {
+        const char* function;
+        std::function<bool()> run;
+    };
+
+    FileFailures()
+    {
+        std::filesystem::create_directory(scratch_.Path() / "a folder of a long name");
+        std::ofstream(scratch_.Path() / "a file of a long name") << "text";
+        file_ = CreateFileW(PathOf("a file of a long name").c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr,
+                            OPEN_EXISTING, 0, nullptr);
+        std::ofstream(scratch_.Path() / "another") << "text";
+        search_ = FindFirstFileW(PathOf("*").c_str(), &found_);
+    }
+    ~FileFailures() override
+    {
+        CloseHandle(file_);
+        FindClose(search_);
+    }
+
+    [[nodiscard]] std::u16string PathOf(const char* name) const
+    {
+        return ToPlatform(scratch_.Path()) + u"\\" + std::u16string(name, name + std::strlen(name));
+    }
+
+    // Closes what it opened.
+    static bool Opened(HANDLE handle) { return handle != INVALID_HANDLE_VALUE && ReleaseHandle(handle); }
+
+    [[nodiscard]] std::set<std::filesystem::path> Names() const
+    {
+        std::set<std::filesystem::path> names;
+        for (const auto& entry : std::filesystem::directory_iterator(scratch_.Path())) {
+            names.insert(entry.path().filename());
+        }
+        return names;
+    }
+
+    ScratchFolder scratch_;
+    HANDLE file_ = nullptr;
+    HANDLE search_ = nullptr;
+    WIN32_FIND_DATAW found_{};
+    DWORD done_ = 0;
+    char bytes_[8]{};
+    FILETIME time_{};
+    const std::u16string old_ = PathOf("ANOTHER");
+    const std::u16string new_ = PathOf("something new");
+    const std::u16string folder_ = PathOf("a FOLDER of a long name");
+    const std::u16string all_ = PathOf("*");
+    const Operation operations_[17] = {
+        {"CreateFileW",
+         [this] {
+             return Opened(CreateFileW(old_.c_str(), GENERIC_READ, 1, nullptr, OPEN_EXISTING, 0, nullptr));
+         }},
+        {"FindFirstFileW", [this] { return Opened(FindFirstFileW(all_.c_str(), &found_)); }},
+        {"FindFirstFileW", [this] { return Opened(FindFirstFileW(old_.c_str(), &found_)); }},
+        {"FindNextFileW", [this] { return FindNextFileW(search_, &found_) != FALSE; }},
+        {"ReadFile", [this] { return ReadFile(file_, bytes_, 1, &done_, nullptr) != FALSE; }},
+        {"WriteFile", [this] { return WriteFile(file_, bytes_, 1, &done_, nullptr) != FALSE; }},
+        {"SetFilePointer",
+         [this] { return SetFilePointer(file_, 0, nullptr, 0) != INVALID_SET_FILE_POINTER; }},
+        {"SetEndOfFile", [this] { return SetEndOfFile(file_) != FALSE; }},
+        {"GetFileSize", [this] { return GetFileSize(file_, nullptr) != INVALID_FILE_SIZE; }},
+        {"GetFileTime", [this] { return GetFileTime(file_, nullptr, nullptr, &time_) != FALSE; }},
+        {"SetFileTime", [this] { return SetFileTime(file_, nullptr, nullptr, &time_) != FALSE; }},
+        {"FindClose", [this] { return FindClose(search_) != FALSE; }},
+        // These change what is there.
+        {"CreateFileW",
+         [this] {
+             return Opened(CreateFileW(new_.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, 0, nullptr));
+         }},
+        {"DeleteFileW", [this] { return DeleteFileW(old_.c_str()) != FALSE; }},
+        {"RemoveDirectoryW", [this] { return RemoveDirectoryW(folder_.c_str()) != FALSE; }},
+        {"CreateDirectoryW", [this] { return CreateDirectoryW(folder_.c_str(), nullptr) != FALSE; }},
+        {"RemoveDirectoryW", [this] { return RemoveDirectoryW(folder_.c_str()) != FALSE; }},
+    };
+};
+
+TEST_F(FileFailures, WhatFailsHasChangedNothing)
+{
+    unsigned points = 0;
+    for (const Operation& operation : operations_) {
+        const auto before = Names();
+        {
+            const GateWatch watch({.function = operation.function, .ordinal = 1, .error = ERROR_DISK_FULL});
+            EXPECT_FALSE(operation.run()) << operation.function;
+            EXPECT_EQ(lastError, ERROR_DISK_FULL);
+            EXPECT_TRUE(watch.Failed());
+        }
+        for (unsigned ordinal = 1, failures = 1; failures != 0 && !HasFailure(); ++ordinal) {
+            bool succeeded = false;
+            {
+                const HeapWatch watch({.ordinal = ordinal});
+                succeeded = operation.run();
+                failures = watch.Failures();
+            }
+            EXPECT_EQ(succeeded, failures == 0) << operation.function << ordinal;
+            if (failures != 0) {
+                ++points;
+                EXPECT_EQ(lastError, ERROR_NOT_ENOUGH_MEMORY);
+                EXPECT_EQ(Names(), before) << operation.function;
+            }
+        }
+    }
+    EXPECT_GT(points, 20u);
+}
+
+TEST_F(FileFailures, OnlyReachableNamesAreFound)
+{
+    const ScratchFolder scratch;
+    for (const char* name :
+         {"a|b", "a*", "b.", "b ", "b\\c", "\xff", "q?", "\x01", "ok", "\xc3\xa4", "\xed\xa0\x80"}) {
+        std::ofstream(scratch.Path() / name) << "x";
+    }
+    std::filesystem::create_symlink("nowhere", scratch.Path() / "dangling");
+    std::filesystem::create_symlink("ok", scratch.Path() / "link");
+    std::u16string names;
+    auto* const search = FindFirstFileW((ToPlatform(scratch.Path()) + u"\\*").c_str(), &found_);
+    do {
+        names += std::u16string(found_.cFileName) + u' ';
+        std::filesystem::remove(scratch.Path() / "ok"); // its turn comes later
+    } while (FindNextFileW(search, &found_));
+    FindClose(search);
+    EXPECT_EQ(names, u". .. \u00e4 \xD800 ");
+    for (const char16_t* path : {u"\\a|*", u"\\<*"}) {
+        EXPECT_FALSE(Opened(FindFirstFileW((ToPlatform(scratch.Path()) + path).c_str(), &found_)));
+        EXPECT_EQ(lastError, ERROR_INVALID_NAME);
+    }
+    EXPECT_FALSE(Opened(FindFirstFileW((PathOf("another") + u"\\*").c_str(), &found_)));
+    EXPECT_EQ(lastError, ERROR_DIRECTORY);
+}
+
+TEST_F(FileFailures, WindowsPatternsBeyondWines)
+{
+    const std::tuple<const char16_t*, const char16_t*, bool> rows[] = {{u"c?", u"C", true},
+                                                                       {u"??.*", u"b.txt", true},
+                                                                       {u"b.txt?", u"b.txt", true},
+                                                                       {u"*?", u"abc", true},
+                                                                       {u"*?", u"", true},
+                                                                       {u"?", u".", false},
+                                                                       {u"*.", u"abc", true},
+                                                                       {u"*.", u"a.b", false},
+                                                                       {u"*.htm", u"a.html", false},
+                                                                       {u"*.ht??", u"a.htm", true},
+                                                                       {u"a*b*.c", u"axb.b.c", true},
+                                                                       {u"*.*", u"abc", true},
+                                                                       {u"????", u"abc", true},
+                                                                       {u"????", u"abcde", false}};
+    for (const auto& [pattern, name, matches] : rows) {
+        EXPECT_EQ(Pattern(pattern).Matches(name), matches) << ToUtf8(pattern) << ' ' << ToUtf8(name);
+    }
+}
+
+TEST_F(FileFailures, ReadOnlyFilesAreNotWritten)
+{
+    std::filesystem::permissions(scratch_.Path() / "another", std::filesystem::perms::owner_read);
+    for (const DWORD disposition : {CREATE_ALWAYS, OPEN_EXISTING, OPEN_ALWAYS, TRUNCATE_EXISTING}) {
+        EXPECT_FALSE(Opened(CreateFileW(old_.c_str(), GENERIC_WRITE, 0, nullptr, disposition, 0, nullptr)));
+        EXPECT_EQ(lastError, ERROR_ACCESS_DENIED);
+    }
+    EXPECT_TRUE(Opened(CreateFileW(old_.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr)));
+    EXPECT_EQ(std::filesystem::file_size(scratch_.Path() / "another"), 4u);
+}
+
+TEST_F(FileFailures, WindowsAnswersWhereWineHasOthers)
+{
+    LONG high = 0;
+    EXPECT_EQ(SetFilePointer(file_, -1, &high, FILE_BEGIN), 0xFFFFFFFF);
+    EXPECT_EQ(SetFilePointer(file_, 1, nullptr, FILE_CURRENT), INVALID_SET_FILE_POINTER);
+    EXPECT_EQ(lastError, ERROR_INVALID_PARAMETER);
+    EXPECT_EQ(SetFilePointer(file_, 1, &high, FILE_CURRENT), 0u);
+    auto* const read = CreateFileW(old_.c_str(), GENERIC_READ, 3, nullptr, OPEN_EXISTING, 0, nullptr);
+    EXPECT_FALSE(SetEndOfFile(read));
+    EXPECT_EQ(lastError, ERROR_ACCESS_DENIED);
+    EXPECT_FALSE(SetFileTime(read, nullptr, nullptr, &time_));
+    CloseHandle(read);
+    EXPECT_FALSE(CreateDirectoryW(u"Z:\\", nullptr) || RemoveDirectoryW(u"Z:\\"));
+    EXPECT_EQ(lastError, ERROR_ACCESS_DENIED);
+}
+
+TEST_F(FileFailures, APipeIsReadAsItsBytesCome)
+{
+    ASSERT_EQ(std::system(("mkfifo " + (scratch_.Path() / "pipe").native()).c_str()), 0);
+    auto* const pipe = CreateFileW(PathOf("pipe").c_str(), GENERIC_READ | GENERIC_WRITE, 3, nullptr,
+                                   OPEN_EXISTING, 0, nullptr);
+    EXPECT_TRUE(WriteFile(pipe, "abc", 3, &done_, nullptr));
+    EXPECT_TRUE(ReadFile(pipe, bytes_, 8, &done_, nullptr));
+    EXPECT_EQ(std::string(bytes_, done_), "abc");
+    CloseHandle(pipe);
+}
+
+} // namespace
