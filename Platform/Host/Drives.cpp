@@ -265,7 +265,7 @@ DWORD CompletePath(std::u16string_view path, std::u16string& full)
     return ERROR_SUCCESS;
 }
 
-DWORD FindNative(std::u16string_view full, std::string& native)
+DWORD ToNativePath(std::u16string_view full, std::string& native)
 {
     const auto drive = Drives().find(UpperLetter(full[0]));
     if (drive == Drives().end()) {
@@ -273,9 +273,18 @@ DWORD FindNative(std::u16string_view full, std::string& native)
     }
     native = drive->second + ToHost(full.substr(2));
     std::replace(native.begin(), native.end(), '\\', '/');
-    DWORD error = Probe(native);
+    return ERROR_SUCCESS;
+}
+
+DWORD FindNative(std::u16string_view full, std::string& native)
+{
+    DWORD error = ToNativePath(full, native);
     if (error != ERROR_SUCCESS) {
-        error = FindInAnyCase(drive->second, SplitParts(full.substr(2)), native);
+        return error;
+    }
+    error = Probe(native);
+    if (error != ERROR_SUCCESS) {
+        error = FindInAnyCase(Drives()[UpperLetter(full[0])], SplitParts(full.substr(2)), native);
     }
     const bool namesFolder = full.size() > DRIVE_ROOT_LENGTH && full.ends_with(u'\\');
     return error == ERROR_SUCCESS && namesFolder && !IsFolder(native) ? ERROR_INVALID_NAME : error;
@@ -286,6 +295,17 @@ DWORD ResolvePath(std::u16string_view path, std::string& native)
     std::u16string full;
     const DWORD error = CompletePath(path, full);
     return error != ERROR_SUCCESS ? error : FindNative(full, native);
+}
+
+bool IsReachable(std::string_view name)
+{
+    const auto isRefused = [](char byte) {
+        return IsForbiddenInNames(static_cast<unsigned char>(byte)) || byte == '\\';
+    };
+    if (name.ends_with('.') || name.ends_with(' ') || std::any_of(name.begin(), name.end(), isRefused)) {
+        return false;
+    }
+    return IsAscii(name) || ToHost(FromHost(name)) == name;
 }
 
 std::u16string ToDrivePath(std::string_view native)

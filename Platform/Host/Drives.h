@@ -30,8 +30,16 @@ DWORD CompletePath(std::u16string_view path, std::u16string& full);
 // separator leads to a file; else the host's own reason: no access, too many open files, no memory.
 DWORD FindNative(std::u16string_view full, std::string& native);
 
-// Both in one step.
+// The host path that a completed path has if all its parts are there in just this letter case: one without a
+// look at the host. ERROR_PATH_NOT_FOUND when the drive is unknown.
+DWORD ToNativePath(std::u16string_view full, std::string& native);
+
+// CompletePath and FindNative in one step.
 DWORD ResolvePath(std::u16string_view path, std::string& native);
+
+// Whether some path leads to the host's entry of this name: one with characters that the platform forbids or
+// takes for itself, at its end a dot or blank, or bytes that are no text, has none.
+bool IsReachable(std::string_view name);
 
 // The platform's path of an absolute host path, on the drive whose root lies nearest.
 std::u16string ToDrivePath(std::string_view native);

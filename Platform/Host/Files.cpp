@@ -1,132 +1,92 @@
 #include "Platform/Host/Api/Files.h"
 
-#include "Platform/Host/Drives.h"
+#include "Platform/Host/FileObject.h"
+#include "Platform/Host/FileOpening.h"
+#include "Platform/Host/FileTimes.h"
 #include "Platform/Host/Gate.h"
-#include "Platform/Host/Handles.h"
 
-#include <algorithm>
-#include <cerrno>
 #include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 namespace Platform::Host {
 
 namespace {
 
-class File : public KernelObject {
-public:
-    File() = default;
-    ~File() override
-    {
-        if (descriptor_ >= 0) {
-            close(descriptor_);
-        }
-    }
-    File(const File&) = delete;
-    File& operator=(const File&) = delete;
-
-    BOOL Open(const std::string& native, int flags)
-    {
-        descriptor_ = open(native.c_str(), flags | O_CLOEXEC, 0666);
-        return descriptor_ >= 0 ? TRUE : Fail(ErrorFromErrno(errno));
-    }
-
-    DWORD Wait(DWORD /*milliseconds*/) override { return WAIT_OBJECT_0; }
-
-    BOOL Write(const char* bytes, std::size_t count, DWORD& written) const
-    {
-        while (written < count) {
-            const ssize_t result = write(descriptor_, bytes + written, count - written);
-            if (result < 0 && errno != EINTR) {
-                return Fail(ErrorFromErrno(errno));
-            }
-            written += static_cast<DWORD>(std::max<ssize_t>(result, 0));
-        }
-        return TRUE;
-    }
-
-private:
-    int descriptor_ = -1;
-};
-
-int AccessFlags(DWORD access)
+// Runs `body` on the file; FALSE where the handle is none.
+template <typename Body>
+BOOL WithFile(HANDLE handle, const Body& body)
 {
-    const bool reads = (access & GENERIC_READ) != 0;
-    const bool writes = (access & GENERIC_WRITE) != 0;
-    if (reads && writes) {
-        return O_RDWR;
-    }
-    return writes ? O_WRONLY : O_RDONLY;
+    const std::shared_ptr<File> file = FindObjectOf<File>(handle);
+    return file != nullptr ? body(*file) : FALSE;
 }
 
-// -1 for a disposition that is none.
-int DispositionFlags(DWORD disposition)
+// Reads or writes, after what both ask of their arguments.
+template <typename Body>
+BOOL Transfer(HANDLE handle, LPDWORD done, LPOVERLAPPED overlapped, const Body& body)
 {
-    switch (disposition) {
-    case CREATE_NEW:
-        return O_CREAT | O_EXCL;
-    case CREATE_ALWAYS:
-        return O_CREAT | O_TRUNC;
-    case OPEN_EXISTING:
-        return 0;
-    case OPEN_ALWAYS:
-        return O_CREAT;
-    case TRUNCATE_EXISTING:
-        return O_TRUNC;
-    default:
-        return -1;
+    if (done == nullptr || overlapped != nullptr) {
+        return Fail(ERROR_INVALID_PARAMETER);
     }
+    return WithFile(handle, [&](File& file) { return body(file, *done); });
 }
 
-// What the platform says of a file that is there, or of a place where one could be.
-DWORD CheckFound(const std::string& native, DWORD disposition)
+DWORD LowPart(std::int64_t value)
 {
-    struct stat status {};
-    if (stat(native.c_str(), &status) != 0) {
-        return ErrorFromErrno(errno);
-    }
-    if (disposition == CREATE_NEW) {
-        return ERROR_FILE_EXISTS;
-    }
-    return S_ISDIR(status.st_mode) ? ERROR_ACCESS_DENIED : ERROR_SUCCESS;
+    return static_cast<DWORD>(value);
 }
 
-bool Creates(DWORD disposition)
+LONG HighPart(std::int64_t value)
 {
-    return (DispositionFlags(disposition) & O_CREAT) != 0;
+    return static_cast<LONG>(static_cast<std::uint64_t>(value) >> 32);
 }
 
-// Finds the file or the place where it would be. ERROR_FILE_NOT_FOUND where there is only the place.
-DWORD FindFile(LPCWSTR fileName, DWORD disposition, std::string& native)
+// The distance that both parts make; without a high one the low one has a sign.
+std::int64_t WholeDistance(LONG distance, const LONG* high)
 {
-    if (fileName == nullptr || *fileName == 0) {
-        return ERROR_PATH_NOT_FOUND;
-    }
-    if (DispositionFlags(disposition) < 0) {
-        return ERROR_INVALID_PARAMETER;
-    }
-    const DWORD found = ResolvePath(fileName, native);
-    return found == ERROR_SUCCESS ? CheckFound(native, disposition) : found;
+    const auto low = static_cast<DWORD>(distance);
+    return high != nullptr ? static_cast<std::int64_t>(std::uint64_t{static_cast<DWORD>(*high)} << 32 | low)
+                           : distance;
 }
 
-// All that can run out of memory comes before the file is touched.
-HANDLE OpenFile(LPCWSTR fileName, DWORD access, DWORD disposition)
+DWORD MovePosition(File& file, LONG distance, LONG* high, DWORD method)
 {
-    std::string native;
-    const DWORD found = FindFile(fileName, disposition, native);
-    const bool isNew = found == ERROR_FILE_NOT_FOUND && Creates(disposition);
-    if (found != ERROR_SUCCESS && !isNew) {
-        Fail(found);
-        return INVALID_HANDLE_VALUE;
+    const std::int64_t limit = high == nullptr ? LARGEST_LOW_PART : LAST_POSITION;
+    const std::int64_t position = file.Seek(WholeDistance(distance, high), method, limit);
+    if (position < 0) {
+        return INVALID_SET_FILE_POINTER;
     }
-    const auto file = std::make_shared<File>();
-    PendingHandle handle(file);
-    if (!file->Open(native, AccessFlags(access) | DispositionFlags(disposition))) {
-        return INVALID_HANDLE_VALUE;
+    if (high != nullptr) {
+        *high = HighPart(position);
     }
-    lastError = Creates(disposition) && !isNew ? ERROR_ALREADY_EXISTS : ERROR_SUCCESS;
-    return handle.HandOut();
+    if (LowPart(position) == INVALID_SET_FILE_POINTER) {
+        lastError = ERROR_SUCCESS; // tells it from a failure
+    }
+    return LowPart(position);
+}
+
+DWORD SizeOf(File& file, LPDWORD high)
+{
+    const std::int64_t size = file.Size();
+    if (size < 0) {
+        return INVALID_FILE_SIZE;
+    }
+    if (high != nullptr) {
+        *high = static_cast<DWORD>(HighPart(size));
+    }
+    if (LowPart(size) == INVALID_FILE_SIZE) {
+        lastError = ERROR_SUCCESS;
+    }
+    return LowPart(size);
+}
+
+// False for what is no time. 0 and the largest number leave the file's.
+bool Convert(const FILETIME* time, timespec& host)
+{
+    const std::int64_t steps = time != nullptr ? StepsOf(*time) : 0;
+    host = FromSteps(steps);
+    if (steps == 0 || steps == -1) {
+        host.tv_nsec = UTIME_OMIT;
+    }
+    return steps >= -1;
 }
 
 } // namespace
@@ -135,27 +95,97 @@ HANDLE OpenFile(LPCWSTR fileName, DWORD access, DWORD disposition)
 
 using namespace Platform::Host;
 
-HANDLE WINAPI CreateFileW(LPCWSTR fileName, DWORD access, DWORD /*shareMode*/,
+HANDLE WINAPI CreateFileW(LPCWSTR fileName, DWORD access, DWORD shareMode,
                           LPSECURITY_ATTRIBUTES /*securityAttributes*/, DWORD disposition,
-                          DWORD /*flagsAndAttributes*/, HANDLE /*templateFile*/)
+                          DWORD flagsAndAttributes, HANDLE /*templateFile*/)
 {
-    return Guarded("CreateFileW", INVALID_HANDLE_VALUE,
-                   [&] { return OpenFile(fileName, access, disposition); });
+    return Guarded("CreateFileW", INVALID_HANDLE_VALUE, [&] {
+        return OpenFile(fileName, {access, shareMode, disposition, flagsAndAttributes});
+    });
 }
 
-BOOL WINAPI WriteFile(HANDLE file, LPCVOID bytes, DWORD byteCount, LPDWORD written, LPOVERLAPPED overlapped)
+BOOL WINAPI ReadFile(HANDLE file, LPVOID bytes, DWORD byteCount, LPDWORD done, LPOVERLAPPED overlapped)
 {
-    if (written != nullptr) {
-        *written = 0;
+    if (done != nullptr) {
+        *done = 0;
     }
-    return Guarded("WriteFile", FALSE, [&]() -> BOOL {
-        if (written == nullptr || overlapped != nullptr) {
-            return Fail(ERROR_INVALID_PARAMETER);
-        }
-        if (bytes == nullptr && byteCount != 0) {
-            return Fail(ERROR_INVALID_USER_BUFFER);
+    return Guarded("ReadFile", FALSE, [&] {
+        return Transfer(file, done, overlapped, [&](File& found, DWORD& count) {
+            return found.Read(static_cast<char*>(bytes), byteCount, count);
+        });
+    });
+}
+
+BOOL WINAPI WriteFile(HANDLE file, LPCVOID bytes, DWORD byteCount, LPDWORD done, LPOVERLAPPED overlapped)
+{
+    if (done != nullptr) {
+        *done = 0;
+    }
+    return Guarded("WriteFile", FALSE, [&] {
+        return Transfer(file, done, overlapped, [&](File& found, DWORD& count) {
+            return found.Write(static_cast<const char*>(bytes), byteCount, count);
+        });
+    });
+}
+
+DWORD WINAPI SetFilePointer(HANDLE file, LONG distance, LONG* distanceHigh, DWORD method)
+{
+    return Guarded("SetFilePointer", INVALID_SET_FILE_POINTER, [&]() -> DWORD {
+        if (method > FILE_END) {
+            Fail(ERROR_INVALID_PARAMETER);
+            return INVALID_SET_FILE_POINTER;
         }
         const std::shared_ptr<File> found = FindObjectOf<File>(file);
-        return found != nullptr ? found->Write(static_cast<const char*>(bytes), byteCount, *written) : FALSE;
+        return found != nullptr ? MovePosition(*found, distance, distanceHigh, method)
+                                : INVALID_SET_FILE_POINTER;
+    });
+}
+
+BOOL WINAPI SetEndOfFile(HANDLE file)
+{
+    return Guarded("SetEndOfFile", FALSE,
+                   [&] { return WithFile(file, [](File& found) { return found.SetEnd(); }); });
+}
+
+DWORD WINAPI GetFileSize(HANDLE file, LPDWORD sizeHigh)
+{
+    return Guarded("GetFileSize", INVALID_FILE_SIZE, [&] {
+        const std::shared_ptr<File> found = FindObjectOf<File>(file);
+        return found != nullptr ? SizeOf(*found, sizeHigh) : INVALID_FILE_SIZE;
+    });
+}
+
+BOOL WINAPI GetFileTime(HANDLE file, LPFILETIME creation, LPFILETIME lastAccess, LPFILETIME lastWrite)
+{
+    return Guarded("GetFileTime", FALSE, [&] {
+        return WithFile(file, [&](File& found) {
+            struct stat status {};
+            if (!found.GetStatus(status)) {
+                return FALSE;
+            }
+            for (const auto& [place, time] : {std::pair(creation, status.st_mtim),
+                                              {lastAccess, status.st_atim},
+                                              {lastWrite, status.st_mtim}}) {
+                if (place != nullptr) {
+                    *place = ToFileTime(time);
+                }
+            }
+            return TRUE;
+        });
+    });
+}
+
+// The host has no time of creation that could be set.
+BOOL WINAPI SetFileTime(HANDLE file, const FILETIME* creation, const FILETIME* lastAccess,
+                        const FILETIME* lastWrite)
+{
+    return Guarded("SetFileTime", FALSE, [&] {
+        return WithFile(file, [&](File& found) {
+            timespec unused{};
+            timespec times[2];
+            const bool areTimes =
+                Convert(creation, unused) && Convert(lastAccess, times[0]) && Convert(lastWrite, times[1]);
+            return areTimes ? found.SetTimes(times) : Fail(ERROR_INVALID_PARAMETER);
+        });
     });
 }

@@ -3,10 +3,16 @@
 // Bytes that are not that become U+FFFD.
 #pragma once
 
+#include <algorithm>
 #include <string>
 #include <string_view>
 
 namespace Platform::Host {
+
+inline bool IsAscii(std::string_view text)
+{
+    return std::all_of(text.begin(), text.end(), [](char byte) { return (byte & '\x80') == 0; });
+}
 
 std::string ToHost(std::u16string_view text);
 std::u16string FromHost(std::string_view text);

@@ -1,0 +1,175 @@
+#include "Platform/Host/FileOpening.h"
+
+#include "Platform/Host/Drives.h"
+#include "Platform/Host/FileObject.h"
+
+#include <cerrno>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace Platform::Host {
+
+namespace {
+
+constexpr mode_t NEW_FILE = 0666;
+constexpr mode_t ANY_WRITING = 0222;
+
+class Opening {
+public:
+    explicit Opening(const OpenRequest& request) : request_(request) {}
+
+    [[nodiscard]] bool Reads() const { return (request_.access & GENERIC_READ) != 0; }
+    [[nodiscard]] bool Writes() const { return (request_.access & GENERIC_WRITE) != 0; }
+    [[nodiscard]] bool IsPossible() const
+    {
+        return request_.disposition >= CREATE_NEW && request_.disposition <= TRUNCATE_EXISTING;
+    }
+    [[nodiscard]] bool Creates() const
+    {
+        return request_.disposition != OPEN_EXISTING && request_.disposition != TRUNCATE_EXISTING;
+    }
+    [[nodiscard]] bool Truncates() const
+    {
+        return request_.disposition == CREATE_ALWAYS || request_.disposition == TRUNCATE_EXISTING;
+    }
+
+    DWORD Open(const std::u16string& full);
+    void HandTo(File& file) { file.Take(std::move(descriptor_), request_.access, seeks_); }
+
+    [[nodiscard]] bool IsNew() const { return isNew_; }
+
+private:
+    [[nodiscard]] int Flags() const;
+    [[nodiscard]] DWORD ErrorOfFolderPath(const std::u16string& full) const;
+    DWORD OpenFound(const std::string& native);
+    DWORD Create(const std::string& native);
+    DWORD TakeOver(const struct stat& status);
+
+    OpenRequest request_;
+    Descriptor descriptor_;
+    bool seeks_ = false;
+    bool isNew_ = false;
+};
+
+int Opening::Flags() const
+{
+    const int common = O_CLOEXEC | O_NOCTTY |
+                       ((request_.flagsAndAttributes & FILE_FLAG_WRITE_THROUGH) != 0 ? O_DSYNC : 0);
+    if (Writes() || Truncates()) {
+        return common | (Reads() ? O_RDWR : O_WRONLY);
+    }
+    return common | (Reads() ? O_RDONLY : O_PATH);
+}
+
+// A path that ends in a separator leads to no file.
+DWORD Opening::ErrorOfFolderPath(const std::u16string& full) const
+{
+    std::string native;
+    const DWORD found = FindNative(full, native);
+    switch (found) {
+    case ERROR_SUCCESS:
+        return request_.disposition == CREATE_NEW ? ERROR_FILE_EXISTS : ERROR_ACCESS_DENIED;
+    case ERROR_INVALID_NAME:
+        return request_.disposition == CREATE_NEW ? ERROR_FILE_EXISTS : ERROR_INVALID_NAME;
+    case ERROR_FILE_NOT_FOUND:
+        return Creates() ? ERROR_INVALID_NAME : ERROR_FILE_NOT_FOUND;
+    default:
+        return found;
+    }
+}
+
+// What is there is tried under its exact name first.
+DWORD Opening::Open(const std::u16string& full)
+{
+    if (full.ends_with(u'\\')) {
+        return ErrorOfFolderPath(full);
+    }
+    std::string native;
+    DWORD error = ToNativePath(full, native);
+    if (error != ERROR_SUCCESS) {
+        return error;
+    }
+    error = request_.disposition == CREATE_NEW ? ERROR_FILE_NOT_FOUND : OpenFound(native);
+    if (error != ERROR_FILE_NOT_FOUND && error != ERROR_PATH_NOT_FOUND) {
+        return error;
+    }
+    error = FindNative(full, native);
+    if (error == ERROR_FILE_NOT_FOUND && Creates()) {
+        return Create(native);
+    }
+    if (error == ERROR_SUCCESS) {
+        error = request_.disposition == CREATE_NEW ? ERROR_FILE_EXISTS : OpenFound(native);
+    }
+    return error;
+}
+
+DWORD Opening::OpenFound(const std::string& native)
+{
+    descriptor_ = Descriptor(open(native.c_str(), Flags()));
+    struct stat status {};
+    if (!descriptor_.IsOpen() || fstat(descriptor_.Number(), &status) != 0) {
+        return ErrorFromErrno(errno);
+    }
+    return TakeOver(status);
+}
+
+DWORD Opening::TakeOver(const struct stat& status)
+{
+    const bool isReadOnly = (status.st_mode & ANY_WRITING) == 0;
+    if (S_ISDIR(status.st_mode) || (isReadOnly && (Writes() || Truncates()))) {
+        return ERROR_ACCESS_DENIED;
+    }
+    seeks_ = S_ISREG(status.st_mode);
+    if (Truncates() && seeks_ && ftruncate(descriptor_.Number(), 0) != 0) {
+        return ErrorFromErrno(errno);
+    }
+    return ERROR_SUCCESS;
+}
+
+// Another process may be quicker, which is as if the file had been there.
+DWORD Opening::Create(const std::string& native)
+{
+    const bool isReadOnly = (request_.flagsAndAttributes & FILE_ATTRIBUTE_READONLY) != 0;
+    const int flags = (Flags() & ~O_PATH) | O_CREAT | O_EXCL;
+    descriptor_ = Descriptor(open(native.c_str(), flags, isReadOnly ? NEW_FILE & ~ANY_WRITING : NEW_FILE));
+    if (descriptor_.IsOpen()) {
+        isNew_ = true;
+        seeks_ = true;
+        return ERROR_SUCCESS;
+    }
+    if (errno == EEXIST) {
+        return request_.disposition == CREATE_NEW ? ERROR_FILE_EXISTS : OpenFound(native);
+    }
+    return ErrorFromErrno(errno);
+}
+
+} // namespace
+
+// All that can run out of memory comes before the file is touched.
+HANDLE OpenFile(LPCWSTR fileName, const OpenRequest& request)
+{
+    Opening opening(request);
+    std::u16string full;
+    DWORD error = ERROR_PATH_NOT_FOUND;
+    if (fileName != nullptr && *fileName != 0) {
+        error = opening.IsPossible() ? CompletePath(fileName, full) : ERROR_INVALID_PARAMETER;
+    }
+    if (error != ERROR_SUCCESS) {
+        Fail(error);
+        return INVALID_HANDLE_VALUE;
+    }
+    const auto file = std::make_shared<File>();
+    PendingHandle handle(file);
+    error = opening.Open(full);
+    if (error != ERROR_SUCCESS) {
+        Fail(error);
+        return INVALID_HANDLE_VALUE;
+    }
+    opening.HandTo(*file);
+    const bool tellsOfOld = request.disposition == CREATE_ALWAYS || request.disposition == OPEN_ALWAYS;
+    lastError = tellsOfOld && !opening.IsNew() ? ERROR_ALREADY_EXISTS : ERROR_SUCCESS;
+    return handle.HandOut();
+}
+
+} // namespace Platform::Host
