@@ -54,8 +54,8 @@ private:
 
 int Opening::Flags() const
 {
-    const int common = O_CLOEXEC | O_NOCTTY |
-                       ((request_.flagsAndAttributes & FILE_FLAG_WRITE_THROUGH) != 0 ? O_DSYNC : 0);
+    const int common =
+        O_CLOEXEC | O_NOCTTY | ((request_.flagsAndAttributes & FILE_FLAG_WRITE_THROUGH) != 0 ? O_DSYNC : 0);
     if (Writes() || Truncates()) {
         return common | (Reads() ? O_RDWR : O_WRONLY);
     }

@@ -1,0 +1,394 @@
+#include "Plinth/FileSystem/CWindowsFileSystem.h"
+#include "Plinth/Streams/CBufferedStream.h"
+#include "Plinth/Streams/CWindowsFileStream.h"
+#include "Plinth/Streams/Exceptions.h"
+#include "Tests/Plinth/FileSystem/FileTree.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace Plinth {
+namespace {
+
+constexpr std::uint32_t READ_EXISTING = MODE_OPEN_EXISTING | MODE_READ | MODE_SHARE_READ;
+constexpr std::uint32_t READ_IF_THERE = READ_EXISTING | MODE_MISSING_OK;
+constexpr std::uint32_t READ_AND_WRITE = MODE_READ | MODE_WRITE;
+
+// A path that leads to the name and is longer than any buffer on the stack, in bytes and in units.
+std::string LongPathTo(const std::string& name)
+{
+    std::string path;
+    for (int i = 0; i < 150; ++i) {
+        path += "\xE2\x82\xAC/../";
+    }
+    return path + name;
+}
+
+class FileSystem : public testing::Test {
+protected:
+    // What a stream is, with its position, or the exception: its kind, and its name where that is not the
+    // full path.
+    std::string Opened(const std::string& path, std::uint32_t mode, std::unique_ptr<IStream>& stream)
+    {
+        const std::string fullPath = FullPath(path);
+        try {
+            stream.reset(files.OpenStream(path.c_str(), mode));
+            if (stream == nullptr) {
+                return "null";
+            }
+            EXPECT_EQ(stream->GetName().CStr(), fullPath);
+            auto* const buffered = dynamic_cast<CBufferedStream*>(stream.get());
+            EXPECT_TRUE(buffered != nullptr || dynamic_cast<CWindowsFileStream*>(stream.get()) != nullptr);
+            const char* const name = buffered == nullptr     ? "file"
+                                     : buffered->IsReading() ? "reader"
+                                                             : "writer";
+            return name + (" " + std::to_string(stream->GetPosition()));
+        } catch (const CFileException& exception) {
+            return TextOf(exception, fullPath);
+        }
+    }
+    std::string Opened(const std::string& path, std::uint32_t mode)
+    {
+        std::unique_ptr<IStream> stream;
+        return Opened(path, mode, stream);
+    }
+
+    std::string Loaded(const std::string& path, std::uint32_t mode)
+    {
+        try {
+            return files.LoadFile(memory, path.c_str(), mode) ? "loaded" : "false";
+        } catch (const CFileException& exception) {
+            return TextOf(exception, FullPath(path));
+        }
+    }
+
+    [[nodiscard]] std::string FullPath(const std::string& path) const
+    {
+        CString fullPath;
+        return files.GetFullPath(fullPath, path.c_str()).CStr();
+    }
+    static std::string TextOf(const CFileException& exception, const std::string& fullPath)
+    {
+        const char* const name = exception.fileName.CStr();
+        return "error " + std::to_string(exception.kind) +
+               (name == fullPath ? "" : " of " + std::string(name));
+    }
+    [[nodiscard]] std::string MemoryText()
+    {
+        return {reinterpret_cast<const char*>(memory.GetData()), memory.GetSize()};
+    }
+
+    std::string Listed(const char* directory, std::uint32_t flags)
+    {
+        std::set<CString> names;
+        files.ListDirectory(names, directory, flags);
+        std::string all;
+        for (const CString& name : names) {
+            all += name.CStr() + std::string(" ");
+        }
+        return all;
+    }
+    CFileInfo InfoOf(const std::string& path)
+    {
+        CFileInfo info(true, true, 1, 2);
+        files.GetFileInfo(info, path.c_str(), 3);
+        return info;
+    }
+
+    FileTree tree;
+    CWindowsFileSystem files{tree.Root().c_str(), false};
+    CMemoryStream memory;
+};
+
+TEST(FileSystemPaths, AreJoinedAndCut)
+{
+    const char* const fullPaths[][3] = {
+        {"", "", ""},
+        {"", "/a//b//", "\\a\\\\b\\"},
+        {"/", "a", "a"},
+        {"C:/Data/", "a/b.txt/", "C:\\Data\\a\\b.txt"},
+        {"C:/Data\\/", "a", "C:\\Data\\a"},
+        {"C:\\", "a", "C:a"},
+        {"C:\\Data", "", "C:\\Data"},
+        {"C:\\Data", "\\a", "C:\\Data\\\\a"},
+    };
+    for (const auto& [root, path, fullPath] : fullPaths) {
+        const CWindowsFileSystem files(root, false);
+        CString result(path);
+        EXPECT_EQ(&files.GetFullPath(result, result), &result);
+        EXPECT_STREQ(result.CStr(), fullPath) << root;
+    }
+    const char* const relativePaths[][3] = {
+        {"C:/Data/", "c:\\data\\x", "\\x"},
+        {"C:\\Data", "D:\\x", nullptr},
+        {"C:\\Data", "C:\\Dat", nullptr},
+        {"C:\\Data", "C:/Data/x", nullptr},
+        {"C:\\Data", "C:\\DATAx", "x"},
+        {"C:\\Data", "c:\\data", ""},
+        {"", "/x/", "/x/"},
+        {"", "", ""},
+        {"\xC3\xA4", "\xC3\x84x", nullptr},
+    };
+    for (const auto& [root, path, relative] : relativePaths) {
+        CWindowsFileSystem files(root, false);
+        CString result(path);
+        EXPECT_EQ(files.MakeRelative(result), relative != nullptr) << path;
+        EXPECT_STREQ(result.CStr(), relative != nullptr ? relative : path);
+    }
+}
+
+// The root of a drive keeps its separator in one of the joins only.
+TEST_F(FileSystem, TakesADriveForARoot)
+{
+    const ScratchDrive drive;
+    std::filesystem::create_directories(drive.Root() / "sub");
+    std::ofstream(drive.Root() / "file") << "text";
+    ASSERT_TRUE(SetCurrentDirectoryW(WIDE("X:\\sub")));
+    files.SetRoot("X:/", false);
+    EXPECT_EQ(Loaded("file", READ_EXISTING), "loaded");
+    EXPECT_STREQ(memory.GetName().CStr(), "X:\\file");
+    EXPECT_EQ(FullPath("file"), "X:file");
+    EXPECT_EQ(Listed("/", 0), "file sub ");
+    files.MakeDirectory("d", false);
+    files.MakeDirectory("e/f", true); // its levels are looked for elsewhere than they are made
+    EXPECT_EQ(Listed("sub", 0), "d e ");
+    EXPECT_FALSE(files.EraseDirectory("d"));
+    EXPECT_TRUE(files.EraseDirectory("/sub/d"));
+    EXPECT_TRUE(files.EraseFile("/file"));
+    files.SetRoot("", false);
+    EXPECT_EQ(Listed("X:", 0), "e ");
+    EXPECT_EQ(Listed("X:\\/", 0), "sub ");
+    EXPECT_TRUE(InfoOf("e").IsDirectory());
+    EXPECT_FALSE(InfoOf("").Exists());
+    SetCurrentDirectoryW(ToPlatform(tree.Native("")).c_str());
+}
+
+TEST_F(FileSystem, ListsADirectory)
+{
+    tree.Write("d/b", "");
+    tree.Write("d/A", "");
+    tree.Write("d/\xE2\x82\xAC.x", "");
+    tree.MakeFolder("d/c");
+    const char* const names[] = {"A b c \xE2\x82\xAC.x ", "A b \xE2\x82\xAC.x ", "c ", ""};
+    for (std::uint32_t flags = 0; flags < 4; ++flags) {
+        EXPECT_EQ(Listed("d/", flags), names[flags]);
+    }
+    for (const char* none : {"", "missing", "d/b", "d/*"}) {
+        EXPECT_EQ(Listed(none, 0), "") << none;
+    }
+    EXPECT_EQ(Listed("/", 0), "d ");
+    std::set<CString> twice = {"0", "A"};
+    files.ListDirectory(twice, "D", 1);
+    EXPECT_EQ(twice.size(), 4u);
+    files.SetRoot("", true); // an index is not asked
+    EXPECT_EQ(Listed((tree.Root() + "\\d").c_str(), 2), names[2]);
+}
+
+TEST_F(FileSystem, TellsWhatIsThere)
+{
+    tree.Write("d/b.txt", "12345");
+    tree.Write("d/c.txt", "123");
+    const auto time = std::filesystem::last_write_time(tree.Native("d/b.txt"));
+    const auto seconds = std::chrono::floor<std::chrono::seconds>(std::chrono::file_clock::to_sys(time));
+    const std::string longPath = LongPathTo("d/b.txt");
+    for (const char* path :
+         {"d/b.txt", "D\\B.TXT", "d/b*", "d/?.txt", "d/b.txt/", "\\d/b.txt", longPath.c_str()}) {
+        const CFileInfo info = InfoOf(path);
+        EXPECT_TRUE(info.Exists() && !info.IsDirectory()) << path;
+        EXPECT_EQ(info.size, 5u);
+        EXPECT_EQ(info.time / 10000000 - 11644473600, seconds.time_since_epoch().count());
+        EXPECT_FALSE(files.IsDirectory(path, 0));
+    }
+    for (const std::string& path : {std::string("d"), std::string("D/"), std::string(""), LongPathTo("d")}) {
+        EXPECT_TRUE(InfoOf(path).Exists() && InfoOf(path).IsDirectory()) << path;
+        EXPECT_TRUE(files.IsDirectory(path.c_str(), 0));
+        CString root("before");
+        files.GetDirectoryRoot(root, path.c_str(), 5);
+        EXPECT_EQ(root.CStr(), tree.Root());
+    }
+    for (const char* path : {"missing", "missing/b", "d/b.txt/x", "x*"}) {
+        const CFileInfo info = InfoOf(path);
+        EXPECT_EQ(info.time + info.size + (info.exists ? 1 : 0) + (info.isDirectory ? 1 : 0), 0u) << path;
+        CString root("before");
+        files.GetDirectoryRoot(root, path, 5);
+        EXPECT_STREQ(root.CStr(), "");
+    }
+}
+
+TEST_F(FileSystem, MakesAndErasesDirectories)
+{
+    files.MakeDirectory("", true);
+    files.MakeDirectory("a/b", false);
+    EXPECT_EQ(tree.All().size(), 0u);
+    files.MakeDirectory("/a//b\\c/", true);
+    files.MakeDirectory("A/b/d", true);
+    files.MakeDirectory("e/", false);
+    files.MakeDirectory(LongPathTo("f").c_str(), false);
+    EXPECT_TRUE(std::filesystem::is_directory(tree.Native("a/b/c")));
+    EXPECT_TRUE(std::filesystem::is_directory(tree.Native("a/b/d")));
+    EXPECT_EQ(tree.All().size(), 6u);
+    tree.Write("file", "");
+    files.MakeDirectory("file/x/y", true);
+    EXPECT_EQ(tree.Content("file"), "");
+    for (const char* refused : {"", "a", "file", "missing"}) {
+        EXPECT_FALSE(files.EraseDirectory(refused)) << refused;
+    }
+    for (const std::string& erased : {std::string("/a/b/c"), std::string("e/"), LongPathTo("f")}) {
+        EXPECT_TRUE(files.EraseDirectory(erased.c_str())) << erased;
+    }
+    for (const char* refused : {"", "a", "missing", "file/x", "*"}) {
+        EXPECT_FALSE(files.EraseFile(refused)) << refused;
+    }
+    EXPECT_TRUE(files.EraseFile(LongPathTo("file").c_str()));
+    EXPECT_EQ(tree.All().size(), 3u);
+}
+
+TEST_F(FileSystem, OpensTheStreamThatTheModeAsksFor)
+{
+    struct Row {
+        std::uint32_t mode;
+        const char* ofNew; // a file that was not there, and what it then holds with "xy" written
+        const char* ofOld;
+        const char* oldContent; // of ten bytes before
+    };
+    const char* const old = "0123456789";
+    const Row rows[] = {
+        {READ_IF_THERE, "null", "reader 0", old},
+        {READ_EXISTING, "error 2", "reader 0", old},
+        {MODE_DEFAULT, "error 2", "reader 0", old},
+        {READ_IF_THERE | MODE_UNBUFFERED_READ, "null", "file 0", old},
+        {READ_EXISTING | MODE_WRITE, "error 2", "file 0", "xy23456789"},
+        {READ_IF_THERE | MODE_WRITE, "null", "file 0", "xy23456789"},
+        {MODE_OPEN_EXISTING | MODE_WRITE | MODE_UNBUFFERED_READ, "error 2", "writer 0", "xy23456789"},
+        {MODE_CREATE_ALWAYS | MODE_WRITE | MODE_SHARE_READ, "writer 0", "writer 0", "xy"},
+        {MODE_CREATE_NEW | READ_AND_WRITE | MODE_MISSING_OK, "file 0", "error 1", old},
+        {MODE_OPEN_ALWAYS | MODE_WRITE, "writer 0", "writer 0", "xy23456789"},
+        {MODE_TRUNCATE_EXISTING | MODE_WRITE, "error 2", "writer 0", "xy"},
+        {MODE_APPEND | READ_AND_WRITE, "file 0", "file 10", "0123456789xy"},
+        {MODE_APPEND | MODE_WRITE, "writer 0", "writer 0", "0123456789xy"},
+        {MODE_APPEND | MODE_READ, "reader 0", "reader 0", old},
+        {MODE_OPEN_EXISTING | MODE_SHARE_READ, "error 2", "writer 0", old},
+        {MODE_READ, "error 1 of name", "error 1 of name", old},
+        {MODE_MISSING_OK | MODE_WRITE, "error 1 of name", "error 1 of name", old},
+    };
+    for (const Row& row : rows) {
+        for (const bool isOld : {false, true}) {
+            std::filesystem::remove(tree.Native("name"));
+            if (isOld) {
+                tree.Write("name", old);
+            }
+            std::unique_ptr<IStream> stream;
+            EXPECT_EQ(Opened("name", row.mode, stream), isOld ? row.ofOld : row.ofNew) << row.mode;
+            const bool writes = stream != nullptr && (row.mode & MODE_WRITE) != 0 && row.mode != MODE_DEFAULT;
+            if (writes) {
+                stream->Write("xy", 2);
+            }
+            stream.reset();
+            EXPECT_EQ(tree.Content("name"), isOld ? row.oldContent : writes ? "xy" : "") << row.mode;
+            EXPECT_EQ(std::filesystem::exists(tree.Native("name")), tree.IsFree("name"));
+        }
+    }
+}
+
+// The stream's buffer is a mebibyte.
+TEST_F(FileSystem, LoadsWholeFiles)
+{
+    const std::string large((std::size_t{1} << 20) + 1, 'x');
+    const std::string path = LongPathTo("large");
+    tree.Write("large", large);
+    tree.Write("empty", "");
+    for (const std::uint32_t mode : {READ_IF_THERE, MODE_DEFAULT, MODE_CREATE_ALWAYS | MODE_WRITE}) {
+        memory.SetName("before");
+        EXPECT_EQ(Loaded(path, mode), "loaded");
+        EXPECT_TRUE(MemoryText() == large);
+        EXPECT_EQ(memory.GetPosition(), 0u);
+        EXPECT_EQ(memory.GetName().CStr(), FullPath(path));
+        EXPECT_EQ(tree.Content("large").size(), large.size());
+    }
+    EXPECT_EQ(Loaded("empty/", READ_EXISTING), "loaded");
+    EXPECT_EQ(memory.GetSize(), 0u);
+    EXPECT_EQ(memory.GetName().CStr(), FullPath("empty"));
+    const std::pair<std::uint32_t, const char*> modes[] = {
+        {READ_IF_THERE, "false"}, {READ_EXISTING, "error 2"}, {MODE_READ, "error 1 of missing"}};
+    for (const auto& [mode, result] : modes) {
+        memory.SetSize(5);
+        const std::uint32_t capacity = memory.GetCapacity();
+        EXPECT_EQ(Loaded("missing", mode), result);
+        EXPECT_EQ(memory.GetSize(), mode == MODE_READ ? 5u : 0u);
+        EXPECT_EQ(memory.GetCapacity(), capacity);
+    }
+    auto stream = std::unique_ptr<IStream>(files.OpenStream(path.c_str(), READ_EXISTING));
+    EXPECT_TRUE(stream->Read(memory.GetData(), 1, 0) == 1u && memory.GetData()[0] == 'x');
+    EXPECT_EQ(stream->GetSize(), large.size());
+}
+
+TEST_F(FileSystem, OpensRawFiles)
+{
+    tree.Write("file", "12345");
+    for (const std::uint32_t offset : {0u, 2u, 5u, 6u, 0x80000000u, UINT32_MAX}) {
+        HANDLE file = nullptr;
+        std::uint32_t size = 77;
+        EXPECT_EQ(files.OpenRawFile(file, size, "file", offset), offset <= 5);
+        EXPECT_EQ(size, offset <= 5 ? 5u : 0u);
+        if (offset <= 5) {
+            char bytes[9] = {};
+            DWORD done = 0;
+            EXPECT_TRUE(::ReadFile(file, bytes, 8, &done, nullptr));
+            EXPECT_EQ(bytes, std::string("12345").substr(offset));
+            EXPECT_TRUE(files.CloseRawFile(file));
+        }
+        EXPECT_EQ(file == INVALID_HANDLE_VALUE, offset > 5);
+        EXPECT_TRUE(tree.IsFree("file")) << offset;
+    }
+}
+
+// What no operation can work on; only streams and loading tell why.
+TEST_F(FileSystem, FailsQuietlyOrByNameAndKind)
+{
+    tree.Write("folder/x", "");
+    tree.Write("held", "text");
+    const std::unique_ptr<IStream> holder(files.OpenStream("held", MODE_OPEN_EXISTING | MODE_READ));
+    struct Row {
+        std::string name;
+        const char* opened;
+        bool exists;
+    };
+    const Row rows[] = {
+        {"folder", "error 1", true},
+        {"held", "error 1", true},
+        {std::string(300, 'x'), "error 2", false},
+        {std::string(40000, 'x'), "error 2", false},
+        {"ill-formed\xFF", "error 2", false},
+        {"missing/x", "error 2", false},
+        {"held/x", "error 2", false},
+        {"x*", "error 1", false},
+    };
+    for (const Row& row : rows) {
+        const std::string shown = row.name.substr(0, 20);
+        HANDLE file = nullptr;
+        std::uint32_t size = 77;
+        EXPECT_EQ(Opened(row.name, READ_EXISTING), row.opened) << shown;
+        EXPECT_EQ(Opened(row.name, MODE_OPEN_EXISTING | MODE_WRITE), row.opened) << shown;
+        memory.SetSize(5);
+        EXPECT_EQ(Loaded(row.name, READ_EXISTING), row.opened) << shown;
+        EXPECT_EQ(memory.GetSize(), 0u);
+        EXPECT_FALSE(files.OpenRawFile(file, size, row.name.c_str(), 0)) << shown;
+        EXPECT_TRUE(file == INVALID_HANDLE_VALUE && size == 0) << shown;
+        EXPECT_EQ(InfoOf(row.name).Exists(), row.exists) << shown;
+        EXPECT_FALSE(files.EraseFile(row.name.c_str())) << shown;
+        EXPECT_FALSE(files.EraseDirectory(row.name.c_str())) << shown;
+        if (row.name != "folder") {
+            EXPECT_EQ(Listed(row.name.c_str(), 0), "") << shown;
+        }
+    }
+    EXPECT_EQ(Opened("gr\xC3\xBC\xC3\x9F.ini", MODE_CREATE_NEW | MODE_WRITE), "writer 0");
+    EXPECT_TRUE(tree.All().contains("gr\xC3\xBC\xC3\x9F.ini"));
+}
+
+} // namespace
+} // namespace Plinth

@@ -1,0 +1,77 @@
+#include "Plinth/FileSystem/PathNames.h"
+#include "Tests/Plinth/TraceCapture.h"
+#include "Tests/Support/HeapWatch.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace Plinth {
+namespace {
+
+struct Row {
+    const char* path;
+    std::string directory;
+    std::string title;
+    std::string extension;
+};
+
+const Row ROWS[] = {
+    {"C:\\a\\b.tar.gz", "C:\\a\\", "b.tar", ".gz"},
+    {"C:x", "C:", "x", ""},
+    {"a/.cfg", "a/", "", ".cfg"},
+    {"a.b\\c/", "a.b\\c/", "", ""},
+    {"a.b/c", "a.b/", "c", ""},
+    {"file.", "", "file", "."},
+    {"..", "", ".", "."},
+    {"", "", "", ""},
+    {nullptr, "", "", ""},
+};
+
+TEST(PathNames, AreCutAtTheBuffer)
+{
+    using Function = char* (*)(char*, std::uint32_t, const char*);
+    for (const Row& row : ROWS) {
+        const std::pair<Function, std::string> forms[] = {{GetPathDirectory, row.directory},
+                                                          {GetPathFileName, row.title + row.extension},
+                                                          {GetPathExtension, row.extension},
+                                                          {GetPathTitle, row.title}};
+        for (const auto& [function, part] : forms) {
+            for (std::uint32_t size = 1; size <= part.size() + 2; ++size) {
+                std::string buffer(part.size() + 3, '#');
+                EXPECT_EQ(function(buffer.data(), size, row.path), buffer.data());
+                EXPECT_EQ(buffer.c_str(), part.substr(0, size - 1)) << row.path;
+                EXPECT_EQ(buffer.substr(size), std::string(buffer.size() - size, '#')) << part << size;
+            }
+            char untouched = '#';
+            function(&untouched, 0, row.path);
+            EXPECT_EQ(untouched, '#');
+            EXPECT_EQ(function(nullptr, 9, row.path), nullptr);
+        }
+    }
+}
+
+TEST(PathNames, AreStrings)
+{
+    for (const Row& row : ROWS) {
+        const CString path(row.path);
+        CString part("before");
+        EXPECT_EQ(&GetPathDirectory(part, path), &part);
+        EXPECT_EQ(part.CStr(), row.directory);
+        EXPECT_EQ(&GetPathTitle(part, path), &part);
+        EXPECT_EQ(part.CStr(), row.title);
+        CString itself(path);
+        EXPECT_EQ(GetPathTitle(itself, itself).CStr(), row.title);
+        itself = path;
+        EXPECT_EQ(GetPathDirectory(itself, itself).CStr(), row.directory);
+    }
+    const TraceCapture trace;
+    CString part("before");
+    const CString path("a directory that is longer/and a title that is, too");
+    const HeapWatch watch({.ordinal = 1, .lasting = true});
+    EXPECT_STREQ(GetPathDirectory(part, path).CStr(), "before");
+    EXPECT_STREQ(GetPathTitle(part, path).CStr(), "before");
+}
+
+} // namespace
+} // namespace Plinth
