@@ -45,6 +45,7 @@ DWORD ErrorFromErrno(int error)
         return ERROR_SHARING_VIOLATION;
     case ENOSPC:
     case EDQUOT:
+    case EFBIG:
         return ERROR_DISK_FULL;
     case ENOEXEC:
         return ERROR_BAD_EXE_FORMAT;

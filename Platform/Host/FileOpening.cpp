@@ -2,6 +2,7 @@
 
 #include "Platform/Host/Drives.h"
 #include "Platform/Host/FileObject.h"
+#include "Platform/Host/ShareModes.h"
 
 #include <cerrno>
 #include <fcntl.h>
@@ -34,6 +35,9 @@ public:
         return request_.disposition == CREATE_ALWAYS || request_.disposition == TRUNCATE_EXISTING;
     }
 
+    // Whether the file has to be one that may be written.
+    [[nodiscard]] bool Changes() const { return Writes() || Truncates(); }
+
     DWORD Open(const std::u16string& full);
     void HandTo(File& file) { file.Take(std::move(descriptor_), request_.access, seeks_); }
 
@@ -42,8 +46,13 @@ public:
 private:
     [[nodiscard]] int Flags() const;
     [[nodiscard]] DWORD ErrorOfFolderPath(const std::u16string& full) const;
+    [[nodiscard]] Descriptor OpenNative(const std::string& native) const;
     DWORD OpenFound(const std::string& native);
     DWORD Create(const std::string& native);
+    DWORD TakeShare()
+    {
+        return Host::TakeShare(descriptor_.Number(), request_.access, request_.shareMode);
+    }
     DWORD TakeOver(const struct stat& status);
 
     OpenRequest request_;
@@ -54,12 +63,22 @@ private:
 
 int Opening::Flags() const
 {
-    const int common =
-        O_CLOEXEC | O_NOCTTY | ((request_.flagsAndAttributes & FILE_FLAG_WRITE_THROUGH) != 0 ? O_DSYNC : 0);
-    if (Writes() || Truncates()) {
+    const int common = O_CLOEXEC | O_NOCTTY |
+                       ((request_.flagsAndAttributes & FILE_FLAG_WRITE_THROUGH) != 0 ? O_DSYNC : 0);
+    if (Changes()) {
         return common | (Reads() ? O_RDWR : O_WRONLY);
     }
     return common | (Reads() ? O_RDONLY : O_PATH);
+}
+
+Descriptor Opening::OpenNative(const std::string& native) const
+{
+    if (!Changes() && NeedsWriting(request_.access, request_.shareMode)) {
+        if (Descriptor writable(open(native.c_str(), Flags() | O_RDWR)); writable.IsOpen()) {
+            return writable;
+        }
+    }
+    return Descriptor(open(native.c_str(), Flags()));
 }
 
 // A path that ends in a separator leads to no file.
@@ -106,7 +125,7 @@ DWORD Opening::Open(const std::u16string& full)
 
 DWORD Opening::OpenFound(const std::string& native)
 {
-    descriptor_ = Descriptor(open(native.c_str(), Flags()));
+    descriptor_ = OpenNative(native);
     struct stat status {};
     if (!descriptor_.IsOpen() || fstat(descriptor_.Number(), &status) != 0) {
         return ErrorFromErrno(errno);
@@ -117,14 +136,15 @@ DWORD Opening::OpenFound(const std::string& native)
 DWORD Opening::TakeOver(const struct stat& status)
 {
     const bool isReadOnly = (status.st_mode & ANY_WRITING) == 0;
-    if (S_ISDIR(status.st_mode) || (isReadOnly && (Writes() || Truncates()))) {
+    if (S_ISDIR(status.st_mode) || (isReadOnly && Changes())) {
         return ERROR_ACCESS_DENIED;
     }
     seeks_ = S_ISREG(status.st_mode);
-    if (Truncates() && seeks_ && ftruncate(descriptor_.Number(), 0) != 0) {
+    const DWORD error = seeks_ ? TakeShare() : ERROR_SUCCESS;
+    if (error == ERROR_SUCCESS && Truncates() && seeks_ && ftruncate(descriptor_.Number(), 0) != 0) {
         return ErrorFromErrno(errno);
     }
-    return ERROR_SUCCESS;
+    return error;
 }
 
 // Another process may be quicker, which is as if the file had been there.
@@ -136,7 +156,7 @@ DWORD Opening::Create(const std::string& native)
     if (descriptor_.IsOpen()) {
         isNew_ = true;
         seeks_ = true;
-        return ERROR_SUCCESS;
+        return TakeShare();
     }
     if (errno == EEXIST) {
         return request_.disposition == CREATE_NEW ? ERROR_FILE_EXISTS : OpenFound(native);

@@ -23,10 +23,10 @@ BOOL WithFile(HANDLE handle, const Body& body)
 template <typename Body>
 BOOL Transfer(HANDLE handle, LPDWORD done, LPOVERLAPPED overlapped, const Body& body)
 {
-    if (done == nullptr || overlapped != nullptr) {
-        return Fail(ERROR_INVALID_PARAMETER);
-    }
-    return WithFile(handle, [&](File& file) { return body(file, *done); });
+    return WithFile(handle, [&](File& file) {
+        const bool isPlain = done != nullptr && overlapped == nullptr;
+        return isPlain ? body(file, *done) : Fail(ERROR_INVALID_PARAMETER);
+    });
 }
 
 DWORD LowPart(std::int64_t value)
@@ -82,10 +82,7 @@ DWORD SizeOf(File& file, LPDWORD high)
 bool Convert(const FILETIME* time, timespec& host)
 {
     const std::int64_t steps = time != nullptr ? StepsOf(*time) : 0;
-    host = FromSteps(steps);
-    if (steps == 0 || steps == -1) {
-        host.tv_nsec = UTIME_OMIT;
-    }
+    host = steps > 0 ? FromSteps(steps) : timespec{0, UTIME_OMIT};
     return steps >= -1;
 }
 

@@ -3,14 +3,20 @@
 
 #include "Platform/Host/Drives.h"
 #include "Platform/Host/Gate.h"
+#include "Platform/Host/ShareModes.h"
+#include "Platform/Host/WholeFile.h"
 
 #include <cerrno>
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 namespace Platform::Host {
 
 namespace {
+
+constexpr mode_t NEW_FOLDER = 0777;
+constexpr mode_t ANY_WRITING = 0222;
 
 bool IsEmpty(LPCWSTR path)
 {
@@ -22,17 +28,38 @@ bool IsDriveRoot(std::u16string_view full)
     return full.size() == DRIVE_ROOT_LENGTH;
 }
 
+DWORD CreationError(int error)
+{
+    return error == EEXIST ? ERROR_ALREADY_EXISTS : ErrorFromErrno(error);
+}
+
 BOOL MakeFolder(LPCWSTR path)
 {
+    std::u16string full;
     std::string native;
-    const DWORD found = IsEmpty(path) ? ERROR_PATH_NOT_FOUND : ResolvePath(path, native);
-    if (found != ERROR_FILE_NOT_FOUND) {
-        return Fail(found == ERROR_SUCCESS ? ERROR_ALREADY_EXISTS : found);
+    DWORD error = IsEmpty(path) ? ERROR_PATH_NOT_FOUND : CompletePath(path, full);
+    if (error != ERROR_SUCCESS) {
+        return Fail(error);
     }
-    if (mkdir(native.c_str(), 0777) == 0) {
-        return TRUE;
+    error = FindNative(full, native);
+    if (error == ERROR_FILE_NOT_FOUND) {
+        return mkdir(native.c_str(), NEW_FOLDER) == 0 ? TRUE : Fail(CreationError(errno));
     }
-    return Fail(errno == EEXIST ? ERROR_ALREADY_EXISTS : ErrorFromErrno(errno));
+    const bool isTaken = error == ERROR_SUCCESS || error == ERROR_INVALID_NAME;
+    if (error == ERROR_SUCCESS && IsDriveRoot(full)) {
+        error = ERROR_ACCESS_DENIED;
+    } else if (isTaken) { // by a file, where the path ends in a separator
+        error = ERROR_ALREADY_EXISTS;
+    }
+    return Fail(error);
+}
+
+bool IsCurrentDirectory(const std::string& native)
+{
+    struct stat folder {};
+    struct stat current {};
+    return stat(native.c_str(), &folder) == 0 && stat(".", &current) == 0 &&
+           folder.st_dev == current.st_dev && folder.st_ino == current.st_ino;
 }
 
 DWORD RemovalError(int error)
@@ -58,6 +85,8 @@ BOOL RemoveFolder(LPCWSTR path)
     }
     if (error == ERROR_SUCCESS && IsDriveRoot(full)) {
         error = ERROR_ACCESS_DENIED;
+    } else if (error == ERROR_SUCCESS && IsCurrentDirectory(native)) {
+        error = ERROR_SHARING_VIOLATION;
     }
     if (error != ERROR_SUCCESS) {
         return Fail(error);
@@ -65,22 +94,32 @@ BOOL RemoveFolder(LPCWSTR path)
     return rmdir(native.c_str()) == 0 ? TRUE : Fail(RemovalError(errno));
 }
 
-DWORD CheckRemovable(const std::string& native)
+// Keeps the file from being opened until it is gone. One that the process may not open tells nothing.
+DWORD TakeForRemoval(const std::string& native, Descriptor& file)
 {
-    struct stat status {};
-    if (stat(native.c_str(), &status) != 0) {
-        return ErrorFromErrno(errno);
+    for (const int access : {O_RDWR, O_RDONLY}) {
+        file = Descriptor(open(native.c_str(), access | O_NONBLOCK | O_CLOEXEC));
+        if (file.IsOpen()) {
+            return TakeAlone(file.Number());
+        }
     }
-    const bool isLocked = S_ISDIR(status.st_mode) || (status.st_mode & 0222) == 0;
-    return isLocked ? ERROR_ACCESS_DENIED : ERROR_SUCCESS;
+    return ERROR_SUCCESS;
 }
 
 BOOL RemoveFile(LPCWSTR path)
 {
     std::string native;
+    Descriptor file;
+    struct stat status {};
     DWORD error = IsEmpty(path) ? ERROR_PATH_NOT_FOUND : ResolvePath(path, native);
-    if (error == ERROR_SUCCESS) {
-        error = CheckRemovable(native);
+    if (error == ERROR_SUCCESS && stat(native.c_str(), &status) != 0) {
+        error = ErrorFromErrno(errno);
+    }
+    if (error == ERROR_SUCCESS && (S_ISDIR(status.st_mode) || (status.st_mode & ANY_WRITING) == 0)) {
+        error = ERROR_ACCESS_DENIED;
+    }
+    if (error == ERROR_SUCCESS && S_ISREG(status.st_mode)) {
+        error = TakeForRemoval(native, file);
     }
     if (error != ERROR_SUCCESS) {
         return Fail(error);
