@@ -78,12 +78,12 @@ void CheckParts(const std::string& path)
     std::string buffer(path.size() + 1, '#');
     const auto size = static_cast<std::uint32_t>(buffer.size());
     CString part;
-    Require(GetPathDirectory(buffer.data(), size, path.c_str()) == path.substr(0, name));
-    Require(GetPathDirectory(part, path.c_str()).CStr() == path.substr(0, name));
+    Require(Plinth::GetPathDirectory(buffer.data(), size, path.c_str()) == path.substr(0, name));
+    Require(Plinth::GetPathDirectory(part, path.c_str()).CStr() == path.substr(0, name));
     Require(Plinth::GetPathFileName(buffer.data(), size, path.c_str()) == path.substr(name));
     Require(Plinth::GetPathExtension(buffer.data(), size, path.c_str()) == path.substr(dot));
-    Require(GetPathTitle(buffer.data(), size, path.c_str()) == path.substr(name, dot - name));
-    Require(GetPathTitle(part, path.c_str()).CStr() == path.substr(name, dot - name));
+    Require(Plinth::GetPathTitle(buffer.data(), size, path.c_str()) == path.substr(name, dot - name));
+    Require(Plinth::GetPathTitle(part, path.c_str()).CStr() == path.substr(name, dot - name));
 }
 
 void CheckIndex(const std::string& path)

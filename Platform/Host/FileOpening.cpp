@@ -49,10 +49,7 @@ private:
     [[nodiscard]] Descriptor OpenNative(const std::string& native) const;
     DWORD OpenFound(const std::string& native);
     DWORD Create(const std::string& native);
-    DWORD TakeShare()
-    {
-        return Host::TakeShare(descriptor_.Number(), request_.access, request_.shareMode);
-    }
+    DWORD TakeShare() { return Host::TakeShare(descriptor_.Number(), request_.access, request_.shareMode); }
     DWORD TakeOver(const struct stat& status);
 
     OpenRequest request_;
@@ -63,8 +60,8 @@ private:
 
 int Opening::Flags() const
 {
-    const int common = O_CLOEXEC | O_NOCTTY |
-                       ((request_.flagsAndAttributes & FILE_FLAG_WRITE_THROUGH) != 0 ? O_DSYNC : 0);
+    const int common =
+        O_CLOEXEC | O_NOCTTY | ((request_.flagsAndAttributes & FILE_FLAG_WRITE_THROUGH) != 0 ? O_DSYNC : 0);
     if (Changes()) {
         return common | (Reads() ? O_RDWR : O_WRONLY);
     }

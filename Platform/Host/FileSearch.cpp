@@ -256,8 +256,8 @@ DWORD Find(std::u16string_view path, WIN32_FIND_DATAW& found, std::shared_ptr<Se
         return ERROR_PATH_NOT_FOUND;
     }
     const auto behindFolder = std::find_if(path.rbegin(), path.rend(), [](char16_t unit) {
-        return IsSeparator(unit) || unit == u':';
-    }).base();
+                                  return IsSeparator(unit) || unit == u':';
+                              }).base();
     const auto length = static_cast<std::size_t>(behindFolder - path.begin());
     const std::u16string_view last = path.substr(length);
     if (last.empty()) {

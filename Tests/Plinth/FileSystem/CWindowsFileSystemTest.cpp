@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <cstring>
 #include <memory>
 #include <optional>
 #include <string>
@@ -355,27 +356,31 @@ TEST_F(FileSystem, FailsQuietlyOrByNameAndKind)
     const std::unique_ptr<IStream> holder(files.OpenStream("held", MODE_OPEN_EXISTING | MODE_READ));
     struct Row {
         std::string name;
-        const char* opened;
+        const char* kinds; // of the error
         bool exists;
     };
     const Row rows[] = {
-        {"folder", "error 1", true},
-        {"held", "error 1", true},
-        {std::string(300, 'x'), "error 2", false},
-        {std::string(40000, 'x'), "error 2", false},
-        {"ill-formed\xFF", "error 2", false},
-        {"missing/x", "error 2", false},
-        {"held/x", "error 2", false},
-        {"x*", "error 1", false},
+        {"folder", "1", true},
+        {"held", "1", true},
+        {std::string(300, 'x'), "12", false}, // too long, or not found for that
+        {std::string(40000, 'x'), "12", false},
+        {"ill-formed\xFF", "2", false},
+        {"missing/x", "2", false},
+        {"held/x", "2", false},
+        {"x*", "1", false},
+    };
+    const auto isOne = [](const Row& row, const std::string& error) {
+        return error.substr(0, 6) == "error " && error.size() == 7 &&
+               std::strchr(row.kinds, error[6]) != nullptr;
     };
     for (const Row& row : rows) {
         const std::string shown = row.name.substr(0, 20);
         HANDLE file = nullptr;
         std::uint32_t size = 77;
-        EXPECT_EQ(Opened(row.name, READ_EXISTING), row.opened) << shown;
-        EXPECT_EQ(Opened(row.name, MODE_OPEN_EXISTING | MODE_WRITE), row.opened) << shown;
+        EXPECT_TRUE(isOne(row, Opened(row.name, READ_EXISTING))) << shown;
+        EXPECT_TRUE(isOne(row, Opened(row.name, MODE_OPEN_EXISTING | MODE_WRITE))) << shown;
         memory.SetSize(5);
-        EXPECT_EQ(Loaded(row.name, READ_EXISTING), row.opened) << shown;
+        EXPECT_TRUE(isOne(row, Loaded(row.name, READ_EXISTING))) << shown;
         EXPECT_EQ(memory.GetSize(), 0u);
         EXPECT_FALSE(files.OpenRawFile(file, size, row.name.c_str(), 0)) << shown;
         EXPECT_TRUE(file == INVALID_HANDLE_VALUE && size == 0) << shown;
