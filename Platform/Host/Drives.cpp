@@ -6,6 +6,7 @@
 #include "Platform/Host/Utf.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstdlib>
 #include <dirent.h>
@@ -84,9 +85,18 @@ bool IsSeparator(char16_t unit)
     return unit == u'\\' || unit == u'/';
 }
 
+constexpr auto FORBIDDEN_IN_NAMES = [] {
+    std::array<bool, 128> forbidden{};
+    std::fill_n(forbidden.begin(), u' ', true);
+    for (const char16_t unit : std::u16string_view(u"<>\"|?*")) {
+        forbidden[unit] = true;
+    }
+    return forbidden;
+}();
+
 bool IsForbiddenInNames(char16_t unit)
 {
-    return unit < u' ' || std::u16string_view(u"<>\"|?*").find(unit) != std::u16string_view::npos;
+    return FORBIDDEN_IN_NAMES[std::min<std::size_t>(unit, FORBIDDEN_IN_NAMES.size() - 1)];
 }
 
 bool HasDrive(std::u16string_view path)
@@ -152,6 +162,36 @@ std::u16string JoinParts(std::u16string_view drive, const std::vector<std::u16st
         full += u'\\';
     }
     return full;
+}
+
+// Whether a path is surely what it is completed to, as most are: it begins with a drive's root, and no part is
+// empty or ends in a dot or blank.
+bool IsComplete(std::u16string_view path)
+{
+    if (path.size() <= DRIVE_ROOT_LENGTH || !HasDrive(path) || path[0] > u'Z' || path[2] != u'\\') {
+        return false;
+    }
+    bool isOdd = false;
+    bool endsOddly = true; // what a separator would end
+    for (const char16_t unit : path.substr(DRIVE_ROOT_LENGTH)) {
+        const bool separates = unit == u'\\';
+        isOdd |= IsForbiddenInNames(unit) | (unit == u'/') | (separates & endsOddly);
+        endsOddly = separates | (unit == u'.') | (unit == u' ');
+    }
+    return !isOdd && path.back() != u'.' && path.back() != u' ';
+}
+
+// With the host's separators; false where there is more than ASCII.
+bool AppendAscii(std::u16string_view path, std::string& native)
+{
+    unsigned all = 0;
+    native.resize(native.size() + path.size());
+    std::transform(path.begin(), path.end(), native.end() - static_cast<std::ptrdiff_t>(path.size()),
+                   [&all](char16_t unit) {
+                       all |= unit;
+                       return unit == u'\\' ? '/' : static_cast<char>(unit);
+                   });
+    return all < 0x80;
 }
 
 // ERROR_SUCCESS for what is there, else why it cannot be had.
@@ -232,6 +272,17 @@ void RemoveDrive(char letter)
     }
 }
 
+DWORD CompletePath(std::u16string_view path, std::u16string& storage, std::u16string_view& full)
+{
+    if (IsComplete(path)) {
+        full = path;
+        return ERROR_SUCCESS;
+    }
+    const DWORD error = CompletePath(path, storage);
+    full = storage;
+    return error;
+}
+
 DWORD CompletePath(std::u16string_view path, std::u16string& full)
 {
     if (path.starts_with(EXTENDED_PREFIX)) {
@@ -271,8 +322,14 @@ DWORD ToNativePath(std::u16string_view full, std::string& native)
     if (drive == Drives().end()) {
         return ERROR_PATH_NOT_FOUND;
     }
-    native = drive->second + ToHost(full.substr(2));
-    std::replace(native.begin(), native.end(), '\\', '/');
+    const std::string& root = drive->second;
+    full.remove_prefix(2);
+    native.reserve(root.size() + full.size());
+    native = root;
+    if (!AppendAscii(full, native)) {
+        native = root + ToHost(full);
+        std::replace(native.begin(), native.end(), '\\', '/');
+    }
     return ERROR_SUCCESS;
 }
 

@@ -24,6 +24,9 @@ void RemoveDrive(char letter);
 // the platform's error code; `full` is changed only on ERROR_SUCCESS.
 DWORD CompletePath(std::u16string_view path, std::u16string& full);
 
+// The same without a copy where the path is complete: `full` is then the path itself, else lies in `storage`.
+DWORD CompletePath(std::u16string_view path, std::u16string& storage, std::u16string_view& full);
+
 // The host path of a completed path, each part found whatever its letter case. ERROR_FILE_NOT_FOUND when only
 // the last part is missing, in which case `native` is where it would be; ERROR_PATH_NOT_FOUND when an earlier
 // one is missing or no folder, or the drive is unknown; ERROR_INVALID_NAME when a path that ends in a

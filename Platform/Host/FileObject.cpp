@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstring>
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -20,6 +21,15 @@ std::size_t NextStep(DWORD count, DWORD done, std::int64_t position)
 
 } // namespace
 
+// A file that fills the room may be larger, or no file at all.
+bool File::Preload(int descriptor)
+{
+    const ssize_t size = pread(descriptor, preloaded_, sizeof(preloaded_), 0);
+    isPreloaded_ = size >= 0 && static_cast<std::size_t>(size) < sizeof(preloaded_);
+    preloadedSize_ = isPreloaded_ ? static_cast<std::size_t>(size) : 0;
+    return isPreloaded_;
+}
+
 void File::Take(Descriptor descriptor, DWORD access, bool seeks)
 {
     descriptor_ = std::move(descriptor);
@@ -27,8 +37,14 @@ void File::Take(Descriptor descriptor, DWORD access, bool seeks)
     seeks_ = seeks;
 }
 
-ssize_t File::ReadSome(char* bytes, std::size_t count) const
+ssize_t File::ReadSome(char* bytes, std::size_t count)
 {
+    if (isPreloaded_ && position_ < static_cast<std::int64_t>(preloadedSize_)) {
+        const std::size_t left = preloadedSize_ - static_cast<std::size_t>(position_);
+        const std::size_t size = std::min(count, left);
+        std::memcpy(bytes, preloaded_ + position_, size);
+        return static_cast<ssize_t>(size);
+    }
     ssize_t result = -1;
     do {
         result = seeks_ ? pread(descriptor_.Number(), bytes, count, position_)
@@ -127,6 +143,9 @@ BOOL File::SetEnd()
 // The host's own position is nobody's, so it may move.
 std::int64_t File::Size()
 {
+    if (isPreloaded_) {
+        return static_cast<std::int64_t>(preloadedSize_);
+    }
     if (seeks_) {
         if (const off_t end = lseek(descriptor_.Number(), 0, SEEK_END); end >= 0) {
             return end;

@@ -16,16 +16,17 @@ namespace {
 constexpr mode_t NEW_FILE = 0666;
 constexpr mode_t ANY_WRITING = 0222;
 
+bool IsDisposition(DWORD disposition)
+{
+    return disposition >= CREATE_NEW && disposition <= TRUNCATE_EXISTING;
+}
+
 class Opening {
 public:
-    explicit Opening(const OpenRequest& request) : request_(request) {}
+    Opening(const OpenRequest& request, File& file) : request_(request), file_(file) {}
 
     [[nodiscard]] bool Reads() const { return (request_.access & GENERIC_READ) != 0; }
     [[nodiscard]] bool Writes() const { return (request_.access & GENERIC_WRITE) != 0; }
-    [[nodiscard]] bool IsPossible() const
-    {
-        return request_.disposition >= CREATE_NEW && request_.disposition <= TRUNCATE_EXISTING;
-    }
     [[nodiscard]] bool Creates() const
     {
         return request_.disposition != OPEN_EXISTING && request_.disposition != TRUNCATE_EXISTING;
@@ -38,30 +39,33 @@ public:
     // Whether the file has to be one that may be written.
     [[nodiscard]] bool Changes() const { return Writes() || Truncates(); }
 
-    DWORD Open(const std::u16string& full);
-    void HandTo(File& file) { file.Take(std::move(descriptor_), request_.access, seeks_); }
+    DWORD Open(std::u16string_view full);
+    void HandOver() { file_.Take(std::move(descriptor_), request_.access, seeks_); }
 
     [[nodiscard]] bool IsNew() const { return isNew_; }
 
 private:
     [[nodiscard]] int Flags() const;
-    [[nodiscard]] DWORD ErrorOfFolderPath(const std::u16string& full) const;
+    [[nodiscard]] DWORD ErrorOfFolderPath(std::u16string_view full) const;
     [[nodiscard]] Descriptor OpenNative(const std::string& native) const;
     DWORD OpenFound(const std::string& native);
     DWORD Create(const std::string& native);
-    DWORD TakeShare() { return Host::TakeShare(descriptor_.Number(), request_.access, request_.shareMode); }
-    DWORD TakeOver(const struct stat& status);
+    DWORD TakeUsual();
+    DWORD TakeOver();
+    bool Share();
 
     OpenRequest request_;
+    File& file_;
     Descriptor descriptor_;
+    Sharing sharing_ = Sharing::UNKNOWN;
     bool seeks_ = false;
     bool isNew_ = false;
 };
 
 int Opening::Flags() const
 {
-    const int common =
-        O_CLOEXEC | O_NOCTTY | ((request_.flagsAndAttributes & FILE_FLAG_WRITE_THROUGH) != 0 ? O_DSYNC : 0);
+    const int common = O_CLOEXEC | O_NOCTTY |
+                       ((request_.flagsAndAttributes & FILE_FLAG_WRITE_THROUGH) != 0 ? O_DSYNC : 0);
     if (Changes()) {
         return common | (Reads() ? O_RDWR : O_WRONLY);
     }
@@ -79,7 +83,7 @@ Descriptor Opening::OpenNative(const std::string& native) const
 }
 
 // A path that ends in a separator leads to no file.
-DWORD Opening::ErrorOfFolderPath(const std::u16string& full) const
+DWORD Opening::ErrorOfFolderPath(std::u16string_view full) const
 {
     std::string native;
     const DWORD found = FindNative(full, native);
@@ -96,7 +100,7 @@ DWORD Opening::ErrorOfFolderPath(const std::u16string& full) const
 }
 
 // What is there is tried under its exact name first.
-DWORD Opening::Open(const std::u16string& full)
+DWORD Opening::Open(std::u16string_view full)
 {
     if (full.ends_with(u'\\')) {
         return ErrorOfFolderPath(full);
@@ -123,25 +127,53 @@ DWORD Opening::Open(const std::u16string& full)
 DWORD Opening::OpenFound(const std::string& native)
 {
     descriptor_ = OpenNative(native);
-    struct stat status {};
-    if (!descriptor_.IsOpen() || fstat(descriptor_.Number(), &status) != 0) {
+    if (!descriptor_.IsOpen()) {
         return ErrorFromErrno(errno);
     }
-    return TakeOver(status);
+    const bool isUsual = !Truncates() && IsUsual(request_.access, request_.shareMode);
+    return isUsual ? TakeUsual() : TakeOver();
 }
 
-DWORD Opening::TakeOver(const struct stat& status)
+// A reader's lock does no harm to what is no file.
+DWORD Opening::TakeUsual()
 {
+    if (!Share()) {
+        return ERROR_SHARING_VIOLATION;
+    }
+    if (sharing_ == Sharing::TAKEN && file_.Preload(descriptor_.Number())) {
+        seeks_ = true;
+        return ERROR_SUCCESS;
+    }
+    return TakeOver();
+}
+
+// False where another opening does not allow it.
+bool Opening::Share()
+{
+    if (sharing_ != Sharing::TAKEN) {
+        sharing_ = TakeShare(descriptor_.Number(), request_.access, request_.shareMode);
+    }
+    return sharing_ != Sharing::REFUSED;
+}
+
+DWORD Opening::TakeOver()
+{
+    struct stat status {};
+    if (fstat(descriptor_.Number(), &status) != 0) {
+        return ErrorFromErrno(errno);
+    }
     const bool isReadOnly = (status.st_mode & ANY_WRITING) == 0;
     if (S_ISDIR(status.st_mode) || (isReadOnly && Changes())) {
         return ERROR_ACCESS_DENIED;
     }
     seeks_ = S_ISREG(status.st_mode);
-    const DWORD error = seeks_ ? TakeShare() : ERROR_SUCCESS;
-    if (error == ERROR_SUCCESS && Truncates() && seeks_ && ftruncate(descriptor_.Number(), 0) != 0) {
+    if (seeks_ && !Share()) {
+        return ERROR_SHARING_VIOLATION;
+    }
+    if (seeks_ && Truncates() && ftruncate(descriptor_.Number(), 0) != 0) {
         return ErrorFromErrno(errno);
     }
-    return error;
+    return ERROR_SUCCESS;
 }
 
 // Another process may be quicker, which is as if the file had been there.
@@ -153,7 +185,7 @@ DWORD Opening::Create(const std::string& native)
     if (descriptor_.IsOpen()) {
         isNew_ = true;
         seeks_ = true;
-        return TakeShare();
+        return Share() ? ERROR_SUCCESS : ERROR_SHARING_VIOLATION;
     }
     if (errno == EEXIST) {
         return request_.disposition == CREATE_NEW ? ERROR_FILE_EXISTS : OpenFound(native);
@@ -166,24 +198,25 @@ DWORD Opening::Create(const std::string& native)
 // All that can run out of memory comes before the file is touched.
 HANDLE OpenFile(LPCWSTR fileName, const OpenRequest& request)
 {
-    Opening opening(request);
-    std::u16string full;
+    std::u16string storage;
+    std::u16string_view full;
     DWORD error = ERROR_PATH_NOT_FOUND;
     if (fileName != nullptr && *fileName != 0) {
-        error = opening.IsPossible() ? CompletePath(fileName, full) : ERROR_INVALID_PARAMETER;
+        error = IsDisposition(request.disposition) ? CompletePath(fileName, storage, full) : ERROR_INVALID_PARAMETER;
     }
     if (error != ERROR_SUCCESS) {
         Fail(error);
         return INVALID_HANDLE_VALUE;
     }
-    const auto file = std::make_shared<File>();
+    const auto file = std::make_shared_for_overwrite<File>();
     PendingHandle handle(file);
+    Opening opening(request, *file);
     error = opening.Open(full);
     if (error != ERROR_SUCCESS) {
         Fail(error);
         return INVALID_HANDLE_VALUE;
     }
-    opening.HandTo(*file);
+    opening.HandOver();
     const bool tellsOfOld = request.disposition == CREATE_ALWAYS || request.disposition == OPEN_ALWAYS;
     lastError = tellsOfOld && !opening.IsNew() ? ERROR_ALREADY_EXISTS : ERROR_SUCCESS;
     return handle.HandOut();

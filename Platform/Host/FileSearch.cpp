@@ -13,6 +13,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <climits>
 #include <cstring>
 #include <dirent.h>
 #include <fcntl.h>
@@ -43,31 +44,55 @@ DWORD AttributesOf(const struct stat& status)
                                                : FILE_ATTRIBUTE_ARCHIVE;
 }
 
-// False for a name that is too long.
-bool Describe(std::u16string_view name, const struct stat& status, WIN32_FIND_DATAW& found)
+void Describe(const struct stat& status, WIN32_FIND_DATAW& found)
 {
-    if (name.size() >= std::size(found.cFileName)) {
-        return false;
-    }
     const std::uint64_t size = S_ISDIR(status.st_mode) ? 0 : static_cast<std::uint64_t>(status.st_size);
     found.dwFileAttributes = AttributesOf(status);
     found.ftCreationTime = ToFileTime(status.st_mtim);
     found.ftLastAccessTime = ToFileTime(status.st_atim);
-    found.ftLastWriteTime = ToFileTime(status.st_mtim);
+    found.ftLastWriteTime = found.ftCreationTime;
     found.nFileSizeHigh = static_cast<DWORD>(size >> 32);
     found.nFileSizeLow = static_cast<DWORD>(size);
     found.dwReserved0 = 0;
     found.dwReserved1 = 0;
-    found.cFileName[name.copy(found.cFileName, name.size())] = 0;
     found.cAlternateFileName[0] = 0;
-    return true;
+}
+
+// The host's names have at most 255 bytes.
+static_assert(NAME_MAX < std::size(WIN32_FIND_DATAW().cFileName));
+
+void Name(std::u16string_view name, WIN32_FIND_DATAW& found)
+{
+    found.cFileName[name.copy(found.cFileName, NAME_MAX)] = 0;
+}
+
+void Name(std::string_view name, WIN32_FIND_DATAW& found)
+{
+    if (IsAscii(name)) {
+        *std::copy(name.begin(), name.end(), found.cFileName) = 0;
+    } else {
+        Name(FromHost(name), found);
+    }
+}
+
+char CapitalAscii(char byte)
+{
+    return byte >= 'a' && byte <= 'z' ? static_cast<char>(byte - 'a' + 'A') : byte;
 }
 
 // Names of the host in the platform's order; those that it takes for the same lie in the host's.
 int CompareHostNames(const char* left, const char* right)
 {
-    const int order = CompareNames(FromHost(left), FromHost(right));
-    return order != 0 ? order : std::strcmp(left, right);
+    for (std::size_t i = 0;; ++i) {
+        if (((left[i] | right[i]) & '\x80') != 0) {
+            const int order = CompareNames(FromHost(left), FromHost(right));
+            return order != 0 ? order : std::strcmp(left, right);
+        }
+        const int order = CapitalAscii(left[i]) - CapitalAscii(right[i]);
+        if (order != 0 || left[i] == 0) {
+            return order != 0 ? order : std::strcmp(left, right);
+        }
+    }
 }
 
 // The names of a folder that a pattern finds.
@@ -140,7 +165,9 @@ public:
         const std::lock_guard lock(mutex_);
         while (const char* name = names_.Next()) {
             struct stat status {};
-            if (fstatat(folder_.Number(), name, &status, 0) == 0 && Describe(FromHost(name), status, found)) {
+            if (fstatat(folder_.Number(), name, &status, 0) == 0) {
+                Describe(status, found);
+                Name(std::string_view(name), found);
                 return true;
             }
         }
@@ -154,7 +181,7 @@ private:
 };
 
 // The error where a folder is missing, or something else lies in its place.
-DWORD FolderError(const std::u16string& folder)
+DWORD FolderError(std::u16string_view folder)
 {
     std::string native;
     const DWORD found = FindNative(folder, native);
@@ -170,7 +197,7 @@ Descriptor OpenForListing(const std::string& native)
 }
 
 // Tries the exact name first.
-DWORD OpenFolder(const std::u16string& full, Descriptor& folder)
+DWORD OpenFolder(std::u16string_view full, Descriptor& folder)
 {
     std::string native;
     const DWORD error = ToNativePath(full, native);
@@ -190,10 +217,11 @@ DWORD OpenFolder(const std::u16string& full, Descriptor& folder)
 DWORD FindMatching(std::u16string_view folderPath, std::u16string_view text, WIN32_FIND_DATAW& found,
                    std::shared_ptr<Search>& search)
 {
-    std::u16string full;
+    std::u16string storage;
+    std::u16string_view full;
     Descriptor folder;
     Listing names;
-    DWORD error = CompletePath(folderPath.empty() ? u"." : folderPath, full);
+    DWORD error = CompletePath(folderPath.empty() ? u"." : folderPath, storage, full);
     if (error == ERROR_SUCCESS && text.find_first_of(u"<>\"|") != text.npos) {
         error = ERROR_INVALID_NAME;
     }
@@ -212,7 +240,7 @@ DWORD FindMatching(std::u16string_view folderPath, std::u16string_view text, WIN
 }
 
 // The name as it is on the disk: the path's own where that leads there.
-DWORD StatPlain(const std::u16string& full, std::u16string& name, struct stat& status)
+DWORD StatPlain(std::u16string_view full, std::u16string& name, struct stat& status)
 {
     std::string native;
     DWORD error = ToNativePath(full, native);
@@ -232,10 +260,11 @@ DWORD StatPlain(const std::u16string& full, std::u16string& name, struct stat& s
 
 DWORD FindPlain(std::u16string_view path, WIN32_FIND_DATAW& found, std::shared_ptr<Search>& search)
 {
-    std::u16string full;
+    std::u16string storage;
+    std::u16string_view full;
     std::u16string name;
     struct stat status {};
-    DWORD error = CompletePath(path, full);
+    DWORD error = CompletePath(path, storage, full);
     if (error != ERROR_SUCCESS || full.size() == DRIVE_ROOT_LENGTH) {
         return error != ERROR_SUCCESS ? error : ERROR_FILE_NOT_FOUND;
     }
@@ -245,7 +274,8 @@ DWORD FindPlain(std::u16string_view path, WIN32_FIND_DATAW& found, std::shared_p
     }
     if (error == ERROR_SUCCESS) {
         search = std::make_shared<Search>();
-        error = Describe(name, status, found) ? ERROR_SUCCESS : ERROR_FILENAME_EXCED_RANGE;
+        Describe(status, found);
+        Name(name, found);
     }
     return error;
 }
@@ -256,8 +286,8 @@ DWORD Find(std::u16string_view path, WIN32_FIND_DATAW& found, std::shared_ptr<Se
         return ERROR_PATH_NOT_FOUND;
     }
     const auto behindFolder = std::find_if(path.rbegin(), path.rend(), [](char16_t unit) {
-                                  return IsSeparator(unit) || unit == u':';
-                              }).base();
+        return IsSeparator(unit) || unit == u':';
+    }).base();
     const auto length = static_cast<std::size_t>(behindFolder - path.begin());
     const std::u16string_view last = path.substr(length);
     if (last.empty()) {

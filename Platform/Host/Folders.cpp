@@ -100,7 +100,7 @@ DWORD TakeForRemoval(const std::string& native, Descriptor& file)
     for (const int access : {O_RDWR, O_RDONLY}) {
         file = Descriptor(open(native.c_str(), access | O_NONBLOCK | O_CLOEXEC));
         if (file.IsOpen()) {
-            return TakeAlone(file.Number());
+            return TakeAlone(file.Number()) == Sharing::REFUSED ? ERROR_SHARING_VIOLATION : ERROR_SUCCESS;
         }
     }
     return ERROR_SUCCESS;

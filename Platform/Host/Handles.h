@@ -5,6 +5,7 @@
 #include "Platform/Host/LastError.h"
 
 #include <memory>
+#include <typeinfo>
 #include <utility>
 
 namespace Platform::Host {
@@ -28,7 +29,12 @@ bool ReleaseHandle(HANDLE handle);
 class PendingHandle {
 public:
     explicit PendingHandle(std::shared_ptr<KernelObject> object) : handle_(OpenHandle(std::move(object))) {}
-    ~PendingHandle() { ReleaseHandle(handle_); }
+    ~PendingHandle()
+    {
+        if (handle_ != nullptr) {
+            ReleaseHandle(handle_);
+        }
+    }
     PendingHandle(const PendingHandle&) = delete;
     PendingHandle& operator=(const PendingHandle&) = delete;
 
@@ -41,15 +47,17 @@ private:
 // Null when the handle stands for nothing, the last error being ERROR_INVALID_HANDLE.
 std::shared_ptr<KernelObject> FindObject(HANDLE handle);
 
-// The same when it stands for an object of another kind.
+// The same when it stands for an object of another class.
 template <typename Object>
 std::shared_ptr<Object> FindObjectOf(HANDLE handle)
 {
-    auto object = std::dynamic_pointer_cast<Object>(FindObject(handle));
-    if (object == nullptr) {
+    std::shared_ptr<KernelObject> object = FindObject(handle);
+    const KernelObject* const found = object.get();
+    if (found == nullptr || typeid(*found) != typeid(Object)) {
         lastError = ERROR_INVALID_HANDLE;
+        return nullptr;
     }
-    return object;
+    return std::static_pointer_cast<Object>(std::move(object));
 }
 
 } // namespace Platform::Host

@@ -1,7 +1,6 @@
 #include "Platform/Host/ShareModes.h"
 
 #include "Platform/Host/Api/Files.h"
-#include "Platform/Host/LastError.h"
 
 #include <atomic>
 #include <cerrno>
@@ -29,14 +28,14 @@ bool TryLock(int file, short type, off_t start, off_t length)
     return fcntl(file, F_OFD_SETLK, &lock) == 0;
 }
 
-bool IsConflict(int error)
+Sharing FromErrno(int error)
 {
-    return error == EAGAIN || error == EACCES;
+    return error == EAGAIN || error == EACCES ? Sharing::REFUSED : Sharing::UNKNOWN;
 }
 
-DWORD TakeAll(int file, short type, off_t start, off_t length)
+Sharing TakeAll(int file, short type, off_t start, off_t length)
 {
-    return TryLock(file, type, start, length) || !IsConflict(errno) ? ERROR_SUCCESS : ERROR_SHARING_VIOLATION;
+    return TryLock(file, type, start, length) ? Sharing::TAKEN : FromErrno(errno);
 }
 
 // Spread over the region, for this process and all others.
@@ -51,14 +50,13 @@ off_t RandomByte()
     return static_cast<off_t>((bits ^ bits >> 29) % REGION_LENGTH);
 }
 
-DWORD TakeOneByte(int file, off_t region)
+Sharing TakeOneByte(int file, off_t region)
 {
-    for (int i = 0; i < MOST_TRIES; ++i) {
-        if (TakeAll(file, F_WRLCK, region + RandomByte(), 1) == ERROR_SUCCESS) {
-            return ERROR_SUCCESS;
-        }
+    Sharing sharing = Sharing::REFUSED;
+    for (int i = 0; i < MOST_TRIES && sharing == Sharing::REFUSED; ++i) {
+        sharing = TakeAll(file, F_WRLCK, region + RandomByte(), 1);
     }
-    return ERROR_SHARING_VIOLATION;
+    return sharing;
 }
 
 // Whether somebody holds a lock that this one would meet. Needs no right to write.
@@ -73,32 +71,30 @@ bool IsHeld(int file, off_t start, off_t length)
 }
 
 // Alone where the file is open for writing. Where it cannot be, a look has to do, and a reader's lock.
-DWORD TakeRegionsAlone(int file, off_t start, off_t length)
+Sharing TakeRegionsAlone(int file, off_t start, off_t length)
 {
-    if (TryLock(file, F_WRLCK, start, length)) {
-        return ERROR_SUCCESS;
+    const Sharing sharing = TakeAll(file, F_WRLCK, start, length);
+    if (sharing != Sharing::UNKNOWN || errno != EBADF) {
+        return sharing;
     }
-    if (errno != EBADF) {
-        return IsConflict(errno) ? ERROR_SHARING_VIOLATION : ERROR_SUCCESS;
-    }
-    return IsHeld(file, start, length) ? ERROR_SHARING_VIOLATION : TakeAll(file, F_RDLCK, start, length);
+    return IsHeld(file, start, length) ? Sharing::REFUSED : TakeAll(file, F_RDLCK, start, length);
 }
 
-DWORD TakeWriting(int file, bool writes, bool denies)
+Sharing TakeWriting(int file, bool writes, bool denies)
 {
     if (writes) {
         return denies ? TakeAll(file, F_WRLCK, WRITING, REGION_LENGTH) : TakeOneByte(file, WRITING);
     }
-    return denies ? TakeAll(file, F_RDLCK, WRITING, REGION_LENGTH) : ERROR_SUCCESS;
+    return denies ? TakeAll(file, F_RDLCK, WRITING, REGION_LENGTH) : Sharing::TAKEN;
 }
 
-DWORD TakeReading(int file, bool reads, bool denies)
+Sharing TakeReading(int file, bool reads, bool denies)
 {
     if (reads) {
         return denies ? TakeRegionsAlone(file, READING, REGION_LENGTH)
                       : TakeAll(file, F_RDLCK, READING, REGION_LENGTH);
     }
-    return denies ? TakeOneByte(file, READING) : ERROR_SUCCESS;
+    return denies ? TakeOneByte(file, READING) : Sharing::TAKEN;
 }
 
 } // namespace
@@ -108,23 +104,28 @@ bool NeedsWriting(DWORD access, DWORD shareMode)
     return (access & GENERIC_READ) != 0 && (shareMode & FILE_SHARE_READ) == 0;
 }
 
-DWORD TakeShare(int file, DWORD access, DWORD shareMode)
+bool IsUsual(DWORD access, DWORD shareMode)
 {
-    const bool reads = (access & GENERIC_READ) != 0;
-    const bool writes = (access & GENERIC_WRITE) != 0;
-    const bool deniesReading = (shareMode & FILE_SHARE_READ) == 0;
-    const bool deniesWriting = (shareMode & FILE_SHARE_WRITE) == 0;
-    if (reads && !writes && !deniesReading && deniesWriting) {
-        return TakeAll(file, F_RDLCK, WRITING, 2 * REGION_LENGTH);
-    }
-    if (!reads && !writes) {
-        return ERROR_SUCCESS;
-    }
-    const DWORD error = TakeWriting(file, writes, deniesWriting);
-    return error == ERROR_SUCCESS ? TakeReading(file, reads, deniesReading) : error;
+    const DWORD both = FILE_SHARE_READ | FILE_SHARE_WRITE;
+    return (access & (GENERIC_READ | GENERIC_WRITE)) == GENERIC_READ && (shareMode & both) == FILE_SHARE_READ;
 }
 
-DWORD TakeAlone(int file)
+Sharing TakeShare(int file, DWORD access, DWORD shareMode)
+{
+    if (IsUsual(access, shareMode)) {
+        return TakeAll(file, F_RDLCK, WRITING, 2 * REGION_LENGTH);
+    }
+    const bool reads = (access & GENERIC_READ) != 0;
+    const bool writes = (access & GENERIC_WRITE) != 0;
+    if (!reads && !writes) {
+        return Sharing::TAKEN;
+    }
+    const Sharing sharing = TakeWriting(file, writes, (shareMode & FILE_SHARE_WRITE) == 0);
+    return sharing == Sharing::REFUSED ? sharing
+                                       : TakeReading(file, reads, (shareMode & FILE_SHARE_READ) == 0);
+}
+
+Sharing TakeAlone(int file)
 {
     return TakeRegionsAlone(file, WRITING, 2 * REGION_LENGTH);
 }

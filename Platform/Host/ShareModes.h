@@ -1,32 +1,39 @@
-// Share modes by locks on open files, which the host keeps apart for each opening, within a process too, and
-// drops with the last descriptor of it, however its process ends.
+// Share modes, by locks on open files: the host keeps these apart for each opening, within a process too, and
+// drops them with the opening's last descriptor, however its process ends.
 //
-// Two regions behind any position that a file could have: one tells who writes and who denies writing, the
-// other the same of reading. In each of them
+// Two regions lie behind any position that a file could have. In the first,
 //
-// - who does it and shares it holds readers' or writers' locks that go well with each other,
-// - who does it and denies it holds the whole region alone,
-// - who denies it and does not do it holds the other kind of lock, which goes well with its like.
+// - who writes and shares writing locks one byte for itself, chosen at random,
+// - who denies writing and does not write has a reader's lock on all bytes,
+// - who writes and denies writing has all bytes for itself.
 //
-// For writing: sharers hold a writer's lock on one byte each, chosen at random; those who only deny it hold a
-// reader's lock on all. For reading it is the other way round, so that the usual case, to read and let others
-// read but not write, is one reader's lock on both regions. A lock that is refused is a conflict, so nothing
-// is looked at before it is taken, and no two can slip past each other.
+// So openings that go together have locks that do. The second is the same for reading, with the kinds of lock
+// the other way round: who reads and shares it has a reader's lock, who only denies it a byte of its own. The
+// usual case, to read and let others read but not write, is thus one call, a reader's lock on both regions. A
+// lock that is refused is the conflict; nothing is looked at before, so no two slip past each other.
 #pragma once
 
 #include "Platform/Host/Api/Types.h"
 
 namespace Platform::Host {
 
+enum class Sharing {
+    TAKEN,
+    REFUSED, // another opening of the file forbids this one or is forbidden by it
+    UNKNOWN, // the host has no such locks there
+};
+
+// To read and let others read but not write.
+bool IsUsual(DWORD access, DWORD shareMode);
+
 // Whether a file has to be open for writing too, so that a handle that only reads can have its lock.
 bool NeedsWriting(DWORD access, DWORD shareMode);
 
-// ERROR_SHARING_VIOLATION where another opening of the file forbids this one or is forbidden by it. Access 0
-// takes no part in it. Where the host has no such locks, all goes.
-DWORD TakeShare(int file, DWORD access, DWORD shareMode);
+// Access 0 takes no part in it.
+Sharing TakeShare(int file, DWORD access, DWORD shareMode);
 
-// ERROR_SHARING_VIOLATION while anybody has the file open with access. Nobody else can have it until the file
-// is closed, where it is open for writing.
-DWORD TakeAlone(int file);
+// Refused while anybody has the file open with access. Where it is open for writing, nobody else can have it
+// until it is closed.
+Sharing TakeAlone(int file);
 
 } // namespace Platform::Host

@@ -3,6 +3,7 @@
 #include "Platform/Host/Gate.h"
 #include "Platform/Host/Utf.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace Platform::Host {
@@ -201,8 +202,14 @@ std::string ToHost(std::u16string_view text)
 
 std::u16string FromHost(std::string_view text)
 {
+    const auto isOther = [](char byte) { return (byte & '\x80') != 0; };
+    const auto plain =
+        static_cast<std::size_t>(std::find_if(text.begin(), text.end(), isOther) - text.begin());
     std::u16string result;
     result.reserve(text.size());
+    result.assign(plain, u'\0');
+    std::copy_n(text.begin(), plain, result.begin());
+    text.remove_prefix(plain);
     while (!text.empty()) {
         Decoded next = DecodeUtf8(text.data(), text.size());
         if (IsEncodedSurrogate(text)) {

@@ -25,8 +25,8 @@ public:
     static bool IsOne(std::u16string_view text) { return text.find_first_of(u"*?") != text.npos; }
 
 private:
-    std::u16string text_; // with the platform's own marks in place of characters that mean something else
-    std::vector<bool> reached_; // places in the pattern that the name's beginning leads to, the end included
+    std::u16string text_;        // with the platform's own marks in place of characters that mean something else
+    std::vector<bool> reached_;  // places in the pattern that the name's beginning leads to, the end included
 };
 
 } // namespace Platform::Host
