@@ -118,6 +118,7 @@ TEST(CFileIndex, GrowsInTheOrderOfItsSlots)
     const std::uint32_t slots[] = {0, 31, 15, 16}; // the second key was met before the first
     for (std::size_t i = 0; i < 4; ++i) {
         EXPECT_EQ(index.FindSlot(keys[i]), slots[i]) << i;
+        EXPECT_NE(index.Find(keys[i]), nullptr) << i;
     }
 }
 

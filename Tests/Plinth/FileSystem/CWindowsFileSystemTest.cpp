@@ -3,15 +3,15 @@
 #include "Plinth/Streams/CWindowsFileStream.h"
 #include "Plinth/Streams/Exceptions.h"
 #include "Tests/Plinth/FileSystem/FileTree.h"
+#include "Tests/Plinth/TraceCapture.h"
+#include "Tests/Support/HeapWatch.h"
 
 #include <gtest/gtest.h>
 
 #include <chrono>
 #include <cstring>
 #include <memory>
-#include <optional>
 #include <string>
-#include <vector>
 
 namespace Plinth {
 namespace {
@@ -32,58 +32,45 @@ std::string LongPathTo(const std::string& name)
 
 class FileSystem : public testing::Test {
 protected:
-    // What a stream is, with its position, or the exception: its kind, and its name where that is not the
-    // full path.
-    std::string Opened(const std::string& path, std::uint32_t mode, std::unique_ptr<IStream>& stream)
+    // What `stream` is then, with its position, or the error.
+    std::string Opened(const std::string& path, std::uint32_t mode)
     {
-        const std::string fullPath = FullPath(path);
-        try {
+        return ResultOf(path, [&]() -> std::string {
+            stream.reset();
             stream.reset(files.OpenStream(path.c_str(), mode));
             if (stream == nullptr) {
                 return "null";
             }
-            EXPECT_EQ(stream->GetName().CStr(), fullPath);
-            auto* const buffered = dynamic_cast<CBufferedStream*>(stream.get());
-            EXPECT_TRUE(buffered != nullptr || dynamic_cast<CWindowsFileStream*>(stream.get()) != nullptr);
-            const char* const name = buffered == nullptr     ? "file"
-                                     : buffered->IsReading() ? "reader"
-                                                             : "writer";
-            return name + (" " + std::to_string(stream->GetPosition()));
-        } catch (const CFileException& exception) {
-            return TextOf(exception, fullPath);
-        }
+            EXPECT_EQ(stream->GetName().CStr(), FullPath(path));
+            const std::string position = " " + std::to_string(stream->GetPosition());
+            if (auto* const buffered = dynamic_cast<CBufferedStream*>(stream.get())) {
+                return (buffered->IsReading() ? "reader" : "writer") + position;
+            }
+            return (dynamic_cast<CWindowsFileStream*>(stream.get()) != nullptr ? "file" : "other") + position;
+        });
     }
-    std::string Opened(const std::string& path, std::uint32_t mode)
-    {
-        std::unique_ptr<IStream> stream;
-        return Opened(path, mode, stream);
-    }
-
     std::string Loaded(const std::string& path, std::uint32_t mode)
     {
-        try {
-            return files.LoadFile(memory, path.c_str(), mode) ? "loaded" : "false";
-        } catch (const CFileException& exception) {
-            return TextOf(exception, FullPath(path));
-        }
+        return ResultOf(path,
+                        [&] { return files.LoadFile(memory, path.c_str(), mode) ? "loaded" : "false"; });
     }
 
+    // Of an error the kind, and the name where that is not the full path.
+    template <typename Function>
+    std::string ResultOf(const std::string& path, const Function& function)
+    {
+        try {
+            return function();
+        } catch (const CFileException& exception) {
+            const std::string name = exception.fileName.CStr();
+            return "error " + std::to_string(exception.kind) + (name == FullPath(path) ? "" : " of " + name);
+        }
+    }
     [[nodiscard]] std::string FullPath(const std::string& path) const
     {
         CString fullPath;
         return files.GetFullPath(fullPath, path.c_str()).CStr();
     }
-    static std::string TextOf(const CFileException& exception, const std::string& fullPath)
-    {
-        const char* const name = exception.fileName.CStr();
-        return "error " + std::to_string(exception.kind) +
-               (name == fullPath ? "" : " of " + std::string(name));
-    }
-    [[nodiscard]] std::string MemoryText()
-    {
-        return {reinterpret_cast<const char*>(memory.GetData()), memory.GetSize()};
-    }
-
     std::string Listed(const char* directory, std::uint32_t flags)
     {
         std::set<CString> names;
@@ -104,6 +91,7 @@ protected:
     FileTree tree;
     CWindowsFileSystem files{tree.Root().c_str(), false};
     CMemoryStream memory;
+    std::unique_ptr<IStream> stream;
 };
 
 TEST(FileSystemPaths, AreJoinedAndCut)
@@ -253,9 +241,9 @@ TEST_F(FileSystem, OpensTheStreamThatTheModeAsksFor)
 {
     struct Row {
         std::uint32_t mode;
-        const char* ofNew; // a file that was not there, and what it then holds with "xy" written
+        const char* ofNew; // a file that was not there
         const char* ofOld;
-        const char* oldContent; // of ten bytes before
+        const char* oldContent; // with "xy" written
     };
     const char* const old = "0123456789";
     const Row rows[] = {
@@ -283,8 +271,7 @@ TEST_F(FileSystem, OpensTheStreamThatTheModeAsksFor)
             if (isOld) {
                 tree.Write("name", old);
             }
-            std::unique_ptr<IStream> stream;
-            EXPECT_EQ(Opened("name", row.mode, stream), isOld ? row.ofOld : row.ofNew) << row.mode;
+            EXPECT_EQ(Opened("name", row.mode), isOld ? row.ofOld : row.ofNew) << row.mode;
             const bool writes = stream != nullptr && (row.mode & MODE_WRITE) != 0 && row.mode != MODE_DEFAULT;
             if (writes) {
                 stream->Write("xy", 2);
@@ -296,7 +283,6 @@ TEST_F(FileSystem, OpensTheStreamThatTheModeAsksFor)
     }
 }
 
-// The stream's buffer is a mebibyte.
 TEST_F(FileSystem, LoadsWholeFiles)
 {
     const std::string large((std::size_t{1} << 20) + 1, 'x');
@@ -306,7 +292,8 @@ TEST_F(FileSystem, LoadsWholeFiles)
     for (const std::uint32_t mode : {READ_IF_THERE, MODE_DEFAULT, MODE_CREATE_ALWAYS | MODE_WRITE}) {
         memory.SetName("before");
         EXPECT_EQ(Loaded(path, mode), "loaded");
-        EXPECT_TRUE(MemoryText() == large);
+        ASSERT_EQ(memory.GetSize(), large.size());
+        EXPECT_EQ(std::memcmp(memory.GetData(), large.data(), large.size()), 0);
         EXPECT_EQ(memory.GetPosition(), 0u);
         EXPECT_EQ(memory.GetName().CStr(), FullPath(path));
         EXPECT_EQ(tree.Content("large").size(), large.size());
@@ -323,9 +310,24 @@ TEST_F(FileSystem, LoadsWholeFiles)
         EXPECT_EQ(memory.GetSize(), mode == MODE_READ ? 5u : 0u);
         EXPECT_EQ(memory.GetCapacity(), capacity);
     }
-    auto stream = std::unique_ptr<IStream>(files.OpenStream(path.c_str(), READ_EXISTING));
-    EXPECT_TRUE(stream->Read(memory.GetData(), 1, 0) == 1u && memory.GetData()[0] == 'x');
-    EXPECT_EQ(stream->GetSize(), large.size());
+}
+
+TEST_F(FileSystem, BuffersAMebibyte)
+{
+    tree.Write("file", "text");
+    for (const std::size_t largest : {(std::size_t{1} << 20) - 1, std::size_t{1} << 20}) {
+        const CString path("file");
+        const TraceCapture trace;
+        const HeapWatch watch({.largest = largest});
+        try {
+            stream.reset(files.OpenStream(path, READ_EXISTING));
+        } catch (const CException& exception) {
+            EXPECT_STREQ(exception.message.CStr(), "Out of memory!");
+            EXPECT_TRUE(tree.IsFree("file"));
+        }
+        EXPECT_EQ(stream != nullptr, watch.Failures() == 0);
+    }
+    EXPECT_NE(stream, nullptr);
 }
 
 TEST_F(FileSystem, OpensRawFiles)
@@ -341,6 +343,8 @@ TEST_F(FileSystem, OpensRawFiles)
             DWORD done = 0;
             EXPECT_TRUE(::ReadFile(file, bytes, 8, &done, nullptr));
             EXPECT_EQ(bytes, std::string("12345").substr(offset));
+            EXPECT_EQ(Opened("file", READ_EXISTING), "reader 0");
+            EXPECT_EQ(Opened("file", MODE_OPEN_EXISTING | MODE_WRITE | MODE_SHARE_READ), "error 1");
             EXPECT_TRUE(files.CloseRawFile(file));
         }
         EXPECT_EQ(file == INVALID_HANDLE_VALUE, offset > 5);
@@ -354,42 +358,32 @@ TEST_F(FileSystem, FailsQuietlyOrByNameAndKind)
     tree.Write("folder/x", "");
     tree.Write("held", "text");
     const std::unique_ptr<IStream> holder(files.OpenStream("held", MODE_OPEN_EXISTING | MODE_READ));
-    struct Row {
-        std::string name;
-        const char* kinds; // of the error
-        bool exists;
+    const std::pair<std::string, const char*> rows[] = {
+        // the kinds of the error
+        {"folder", "1"},
+        {"held", "1"},
+        {std::string(300, 'x'), "12"}, // too long, or not found for that
+        {std::string(40000, 'x'), "12"},
+        {"ill-formed\xFF", "2"},
+        {"missing/x", "2"},
+        {"held/x", "2"},
+        {"x*", "1"},
     };
-    const Row rows[] = {
-        {"folder", "1", true},
-        {"held", "1", true},
-        {std::string(300, 'x'), "12", false}, // too long, or not found for that
-        {std::string(40000, 'x'), "12", false},
-        {"ill-formed\xFF", "2", false},
-        {"missing/x", "2", false},
-        {"held/x", "2", false},
-        {"x*", "1", false},
-    };
-    const auto isOne = [](const Row& row, const std::string& error) {
-        return error.substr(0, 6) == "error " && error.size() == 7 &&
-               std::strchr(row.kinds, error[6]) != nullptr;
-    };
-    for (const Row& row : rows) {
-        const std::string shown = row.name.substr(0, 20);
+    for (const auto& [name, kinds] : rows) {
+        memory.SetSize(5);
+        for (const std::string& error : {Opened(name, READ_EXISTING), Loaded(name, READ_EXISTING),
+                                         Opened(name, MODE_OPEN_EXISTING | MODE_WRITE)}) {
+            EXPECT_EQ(error.substr(0, error.size() - 1), "error ") << name;
+            EXPECT_NE(std::strchr(kinds, error.back()), nullptr) << name;
+        }
+        EXPECT_EQ(memory.GetSize(), 0u);
         HANDLE file = nullptr;
         std::uint32_t size = 77;
-        EXPECT_TRUE(isOne(row, Opened(row.name, READ_EXISTING))) << shown;
-        EXPECT_TRUE(isOne(row, Opened(row.name, MODE_OPEN_EXISTING | MODE_WRITE))) << shown;
-        memory.SetSize(5);
-        EXPECT_TRUE(isOne(row, Loaded(row.name, READ_EXISTING))) << shown;
-        EXPECT_EQ(memory.GetSize(), 0u);
-        EXPECT_FALSE(files.OpenRawFile(file, size, row.name.c_str(), 0)) << shown;
-        EXPECT_TRUE(file == INVALID_HANDLE_VALUE && size == 0) << shown;
-        EXPECT_EQ(InfoOf(row.name).Exists(), row.exists) << shown;
-        EXPECT_FALSE(files.EraseFile(row.name.c_str())) << shown;
-        EXPECT_FALSE(files.EraseDirectory(row.name.c_str())) << shown;
-        if (row.name != "folder") {
-            EXPECT_EQ(Listed(row.name.c_str(), 0), "") << shown;
-        }
+        EXPECT_FALSE(files.OpenRawFile(file, size, name.c_str(), 0)) << name;
+        EXPECT_TRUE(file == INVALID_HANDLE_VALUE && size == 0) << name;
+        EXPECT_EQ(InfoOf(name).Exists(), name == "folder" || name == "held");
+        EXPECT_FALSE(files.EraseFile(name.c_str()) || files.EraseDirectory(name.c_str())) << name;
+        EXPECT_EQ(Listed(name.c_str(), 0), name == "folder" ? "x " : "") << name;
     }
     EXPECT_EQ(Opened("gr\xC3\xBC\xC3\x9F.ini", MODE_CREATE_NEW | MODE_WRITE), "writer 0");
     EXPECT_TRUE(tree.All().contains("gr\xC3\xBC\xC3\x9F.ini"));

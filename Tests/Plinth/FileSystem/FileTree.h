@@ -31,17 +31,15 @@ public:
         return {std::istreambuf_iterator<char>(file), {}};
     }
 
-    // Names with backslashes, and what the files hold; "\" stands for a folder.
+    // Names, and what the files hold; "\" stands for a folder.
     [[nodiscard]] std::map<std::string, std::string> All() const
     {
         std::map<std::string, std::string> all;
         for (const auto& entry : std::filesystem::recursive_directory_iterator(scratch_.Path())) {
             const std::u8string relative =
                 entry.path().lexically_relative(scratch_.Path()).generic_u8string();
-            std::string name(relative.begin(), relative.end());
-            const std::string content = entry.is_directory() ? "\\" : Content(name);
-            Plinth::ReplaceChar(name.data(), '/', '\\');
-            all[name] = content;
+            const std::string name(relative.begin(), relative.end());
+            all[name] = entry.is_directory() ? "\\" : Content(name);
         }
         return all;
     }

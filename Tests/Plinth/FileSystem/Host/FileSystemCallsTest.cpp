@@ -1,4 +1,5 @@
 // The platform calls of the file system: their order, and each of them and each heap block failing in turn.
+#include "Platform/Host/Drives.h"
 #include "Platform/Host/Gate.h"
 #include "Plinth/Streams/Exceptions.h"
 #include "Tests/Plinth/FileSystem/FileTree.h"
@@ -29,7 +30,14 @@ CMemoryStream memory;
 
 void Open(CWindowsFileSystem& files, const CString& path, std::uint32_t mode)
 {
-    delete files.OpenStream(path, mode);
+    const std::unique_ptr<IStream> stream(files.OpenStream(path, mode));
+    char byte = '1';
+    if (stream != nullptr && (mode & MODE_WRITE) != 0 && mode != MODE_DEFAULT) {
+        stream->Write(&byte, 1);
+    } else if (stream != nullptr) {
+        stream->Read(&byte, 1, 0);
+    }
+    EXPECT_EQ(byte, '1');
 }
 
 bool Exists(CWindowsFileSystem& files, const CString& path)
@@ -48,18 +56,19 @@ struct Operation {
 };
 
 const Operation OPERATIONS[] = {
-    {"OpenStream, reading", [](auto& files) { Open(files, OLD, MODE_DEFAULT); }, "CreateFileW CloseHandle ",
-     false, true},
+    {"OpenStream, reading", [](auto& files) { Open(files, OLD, MODE_DEFAULT); },
+     "CreateFileW ReadFile CloseHandle ", false, true},
     {"OpenStream, missing", [](auto& files) { Open(files, NEW, 0x10113); }, "CreateFileW ", false, true},
     {"OpenStream, appending", [](auto& files) { Open(files, OLD, MODE_APPEND | MODE_WRITE); },
-     "CreateFileW SetFilePointer CloseHandle ", false, true},
+     "CreateFileW SetFilePointer WriteFile CloseHandle ", false, true},
     {"OpenStream, new and indexed",
      [](auto& files) {
          Open(files, NEW, MODE_CREATE_NEW | MODE_WRITE | MODE_READ);
          EXPECT_TRUE(Exists(files, NEW));
      },
-     "CreateFileW CloseHandle FindFirstFileW FindClose ", true, true},
-    {"LoadFile", [](auto& files) { files.LoadFile(memory, INNER, MODE_DEFAULT); },
+     "CreateFileW WriteFile CloseHandle FindFirstFileW FindClose ", true, true},
+    {"LoadFile",
+     [](auto& files) { EXPECT_TRUE(files.LoadFile(memory, INNER, MODE_DEFAULT) && memory.GetSize() == 3); },
      "CreateFileW GetFileSize SetFilePointer ReadFile CloseHandle ", true, true},
     {"GetDirectoryRoot",
      [](auto& files) {
@@ -134,11 +143,19 @@ protected:
             EXPECT_TRUE(before_.contains(entry.first) || wanted.contains(entry.first)) << entry.first;
         }
         for (const auto& [name, content] : before_) {
-            EXPECT_TRUE(after.contains(name) ? after.at(name) == content : !wanted.contains(name)) << name;
+            const auto now = after.find(name);
+            const auto wish = wanted.find(name);
+            if (now == after.end()) {
+                EXPECT_TRUE(wish == wanted.end()) << name;
+            } else if (now->second != content) {
+                EXPECT_TRUE(wish != wanted.end() && now->second == wish->second) << name;
+            }
         }
         handles_ += left;
         tree_ = left != 0 ? nullptr : tree_; // its files are held
     }
+
+    ~FileSystemCalls() override { Platform::Host::RemoveDrive('X'); }
 
     std::optional<CWindowsFileSystem> files;
 
@@ -150,15 +167,17 @@ private:
             name += i % 80 == 79 ? "\\" : "\xE2\x82\xAC";
         }
         tree_ = std::make_shared<FileTree>();
-        for (std::string folder : {std::string(), name}) { // half a path would lead to the first
-            ReplaceChar(folder.data(), '\\', '/');
-            tree_->Write(folder + "file", "12345");
-            tree_->Write(folder + "sub/inner", "123");
+        Platform::Host::SetDrive('X', tree_->Native("").native());
+        SetCurrentDirectoryW(u"X:\\");
+        root = ("X:\\" + name).c_str();
+        root.RemoveTrailingSeparator();
+        ReplaceChar(name.data(), '\\', '/');
+        for (const std::string& folder : {std::string(), name}) { // half a path would lead to the first
+            tree_->Write(folder + "file", folder.empty() ? "trap" : "12345");
+            tree_->Write(folder + "sub/inner", folder.empty() ? "trap" : "123");
             tree_->MakeFolder(folder + "empty");
         }
         before_ = tree_->All();
-        root = (tree_->Root() + "\\" + name.substr(0, name.size() - 1)).c_str();
-        SetCurrentDirectoryW(ToPlatform(tree_->Native("")).c_str());
     }
 
     std::shared_ptr<FileTree> tree_;
