@@ -98,13 +98,13 @@ TEST(FileSystemPaths, AreJoinedAndCut)
 {
     const char* const fullPaths[][3] = {
         {"", "", ""},
-        {"", "/a//b//", "\\a\\\\b\\"},
+        {"", "/a//b//", R"(\a\\b\)"},
         {"/", "a", "a"},
-        {"C:/Data/", "a/b.txt/", "C:\\Data\\a\\b.txt"},
+        {"C:/Data/", "a/b.txt/", R"(C:\Data\a\b.txt)"},
         {"C:/Data\\/", "a", "C:\\Data\\a"},
         {"C:\\", "a", "C:a"},
         {"C:\\Data", "", "C:\\Data"},
-        {"C:\\Data", "\\a", "C:\\Data\\\\a"},
+        {"C:\\Data", "\\a", R"(C:\Data\\a)"},
     };
     for (const auto& [root, path, fullPath] : fullPaths) {
         const CWindowsFileSystem files(root, false);
@@ -325,9 +325,8 @@ TEST_F(FileSystem, BuffersAMebibyte)
             EXPECT_STREQ(exception.message.CStr(), "Out of memory!");
             EXPECT_TRUE(tree.IsFree("file"));
         }
-        EXPECT_EQ(stream != nullptr, watch.Failures() == 0);
+        EXPECT_EQ(stream == nullptr, largest < std::size_t{1} << 20);
     }
-    EXPECT_NE(stream, nullptr);
 }
 
 TEST_F(FileSystem, OpensRawFiles)

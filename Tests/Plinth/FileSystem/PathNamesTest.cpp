@@ -41,7 +41,8 @@ TEST(PathNames, ArePartsOfAPath)
             for (std::uint32_t size = 0; size <= part.size() + 2; ++size) {
                 std::string buffer(part.size() + 3, '#');
                 EXPECT_EQ(function(buffer.data(), size, row.path), buffer.data());
-                EXPECT_TRUE(size == 0 || buffer.c_str() == part.substr(0, size - 1)) << part << size;
+                EXPECT_TRUE(size == 0 || buffer.substr(0, buffer.find('\0')) == part.substr(0, size - 1))
+                    << part << size;
                 EXPECT_EQ(buffer.substr(size), std::string(buffer.size() - size, '#')) << part << size;
             }
             EXPECT_EQ(function(nullptr, 9, row.path), nullptr);
