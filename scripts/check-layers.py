@@ -2,7 +2,7 @@
 
 - An include goes to the own layer or to one below it; includes are written from the root.
 - Outside Platform/ no #if names a system and no header is included that is not the standard library's, but for the
-  tests' and, in Benchmarks/Config/ and Benchmarks/Text/, the peers'.
+  tests' and, in the folders of Benchmarks/, the peers'.
 """
 
 import re
@@ -45,7 +45,9 @@ PEER_HEADERS = {
     "SimpleIni.h",
     "absl/container/flat_hash_set.h",
     "fcntl.h",
+    "ftw.h",
     "glib.h",
+    "sys/stat.h",
     "unistd.h",
     "xxhash.h",
 }
@@ -68,7 +70,7 @@ def include_fault(path, bracket, target):
         known = (
             target in STANDARD_HEADERS
             or (path.startswith(("Tests/", "Benchmarks/")) and target in TEST_HEADERS)
-            or (path.startswith(("Benchmarks/Config/", "Benchmarks/Text/")) and target in PEER_HEADERS)
+            or (re.match(r"Benchmarks/\w+/", path) and target in PEER_HEADERS)
         )
         return None if known or path.startswith("Platform/") else f"<{target}> belongs into Platform/"
     if not Path(target).is_file():

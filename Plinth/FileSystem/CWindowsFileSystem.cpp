@@ -92,6 +92,15 @@ CString NameOf(const CFileSearch& search)
     return name;
 }
 
+void CreateDirectoryBelow(const CString& base, const CString& relative)
+{
+    CPathText path;
+    ReserveOrThrow(path, std::uint64_t{base.GetLength()} + relative.GetLength() + 1);
+    path.Append(base.CStr(), base.GetLength());
+    path.AppendFolded(relative.CStr(), FoldSlash);
+    CreateDirectoryW(CWidePathText(path).GetText(), nullptr);
+}
+
 // False when the offset lies behind the end, or the platform fails.
 bool GoTo(HANDLE file, std::uint32_t offset, std::uint32_t& size)
 {
@@ -181,15 +190,8 @@ void CWindowsFileSystem::MakeDirectory(const CString& path, bool allLevels)
     CString base = CopyOf(root_);
     ReserveOrThrow(base, std::uint64_t{root_.GetLength()} + 2);
     base.AddTrailingSeparator();
-    const auto create = [&base](const CString& relative) {
-        CPathText text;
-        ReserveOrThrow(text, std::uint64_t{base.GetLength()} + relative.GetLength() + 1);
-        text.Append(base.CStr(), base.GetLength());
-        text.AppendFolded(relative.CStr(), FoldSlash);
-        CreateDirectoryW(CWidePathText(text).GetText(), nullptr);
-    };
     if (!allLevels) {
-        create(path);
+        CreateDirectoryBelow(base, path);
         return;
     }
     CStringArray pieces;
@@ -200,7 +202,7 @@ void CWindowsFileSystem::MakeDirectory(const CString& path, bool allLevels)
         level.Append(*pieces.GetAt(i));
         level.Append("\\");
         if (!IsDirectory(level, 0)) {
-            create(level);
+            CreateDirectoryBelow(base, level);
         }
     }
 }

@@ -32,6 +32,20 @@ struct CBufferedStream::Layout {
 };
 #pragma GCC diagnostic pop
 
+namespace {
+
+// Streams are often used byte by byte.
+inline void CopyBytes(std::uint8_t* destination, const std::uint8_t* source, std::uint32_t count)
+{
+    if (count == 1) {
+        *destination = *source;
+    } else {
+        std::memcpy(destination, source, count);
+    }
+}
+
+} // namespace
+
 CStreamBuffer::CStreamBuffer(std::uint32_t capacity, bool reading)
     : capacity_(std::max<std::uint32_t>(capacity, 1)),
       data_(static_cast<std::uint8_t*>(AllocateMemoryOrThrow(capacity_))), reading_(reading)
@@ -47,7 +61,7 @@ CStreamBuffer::~CStreamBuffer()
 inline std::uint32_t CStreamBuffer::Take(std::uint8_t*& destination, std::uint32_t& wanted)
 {
     const std::uint32_t taken = std::min(count_, wanted);
-    std::memcpy(destination, data_ + start_, taken);
+    CopyBytes(destination, data_ + start_, taken);
     start_ += taken;
     count_ -= taken;
     destination += taken;
@@ -63,8 +77,8 @@ inline std::uint32_t CStreamBuffer::Put(const std::uint8_t*& source, std::uint32
     if (count_ == 0) {
         start_ = 0;
     }
-    const std::uint32_t put = std::min(capacity_ - start_ - count_, wanted);
-    std::memcpy(data_ + start_ + count_, source, put);
+    const std::uint32_t put = std::min(GetRoom(), wanted);
+    CopyBytes(data_ + start_ + count_, source, put);
     count_ += put;
     source += put;
     wanted -= put;
@@ -129,7 +143,7 @@ CBufferedStream::~CBufferedStream()
 void CBufferedStream::FlushAtEnd() noexcept
 {
     try {
-        Flush();
+        CBufferedStream::Flush();
     } catch (const CException& exception) {
         TraceF("%s\n", exception.message.CStr());
     } catch (...) {
@@ -145,6 +159,18 @@ void CBufferedStream::RequireDirection(bool reading)
 }
 
 std::uint32_t CBufferedStream::Read(void* buffer, std::uint32_t count, std::uint32_t flags)
+{
+    if (reading_ && buffer != nullptr && count <= buffer_.GetCount()) {
+        auto* destination = static_cast<std::uint8_t*>(buffer);
+        const std::uint32_t taken = buffer_.Take(destination, count);
+        position_ += taken;
+        return taken;
+    }
+    return ReadAcross(buffer, count, flags);
+}
+
+// Where the block does not have it all, and for all that is wrong.
+std::uint32_t CBufferedStream::ReadAcross(void* buffer, std::uint32_t count, std::uint32_t flags)
 {
     RequireDirection(true);
     if (count == 0) {
@@ -252,6 +278,16 @@ void CBufferedStream::SeekInner(std::int32_t offset, std::uint32_t origin)
 }
 
 void CBufferedStream::Write(const void* buffer, std::uint32_t count)
+{
+    if (!reading_ && buffer != nullptr && count <= buffer_.GetRoom()) {
+        const auto* source = static_cast<const std::uint8_t*>(buffer);
+        position_ += buffer_.Put(source, count);
+        return;
+    }
+    WriteAcross(buffer, count);
+}
+
+void CBufferedStream::WriteAcross(const void* buffer, std::uint32_t count)
 {
     RequireDirection(false);
     if (count == 0) {

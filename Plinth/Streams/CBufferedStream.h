@@ -28,6 +28,7 @@ public:
     [[nodiscard]] std::uint32_t GetCapacity() const { return capacity_; }
     [[nodiscard]] std::uint32_t GetCount() const { return count_; }
     [[nodiscard]] std::uint32_t GetStart() const { return start_; }
+    [[nodiscard]] std::uint32_t GetRoom() const { return capacity_ - start_ - count_; } // behind the bytes
     [[nodiscard]] bool IsFull() const { return count_ == capacity_; }
 
     // Both move as many bytes as there are, or as there is room for, up to `wanted`, and give their number.
@@ -92,6 +93,8 @@ private:
     struct Layout;
 
     void RequireDirection(bool reading);
+    std::uint32_t ReadAcross(void* buffer, std::uint32_t count, std::uint32_t flags);
+    void WriteAcross(const void* buffer, std::uint32_t count);
     std::uint32_t ReadOn(std::uint8_t* destination, std::uint32_t wanted, std::uint32_t flags);
     [[nodiscard]] bool SeekInBlock(std::int32_t offset, std::uint32_t origin);
     void SeekInner(std::int32_t offset, std::uint32_t origin);

@@ -54,7 +54,21 @@ CONFIG = [
     ("look up", "glib string", 1.3),
     ("look up", "glib value", 1.3),
 ]
-FAMILIES = {"text": TEXT, "config": CONFIG}
+STREAMS = [
+    ("read by bytes", "getc", 6.0),
+    ("read by 64 bytes", "fread", 1.5),
+    ("write by bytes", "putc", 6.0),
+    ("write by 64 bytes", "fwrite", 1.5),
+]
+FILE_SYSTEM = [
+    ("load 64 MiB, LoadFile", "read", 1.1),
+    ("load 64 MiB, CFileStream", "read", 1.1),
+    ("load 200 bytes, LoadFile", "read", 1.5),
+    ("load 200 bytes, CFileStream", "read", 1.5),
+    ("index of 20,000 files", "nftw", 1.3),
+    ("200,000 file infos", "stat", 1 / 6),
+]
+FAMILIES = {"text": TEXT, "config": CONFIG, "streams": STREAMS, "filesystem": FILE_SYSTEM}
 
 
 def measure(program, benchmark):
