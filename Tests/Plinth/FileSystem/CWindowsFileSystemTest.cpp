@@ -1,0 +1,392 @@
+#include "Plinth/FileSystem/CWindowsFileSystem.h"
+#include "Plinth/Streams/CBufferedStream.h"
+#include "Plinth/Streams/CWindowsFileStream.h"
+#include "Plinth/Streams/Exceptions.h"
+#include "Tests/Plinth/FileSystem/FileTree.h"
+#include "Tests/Plinth/TraceCapture.h"
+#include "Tests/Support/HeapWatch.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cstring>
+#include <memory>
+#include <string>
+
+namespace Plinth {
+namespace {
+
+constexpr std::uint32_t READ_EXISTING = MODE_OPEN_EXISTING | MODE_READ | MODE_SHARE_READ;
+constexpr std::uint32_t READ_IF_THERE = READ_EXISTING | MODE_MISSING_OK;
+constexpr std::uint32_t READ_AND_WRITE = MODE_READ | MODE_WRITE;
+
+// A path that leads to the name and is longer than any buffer on the stack, in bytes and in units.
+std::string LongPathTo(const std::string& name)
+{
+    std::string path;
+    for (int i = 0; i < 150; ++i) {
+        path += "\xE2\x82\xAC/../";
+    }
+    return path + name;
+}
+
+class FileSystem : public testing::Test {
+protected:
+    // What `stream` is then, with its position, or the error.
+    std::string Opened(const std::string& path, std::uint32_t mode)
+    {
+        return ResultOf(path, [&]() -> std::string {
+            stream.reset();
+            stream.reset(files.OpenStream(path.c_str(), mode));
+            if (stream == nullptr) {
+                return "null";
+            }
+            EXPECT_EQ(stream->GetName().CStr(), FullPath(path));
+            const std::string position = " " + std::to_string(stream->GetPosition());
+            if (auto* const buffered = dynamic_cast<CBufferedStream*>(stream.get())) {
+                return (buffered->IsReading() ? "reader" : "writer") + position;
+            }
+            return (dynamic_cast<CWindowsFileStream*>(stream.get()) != nullptr ? "file" : "other") + position;
+        });
+    }
+    std::string Loaded(const std::string& path, std::uint32_t mode)
+    {
+        return ResultOf(path,
+                        [&] { return files.LoadFile(memory, path.c_str(), mode) ? "loaded" : "false"; });
+    }
+
+    // Of an error the kind, and the name where that is not the full path.
+    template <typename Function>
+    std::string ResultOf(const std::string& path, const Function& function)
+    {
+        try {
+            return function();
+        } catch (const CFileException& exception) {
+            const std::string name = exception.fileName.CStr();
+            return "error " + std::to_string(exception.kind) + (name == FullPath(path) ? "" : " of " + name);
+        }
+    }
+    [[nodiscard]] std::string FullPath(const std::string& path) const
+    {
+        CString fullPath;
+        return files.GetFullPath(fullPath, path.c_str()).CStr();
+    }
+    std::string Listed(const char* directory, std::uint32_t flags)
+    {
+        std::set<CString> names;
+        files.ListDirectory(names, directory, flags);
+        std::string all;
+        for (const CString& name : names) {
+            all += name.CStr() + std::string(" ");
+        }
+        return all;
+    }
+    CFileInfo InfoOf(const std::string& path)
+    {
+        CFileInfo info(true, true, 1, 2);
+        files.GetFileInfo(info, path.c_str(), 3);
+        return info;
+    }
+
+    FileTree tree;
+    CWindowsFileSystem files{tree.Root().c_str(), false};
+    CMemoryStream memory;
+    std::unique_ptr<IStream> stream;
+};
+
+TEST(FileSystemPaths, AreJoinedAndCut)
+{
+    const char* const fullPaths[][3] = {
+        {"", "", ""},
+        {"", "/a//b//", R"(\a\\b\)"},
+        {"/", "a", "a"},
+        {"C:/Data/", "a/b.txt/", R"(C:\Data\a\b.txt)"},
+        {"C:/Data\\/", "a", "C:\\Data\\a"},
+        {"C:\\", "a", "C:a"},
+        {"C:\\Data", "", "C:\\Data"},
+        {"C:\\Data", "\\a", R"(C:\Data\\a)"},
+    };
+    for (const auto& [root, path, fullPath] : fullPaths) {
+        const CWindowsFileSystem files(root, false);
+        CString result(path);
+        EXPECT_EQ(&files.GetFullPath(result, result), &result);
+        EXPECT_STREQ(result.CStr(), fullPath) << root;
+    }
+    const char* const relativePaths[][3] = {
+        {"C:/Data/", "c:\\data\\x", "\\x"},
+        {"C:\\Data", "D:\\x", nullptr},
+        {"C:\\Data", "C:\\Dat", nullptr},
+        {"C:\\Data", "C:/Data/x", nullptr},
+        {"C:\\Data", "C:\\DATAx", "x"},
+        {"C:\\Data", "c:\\data", ""},
+        {"", "/x/", "/x/"},
+        {"", "", ""},
+        {"\xC3\xA4", "\xC3\x84x", nullptr},
+    };
+    for (const auto& [root, path, relative] : relativePaths) {
+        CWindowsFileSystem files(root, false);
+        CString result(path);
+        EXPECT_EQ(files.MakeRelative(result), relative != nullptr) << path;
+        EXPECT_STREQ(result.CStr(), relative != nullptr ? relative : path);
+    }
+}
+
+// The root of a drive keeps its separator in one of the joins only.
+TEST_F(FileSystem, TakesADriveForARoot)
+{
+    const ScratchDrive drive;
+    std::filesystem::create_directories(drive.Root() / "sub");
+    std::ofstream(drive.Root() / "file") << "text";
+    ASSERT_TRUE(SetCurrentDirectoryW(WIDE("X:\\sub")));
+    files.SetRoot("X:/", false);
+    EXPECT_EQ(Loaded("file", READ_EXISTING), "loaded");
+    EXPECT_STREQ(memory.GetName().CStr(), "X:\\file");
+    EXPECT_EQ(FullPath("file"), "X:file");
+    EXPECT_EQ(Listed("/", 0), "file sub ");
+    files.MakeDirectory("d", false);
+    files.MakeDirectory("e/f", true); // its levels are looked for elsewhere than they are made
+    EXPECT_EQ(Listed("sub", 0), "d e ");
+    EXPECT_FALSE(files.EraseDirectory("d"));
+    EXPECT_TRUE(files.EraseDirectory("/sub/d"));
+    EXPECT_TRUE(files.EraseFile("/file"));
+    files.SetRoot("", false);
+    EXPECT_EQ(Listed("X:", 0), "e ");
+    EXPECT_EQ(Listed("X:\\/", 0), "sub ");
+    EXPECT_TRUE(InfoOf("e").IsDirectory());
+    EXPECT_FALSE(InfoOf("").Exists());
+    SetCurrentDirectoryW(ToPlatform(tree.Native("")).c_str());
+}
+
+TEST_F(FileSystem, ListsADirectory)
+{
+    tree.Write("d/b", "");
+    tree.Write("d/A", "");
+    tree.Write("d/\xE2\x82\xAC.x", "");
+    tree.MakeFolder("d/c");
+    const char* const names[] = {"A b c \xE2\x82\xAC.x ", "A b \xE2\x82\xAC.x ", "c ", ""};
+    for (std::uint32_t flags = 0; flags < 4; ++flags) {
+        EXPECT_EQ(Listed("d/", flags), names[flags]);
+    }
+    for (const char* none : {"", "missing", "d/b", "d/*"}) {
+        EXPECT_EQ(Listed(none, 0), "") << none;
+    }
+    EXPECT_EQ(Listed("/", 0), "d ");
+    std::set<CString> twice = {"0", "A"};
+    files.ListDirectory(twice, "D", 1);
+    EXPECT_EQ(twice.size(), 4u);
+    files.SetRoot("", true); // an index is not asked
+    EXPECT_EQ(Listed((tree.Root() + "\\d").c_str(), 2), names[2]);
+}
+
+TEST_F(FileSystem, TellsWhatIsThere)
+{
+    tree.Write("d/b.txt", "12345");
+    tree.Write("d/c.txt", "123");
+    const auto time = std::filesystem::last_write_time(tree.Native("d/b.txt"));
+    const auto seconds = std::chrono::floor<std::chrono::seconds>(std::chrono::file_clock::to_sys(time));
+    const std::string longPath = LongPathTo("d/b.txt");
+    for (const char* path :
+         {"d/b.txt", "D\\B.TXT", "d/b*", "d/?.txt", "d/b.txt/", "\\d/b.txt", longPath.c_str()}) {
+        const CFileInfo info = InfoOf(path);
+        EXPECT_TRUE(info.Exists() && !info.IsDirectory()) << path;
+        EXPECT_EQ(info.size, 5u);
+        EXPECT_EQ(info.time / 10000000 - 11644473600, seconds.time_since_epoch().count());
+        EXPECT_FALSE(files.IsDirectory(path, 0));
+    }
+    for (const std::string& path : {std::string("d"), std::string("D/"), std::string(""), LongPathTo("d")}) {
+        EXPECT_TRUE(InfoOf(path).Exists() && InfoOf(path).IsDirectory()) << path;
+        EXPECT_TRUE(files.IsDirectory(path.c_str(), 0));
+        CString root("before");
+        files.GetDirectoryRoot(root, path.c_str(), 5);
+        EXPECT_EQ(root.CStr(), tree.Root());
+    }
+    for (const char* path : {"missing", "missing/b", "d/b.txt/x", "x*"}) {
+        const CFileInfo info = InfoOf(path);
+        EXPECT_EQ(info.time + info.size + (info.exists ? 1 : 0) + (info.isDirectory ? 1 : 0), 0u) << path;
+        CString root("before");
+        files.GetDirectoryRoot(root, path, 5);
+        EXPECT_STREQ(root.CStr(), "");
+    }
+}
+
+TEST_F(FileSystem, MakesAndErasesDirectories)
+{
+    files.MakeDirectory("", true);
+    files.MakeDirectory("a/b", false);
+    EXPECT_EQ(tree.All().size(), 0u);
+    files.MakeDirectory("/a//b\\c/", true);
+    files.MakeDirectory("A/b/d", true);
+    files.MakeDirectory("e/", false);
+    files.MakeDirectory(LongPathTo("f").c_str(), false);
+    EXPECT_TRUE(std::filesystem::is_directory(tree.Native("a/b/c")));
+    EXPECT_TRUE(std::filesystem::is_directory(tree.Native("a/b/d")));
+    EXPECT_EQ(tree.All().size(), 6u);
+    tree.Write("file", "");
+    files.MakeDirectory("file/x/y", true);
+    EXPECT_EQ(tree.Content("file"), "");
+    for (const char* refused : {"", "a", "file", "missing"}) {
+        EXPECT_FALSE(files.EraseDirectory(refused)) << refused;
+    }
+    for (const std::string& erased : {std::string("/a/b/c"), std::string("e/"), LongPathTo("f")}) {
+        EXPECT_TRUE(files.EraseDirectory(erased.c_str())) << erased;
+    }
+    for (const char* refused : {"", "a", "missing", "file/x", "*"}) {
+        EXPECT_FALSE(files.EraseFile(refused)) << refused;
+    }
+    EXPECT_TRUE(files.EraseFile(LongPathTo("file").c_str()));
+    EXPECT_EQ(tree.All().size(), 3u);
+}
+
+TEST_F(FileSystem, OpensTheStreamThatTheModeAsksFor)
+{
+    struct Row {
+        std::uint32_t mode;
+        const char* ofNew; // a file that was not there
+        const char* ofOld;
+        const char* oldContent; // with "xy" written
+    };
+    const char* const old = "0123456789";
+    const Row rows[] = {
+        {READ_IF_THERE, "null", "reader 0", old},
+        {READ_EXISTING, "error 2", "reader 0", old},
+        {MODE_DEFAULT, "error 2", "reader 0", old},
+        {READ_IF_THERE | MODE_UNBUFFERED_READ, "null", "file 0", old},
+        {READ_EXISTING | MODE_WRITE, "error 2", "file 0", "xy23456789"},
+        {READ_IF_THERE | MODE_WRITE, "null", "file 0", "xy23456789"},
+        {MODE_OPEN_EXISTING | MODE_WRITE | MODE_UNBUFFERED_READ, "error 2", "writer 0", "xy23456789"},
+        {MODE_CREATE_ALWAYS | MODE_WRITE | MODE_SHARE_READ, "writer 0", "writer 0", "xy"},
+        {MODE_CREATE_NEW | READ_AND_WRITE | MODE_MISSING_OK, "file 0", "error 1", old},
+        {MODE_OPEN_ALWAYS | MODE_WRITE, "writer 0", "writer 0", "xy23456789"},
+        {MODE_TRUNCATE_EXISTING | MODE_WRITE, "error 2", "writer 0", "xy"},
+        {MODE_APPEND | READ_AND_WRITE, "file 0", "file 10", "0123456789xy"},
+        {MODE_APPEND | MODE_WRITE, "writer 0", "writer 0", "0123456789xy"},
+        {MODE_APPEND | MODE_READ, "reader 0", "reader 0", old},
+        {MODE_OPEN_EXISTING | MODE_SHARE_READ, "error 2", "writer 0", old},
+        {MODE_READ, "error 1 of name", "error 1 of name", old},
+        {MODE_MISSING_OK | MODE_WRITE, "error 1 of name", "error 1 of name", old},
+    };
+    for (const Row& row : rows) {
+        for (const bool isOld : {false, true}) {
+            std::filesystem::remove(tree.Native("name"));
+            if (isOld) {
+                tree.Write("name", old);
+            }
+            EXPECT_EQ(Opened("name", row.mode), isOld ? row.ofOld : row.ofNew) << row.mode;
+            const bool writes = stream != nullptr && (row.mode & MODE_WRITE) != 0 && row.mode != MODE_DEFAULT;
+            if (writes) {
+                stream->Write("xy", 2);
+            }
+            stream.reset();
+            EXPECT_EQ(tree.Content("name"), isOld ? row.oldContent : writes ? "xy" : "") << row.mode;
+            EXPECT_EQ(std::filesystem::exists(tree.Native("name")), tree.IsFree("name"));
+        }
+    }
+}
+
+TEST_F(FileSystem, LoadsWholeFiles)
+{
+    const std::string large((std::size_t{1} << 20) + 1, 'x');
+    const std::string path = LongPathTo("large");
+    tree.Write("large", large);
+    tree.Write("empty", "");
+    for (const std::uint32_t mode : {READ_IF_THERE, MODE_DEFAULT, MODE_CREATE_ALWAYS | MODE_WRITE}) {
+        memory.SetName("before");
+        EXPECT_EQ(Loaded(path, mode), "loaded");
+        ASSERT_EQ(memory.GetSize(), large.size());
+        EXPECT_EQ(std::memcmp(memory.GetData(), large.data(), large.size()), 0);
+        EXPECT_EQ(memory.GetPosition(), 0u);
+        EXPECT_EQ(memory.GetName().CStr(), FullPath(path));
+        EXPECT_EQ(tree.Content("large").size(), large.size());
+    }
+    EXPECT_EQ(Loaded("empty/", READ_EXISTING), "loaded");
+    EXPECT_EQ(memory.GetSize(), 0u);
+    EXPECT_EQ(memory.GetName().CStr(), FullPath("empty"));
+    const std::pair<std::uint32_t, const char*> modes[] = {
+        {READ_IF_THERE, "false"}, {READ_EXISTING, "error 2"}, {MODE_READ, "error 1 of missing"}};
+    for (const auto& [mode, result] : modes) {
+        memory.SetSize(5);
+        const std::uint32_t capacity = memory.GetCapacity();
+        EXPECT_EQ(Loaded("missing", mode), result);
+        EXPECT_EQ(memory.GetSize(), mode == MODE_READ ? 5u : 0u);
+        EXPECT_EQ(memory.GetCapacity(), capacity);
+    }
+}
+
+TEST_F(FileSystem, BuffersAMebibyte)
+{
+    tree.Write("file", "text");
+    for (const std::size_t largest : {(std::size_t{1} << 20) - 1, std::size_t{1} << 20}) {
+        const CString path("file");
+        const TraceCapture trace;
+        const HeapWatch watch({.largest = largest});
+        try {
+            stream.reset(files.OpenStream(path, READ_EXISTING));
+        } catch (const CException& exception) {
+            EXPECT_STREQ(exception.message.CStr(), "Out of memory!");
+            EXPECT_TRUE(tree.IsFree("file"));
+        }
+        EXPECT_EQ(stream == nullptr, largest < std::size_t{1} << 20);
+    }
+}
+
+TEST_F(FileSystem, OpensRawFiles)
+{
+    tree.Write("file", "12345");
+    for (const std::uint32_t offset : {0u, 2u, 5u, 6u, 0x80000000u, UINT32_MAX}) {
+        HANDLE file = nullptr;
+        std::uint32_t size = 77;
+        EXPECT_EQ(files.OpenRawFile(file, size, "file", offset), offset <= 5);
+        EXPECT_EQ(size, offset <= 5 ? 5u : 0u);
+        if (offset <= 5) {
+            char bytes[9] = {};
+            DWORD done = 0;
+            EXPECT_TRUE(::ReadFile(file, bytes, 8, &done, nullptr));
+            EXPECT_EQ(bytes, std::string("12345").substr(offset));
+            EXPECT_EQ(Opened("file", READ_EXISTING), "reader 0");
+            EXPECT_EQ(Opened("file", MODE_OPEN_EXISTING | MODE_WRITE | MODE_SHARE_READ), "error 1");
+            EXPECT_TRUE(files.CloseRawFile(file));
+        }
+        EXPECT_EQ(file == INVALID_HANDLE_VALUE, offset > 5);
+        EXPECT_TRUE(tree.IsFree("file")) << offset;
+    }
+}
+
+// What no operation can work on; only streams and loading tell why.
+TEST_F(FileSystem, FailsQuietlyOrByNameAndKind)
+{
+    tree.Write("folder/x", "");
+    tree.Write("held", "text");
+    const std::unique_ptr<IStream> holder(files.OpenStream("held", MODE_OPEN_EXISTING | MODE_READ));
+    const std::pair<std::string, const char*> rows[] = {
+        // the kinds of the error
+        {"folder", "1"},
+        {"held", "1"},
+        {std::string(300, 'x'), "12"}, // too long, or not found for that
+        {std::string(40000, 'x'), "12"},
+        {"ill-formed\xFF", "2"},
+        {"missing/x", "2"},
+        {"held/x", "2"},
+        {"x*", "1"},
+    };
+    for (const auto& [name, kinds] : rows) {
+        memory.SetSize(5);
+        for (const std::string& error : {Opened(name, READ_EXISTING), Loaded(name, READ_EXISTING),
+                                         Opened(name, MODE_OPEN_EXISTING | MODE_WRITE)}) {
+            EXPECT_EQ(error.substr(0, error.size() - 1), "error ") << name;
+            EXPECT_NE(std::strchr(kinds, error.back()), nullptr) << name;
+        }
+        EXPECT_EQ(memory.GetSize(), 0u);
+        HANDLE file = nullptr;
+        std::uint32_t size = 77;
+        EXPECT_FALSE(files.OpenRawFile(file, size, name.c_str(), 0)) << name;
+        EXPECT_TRUE(file == INVALID_HANDLE_VALUE && size == 0) << name;
+        EXPECT_EQ(InfoOf(name).Exists(), name == "folder" || name == "held");
+        EXPECT_FALSE(files.EraseFile(name.c_str()) || files.EraseDirectory(name.c_str())) << name;
+        EXPECT_EQ(Listed(name.c_str(), 0), name == "folder" ? "x " : "") << name;
+    }
+    EXPECT_EQ(Opened("gr\xC3\xBC\xC3\x9F.ini", MODE_CREATE_NEW | MODE_WRITE), "writer 0");
+    EXPECT_TRUE(tree.All().contains("gr\xC3\xBC\xC3\x9F.ini"));
+}
+
+} // namespace
+} // namespace Plinth
