@@ -61,26 +61,16 @@ TEST_F(FileSearch, FindsNamesInTheirOrder)
     const std::string all = ". .. A.TXT a1.htm b.txt c empty Sub Z _x.y.z \xC3\xA4.t ";
     const std::pair<const char*, std::string> rows[] = {{"f\\*", all},
                                                         {"f/*.*", all},
-                                                        {"F\\..\\f\\*", all},
                                                         {"f\\*.*.*", all},
                                                         {"f\\?*", all},
-                                                        {"f\\* ", all},
                                                         {"f\\*.txt", "A.TXT b.txt "},
-                                                        {"f\\*.txt.", "A.TXT b.txt "},
                                                         {"f\\a*", "A.TXT a1.htm "},
                                                         {"f\\?.txt", "A.TXT b.txt "},
                                                         {"f\\c.*", "c "},
                                                         {"f\\*z", "Z _x.y.z "},
-                                                        {"f\\*y*", "empty _x.y.z "},
-                                                        {"f\\*.Y.z", "_x.y.z "},
-                                                        {"f\\b*.t*t", "b.txt "},
-                                                        {"f\\b.txt*", "b.txt "},
                                                         {"f\\..*", ". .. "},
                                                         {"f\\*..txt", "2"},
-                                                        {"f\\?b.txt", "2"},
-                                                        {"f\\no*", "2"},
                                                         {"f\\sub\\*", ". .. "},
-                                                        {"f\\empty\\*.txt", "2"},
                                                         {"f\\B.TXT", "b.txt "},
                                                         {"f\\b.txt. ", "b.txt "},
                                                         {"f\\SUB", "Sub "},
@@ -89,10 +79,8 @@ TEST_F(FileSearch, FindsNamesInTheirOrder)
                                                         {"f\\no", "2"},
                                                         {"f\\no\\..", "f "},
                                                         {"f\\sub\\", "2"},
-                                                        {"f\\c\\", "2"},
                                                         {"f\\", "2"},
                                                         {"no\\*", "3"},
-                                                        {"no\\x", "3"},
                                                         {"f\\*\\c", "123"}};
     for (const auto& [path, found] : rows) {
         EXPECT_EQ(Find(PathOf(path)), found) << path;
@@ -122,17 +110,17 @@ TEST_F(FileSearch, ADrivesRootHasNoDots)
 TEST_F(FileSearch, TellsWhatIsThere)
 {
     const FILETIME time = {0x12345678, 0x01D00000};
-    for (const auto& [name, low, high] :
-         {std::tuple("f\\c", 5, 0), std::tuple("f\\Z", 7, 1), std::tuple("f\\b.txt", -1, 0)}) {
+    for (const auto& [name, low, high, attributes] :
+         {std::tuple("f\\c", 5, 0, FILE_ATTRIBUTE_ARCHIVE),
+          std::tuple("f\\b.txt", -1, 0, FILE_ATTRIBUTE_ARCHIVE),
+          std::tuple("f\\Z", 7, 1, FILE_ATTRIBUTE_ARCHIVE | FILE_ATTRIBUTE_READONLY)}) {
         auto* const file = CreateFileW(PathOf(name).c_str(), GENERIC_WRITE, 0, nullptr, OPEN_EXISTING,
                                        FILE_ATTRIBUTE_NORMAL, nullptr);
         LONG highPart = high;
         SetFilePointer(file, low, &highPart, FILE_BEGIN);
-        EXPECT_TRUE(SetEndOfFile(file));
-        EXPECT_TRUE(SetFileTime(file, nullptr, nullptr, &time));
+        EXPECT_TRUE(SetEndOfFile(file) && SetFileTime(file, nullptr, nullptr, &time));
         CloseHandle(file);
-        const bool isLocked = high == 1;
-        if (isLocked) {
+        if (high == 1) {
             std::filesystem::permissions(ToNative(PathOf(name)), std::filesystem::perms::owner_read);
         }
         WIN32_FIND_DATAW found;
@@ -142,14 +130,11 @@ TEST_F(FileSearch, TellsWhatIsThere)
         EXPECT_EQ(found.nFileSizeHigh, static_cast<DWORD>(high));
         EXPECT_EQ(found.ftLastWriteTime.dwLowDateTime, time.dwLowDateTime);
         EXPECT_EQ(found.ftLastWriteTime.dwHighDateTime, time.dwHighDateTime);
-        EXPECT_EQ(found.dwFileAttributes,
-                  DWORD{FILE_ATTRIBUTE_ARCHIVE} | (isLocked ? DWORD{FILE_ATTRIBUTE_READONLY} : DWORD{0}));
-        if (isLocked) {
-            EXPECT_FALSE(DeleteFileW(PathOf(name).c_str()));
-            EXPECT_EQ(GetLastError(), DWORD{ERROR_ACCESS_DENIED});
-            std::filesystem::permissions(ToNative(PathOf(name)), std::filesystem::perms::all);
-        }
+        EXPECT_EQ(found.dwFileAttributes, static_cast<DWORD>(attributes));
     }
+    EXPECT_FALSE(DeleteFileW(PathOf("f\\Z").c_str()));
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_ACCESS_DENIED});
+    std::filesystem::permissions(ToNative(PathOf("f\\Z")), std::filesystem::perms::all);
     WIN32_FIND_DATAW found;
     FindClose(FindFirstFileW(PathOf("f\\sub").c_str(), &found));
     EXPECT_EQ(found.dwFileAttributes, DWORD{FILE_ATTRIBUTE_DIRECTORY});

@@ -7,6 +7,7 @@
 #include <fstream>
 #include <functional>
 #include <iterator>
+#include <numeric>
 #include <tuple>
 
 namespace {
@@ -73,14 +74,6 @@ TEST_F(Files, DispositionsDecideWhatIsOpened)
         EXPECT_EQ(std::filesystem::exists(scratch_.Path() / "new"), opens(row.errorOfNew));
         EXPECT_EQ(Content("old"), row.contentOfOld) << row.disposition;
     }
-    std::filesystem::create_directory(scratch_.Path() / "folder");
-    const std::pair<const char*, DWORD> refused[] = {{"folder", ERROR_ACCESS_DENIED},
-                                                     {"no\\file", ERROR_PATH_NOT_FOUND},
-                                                     {"old\\file", ERROR_PATH_NOT_FOUND}};
-    for (const auto& [name, error] : refused) {
-        EXPECT_EQ(Open(name, GENERIC_WRITE, OPEN_ALWAYS), INVALID_HANDLE_VALUE);
-        EXPECT_EQ(GetLastError(), error) << name;
-    }
 }
 
 TEST_F(Files, WritesGoOnWhereTheLastOneEnded)
@@ -94,19 +87,10 @@ TEST_F(Files, WritesGoOnWhereTheLastOneEnded)
     EXPECT_TRUE(WriteFile(file, "x", 0, &written, nullptr));
     EXPECT_EQ(written, 0u);
     CloseHandle(file);
-
-    auto* const unwritable = Open("file", GENERIC_READ, OPEN_EXISTING);
-    written = 1;
-    EXPECT_FALSE(WriteFile(unwritable, "x", 1, &written, nullptr));
-    EXPECT_EQ(GetLastError(), ERROR_ACCESS_DENIED);
-    EXPECT_EQ(written, 0u);
-    CloseHandle(unwritable);
     for (const WCHAR* name : {LPCWSTR{nullptr}, WIDE("")}) {
         EXPECT_EQ(CreateFileW(name, 0, 0, nullptr, 6, 0, nullptr), INVALID_HANDLE_VALUE);
         EXPECT_EQ(GetLastError(), ERROR_PATH_NOT_FOUND);
     }
-    EXPECT_FALSE(WriteFile(unwritable, "x", 1, &written, nullptr));
-    EXPECT_EQ(GetLastError(), ERROR_INVALID_HANDLE);
 }
 
 // The last error after a call, which has to tell whether it failed.
@@ -150,7 +134,6 @@ TEST_F(Files, PositionsMoveByTheirRules)
                         {-1, NONE, FILE_CURRENT, 4, NONE, UNTOUCHED},
                         {-5, NONE, FILE_CURRENT, FAILED, NONE, ERROR_NEGATIVE_SEEK},
                         {-1, NONE, FILE_BEGIN, FAILED, NONE, ERROR_NEGATIVE_SEEK},
-                        {0, NONE, FILE_CURRENT, 4, NONE, UNTOUCHED},
                         {3, NONE, FILE_END, 13, NONE, UNTOUCHED},
                         {-11, NONE, FILE_END, FAILED, NONE, ERROR_NEGATIVE_SEEK},
                         {0, 5, 3, FAILED, 5, ERROR_INVALID_PARAMETER},
@@ -161,7 +144,6 @@ TEST_F(Files, PositionsMoveByTheirRules)
                         {1, 0, FILE_CURRENT, 0, 1, UNTOUCHED},
                         {-1, -1, FILE_CURRENT, 0xFFFFFFFF, 0, ERROR_SUCCESS},
                         {-1, -1, FILE_BEGIN, FAILED, -1, ERROR_NEGATIVE_SEEK},
-                        {2, 1, FILE_CURRENT, 1, 2, UNTOUCHED},
                         {4, 0, FILE_BEGIN, 4, 0, UNTOUCHED}};
     auto* const file = OpenDigits();
     for (const Row& row : rows) {
@@ -193,10 +175,8 @@ TEST_F(Files, ReadingStopsAtTheEnd)
     EXPECT_EQ(Read(file, 20), "9ab");
     CloseHandle(file);
     for (const std::size_t size : {0u, 1u, 767u, 768u, 769u, 5000u}) {
-        std::string content;
-        while (content.size() < size) {
-            content += static_cast<char>('a' + content.size() % 26);
-        }
+        std::string content(size, '\0');
+        std::iota(content.begin(), content.end(), '\0');
         std::ofstream(scratch_.Path() / "sized", std::ios::binary) << content;
         auto* const sized = Open("sized", GENERIC_READ, OPEN_EXISTING);
         EXPECT_EQ(GetFileSize(sized, nullptr), size);
@@ -241,14 +221,12 @@ TEST_F(Files, TimesAreKept)
     const FILETIME none = {0, 0x80000000};
     auto* const file = OpenDigits();
     EXPECT_TRUE(SetFileTime(file, nullptr, &second, &first));
-    EXPECT_TRUE(SetFileTime(file, nullptr, nullptr, nullptr));
-    EXPECT_TRUE(SetFileTime(file, &zero, &all, &zero));
+    EXPECT_TRUE(SetFileTime(file, nullptr, nullptr, nullptr) && SetFileTime(file, &zero, &all, &zero));
     EXPECT_EQ(ErrorOf([&] { return SetFileTime(file, nullptr, &first, &none) != FALSE; }),
               DWORD{ERROR_INVALID_PARAMETER});
     FILETIME access = {};
     FILETIME write = {};
-    EXPECT_TRUE(GetFileTime(file, nullptr, &access, nullptr));
-    EXPECT_TRUE(GetFileTime(file, nullptr, nullptr, &write));
+    EXPECT_TRUE(GetFileTime(file, nullptr, &access, nullptr) && GetFileTime(file, nullptr, nullptr, &write));
     EXPECT_EQ(access.dwLowDateTime, second.dwLowDateTime);
     EXPECT_EQ(access.dwHighDateTime, second.dwHighDateTime);
     EXPECT_EQ(write.dwLowDateTime, first.dwLowDateTime);
@@ -265,8 +243,10 @@ TEST_F(Files, DoWhatTheyWereOpenedFor)
         auto* const file = Open("digits", access, OPEN_EXISTING);
         EXPECT_EQ(Read(file, 4), access == GENERIC_READ ? "0123" : "5:0");
         EXPECT_EQ(Read(file, 0), access == GENERIC_READ ? "" : "5:0");
+        done = 1;
         EXPECT_EQ(ErrorOf([&] { return WriteFile(file, "", 0, &done, nullptr) != FALSE; }),
                   access == GENERIC_WRITE ? UNTOUCHED : DWORD{ERROR_ACCESS_DENIED});
+        EXPECT_EQ(done, 0u);
         EXPECT_EQ(Size(file, high), 10u);
         EXPECT_EQ(high, 0u);
         EXPECT_EQ(SetFilePointer(file, 3, nullptr, FILE_BEGIN), 3u);
@@ -323,63 +303,52 @@ TEST_F(Files, PathsThatNameFoldersOpenNothing)
 
 TEST_F(Files, FoldersAreMadeAndRemoved)
 {
-    enum Act { MAKE, REMOVE, DELETES };
+    std::ofstream(scratch_.Path() / "file") << "x";
+    constexpr DWORD LEFT_OUT = 0;
     struct Row {
         const char* name;
-        Act act;
-        DWORD error;
+        DWORD made; // the errors of all three in turn
+        DWORD deleted;
+        DWORD removed;
     };
-    std::ofstream(scratch_.Path() / "file") << "x";
-    const Row rows[] = {{"dir", MAKE, UNTOUCHED},
-                        {"DIR", MAKE, 183},
-                        {"dir\\", MAKE, 183},
-                        {"file", MAKE, 183},
-                        {"file\\", MAKE, 183},
-                        {"no\\x", MAKE, 3},
-                        {"file\\x", MAKE, 3},
-                        {"a*", MAKE, 123},
-                        {"d2\\", MAKE, UNTOUCHED},
-                        {"d3.", MAKE, UNTOUCHED},
-                        {"new\\x\\", MAKE, 3},
-                        {"..", MAKE, 183},
-                        {"dir", DELETES, 5},
-                        {"dir\\", DELETES, 5},
-                        {"file\\", DELETES, 123},
-                        {"no", DELETES, 2},
-                        {"no\\", DELETES, 2},
-                        {"no\\x", DELETES, 3},
-                        {"file\\x", DELETES, 3},
-                        {"fi*", DELETES, 123},
-                        {"dir\\in", MAKE, UNTOUCHED},
-                        {"dir", REMOVE, 145},
-                        {"Dir\\IN", REMOVE, UNTOUCHED},
-                        {"file", REMOVE, 267},
-                        {"file\\", REMOVE, 123},
-                        {"no", REMOVE, 2},
-                        {"no\\x", REMOVE, 3},
-                        {"file\\x", REMOVE, 3},
-                        {"d*", REMOVE, 123},
-                        {"d3", REMOVE, UNTOUCHED},
-                        {"d2\\", REMOVE, UNTOUCHED},
-                        {"FILE", DELETES, UNTOUCHED},
-                        {"file", DELETES, 2}};
+    const Row rows[] = {
+        {"dir", UNTOUCHED, 5, 145},
+        {"DIR\\", 183, 5, 145},
+        {"file\\", 183, 123, 123},
+        {"no\\x", 3, 3, 3},
+        {"file\\x", 3, 3, 3},
+        {"a*", 123, 123, 123},
+        {"d2\\", UNTOUCHED, 5, UNTOUCHED},
+        {"d3.", UNTOUCHED, 5, UNTOUCHED},
+        {"new\\x\\", 3, 3, 3},
+        {"..", 183, LEFT_OUT, LEFT_OUT},
+        {"no", LEFT_OUT, 2, 2},
+        {"no\\", LEFT_OUT, 2, 2},
+        {"dir\\in", UNTOUCHED, LEFT_OUT, LEFT_OUT},
+        {"file", 183, LEFT_OUT, 267},
+    };
+    const auto check = [this](const char* name, DWORD error, const auto& call) {
+        const WideText path = PathOf(name);
+        EXPECT_TRUE(error == LEFT_OUT || ErrorOf([&] { return call(path.c_str()) != FALSE; }) == error)
+            << name << GetLastError();
+    };
+    const auto make = [](LPCWSTR path) { return CreateDirectoryW(path, nullptr); };
     for (const Row& row : rows) {
-        const WideText path = PathOf(row.name);
-        const auto call = [&] {
-            return (row.act == MAKE     ? CreateDirectoryW(path.c_str(), nullptr)
-                    : row.act == REMOVE ? RemoveDirectoryW(path.c_str())
-                                        : DeleteFileW(path.c_str())) != FALSE;
-        };
-        EXPECT_EQ(ErrorOf(call), row.error) << row.act << row.name;
+        check(row.name, row.made, make);
     }
+    for (const Row& row : rows) {
+        check(row.name, row.deleted, DeleteFileW);
+        check(row.name, row.removed, RemoveDirectoryW);
+    }
+    check("FILE", UNTOUCHED, DeleteFileW);
+    check("Dir\\IN", UNTOUCHED, RemoveDirectoryW);
     SetCurrentDirectoryW(PathOf("dir").c_str());
-    EXPECT_EQ(ErrorOf([&] { return RemoveDirectoryW(PathOf("dir").c_str()) != FALSE; }),
-              DWORD{ERROR_SHARING_VIOLATION});
+    check("dir", ERROR_SHARING_VIOLATION, RemoveDirectoryW);
     SetCurrentDirectoryW(PathOf("").c_str());
-    EXPECT_TRUE(RemoveDirectoryW(PathOf("dir").c_str()));
+    check("dir", UNTOUCHED, RemoveDirectoryW);
     EXPECT_TRUE(std::filesystem::is_empty(scratch_.Path()));
     for (const WCHAR* none : {LPCWSTR{nullptr}, WIDE("")}) {
-        EXPECT_EQ(ErrorOf([&] { return CreateDirectoryW(none, nullptr) != FALSE; }), DWORD{3});
+        EXPECT_EQ(ErrorOf([&] { return make(none) != FALSE; }), DWORD{3});
         EXPECT_EQ(ErrorOf([&] { return DeleteFileW(none) != FALSE; }), DWORD{3});
         EXPECT_EQ(ErrorOf([&] { return RemoveDirectoryW(none) != FALSE; }), DWORD{123});
     }

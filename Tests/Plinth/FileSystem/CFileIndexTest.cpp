@@ -26,38 +26,22 @@ public:
     void Put(std::uint32_t number)
     {
         const std::string text = std::to_string(number % 300);
-        if (!wanted_.contains(text) && --wantedBudget_ <= 0) {
+        if (!wanted.entries.contains(text) && --wanted.budget <= 0) {
             GrowWanted();
         }
         const CFileIndexEntry entry = {number, number + 1, number + 2, {number + 3, number + 4}};
-        const auto place = wanted_.insert_or_assign(text, entry).first; // its text outlives what is stored
+        // The key's text outlives what is stored.
+        const auto place = wanted.entries.insert_or_assign(text, entry).first;
         EXPECT_EQ(InsertOrAssign(KeyOf(place->first), entry)->size, number + 1);
-    }
-    void ClearBoth()
-    {
-        ClearAll();
-        wanted_.clear();
-    }
-    void GrowBoth()
-    {
-        EXPECT_TRUE(Grow());
-        GrowWanted();
-    }
-    void SwapBoth(CheckedIndex& other)
-    {
-        Swap(other);
-        std::swap(wanted_, other.wanted_);
-        std::swap(wantedCapacity_, other.wantedCapacity_);
-        std::swap(wantedBudget_, other.wantedBudget_);
     }
     void Check() const
     {
-        Expect(wantedCapacity_, wantedBudget_);
+        Expect(wanted.capacity, wanted.budget);
         for (int number = 0; number < 300; ++number) {
             const std::string text = std::to_string(number);
             const CFileIndexEntry* const entry = Find(KeyOf(text));
-            const auto place = wanted_.find(text);
-            ASSERT_EQ(entry != nullptr, place != wanted_.end()) << text;
+            const auto place = wanted.entries.find(text);
+            ASSERT_EQ(entry != nullptr, place != wanted.entries.end()) << text;
             ASSERT_TRUE(entry == nullptr || std::memcmp(entry, &place->second, sizeof(*entry)) == 0) << text;
         }
     }
@@ -66,36 +50,38 @@ public:
         EXPECT_EQ(GetCapacity(), capacity);
         EXPECT_EQ(budget_, budget);
     }
-
-private:
     void GrowWanted()
     {
-        wantedCapacity_ *= 2;
-        wantedBudget_ = static_cast<std::int32_t>(wantedCapacity_ - wantedCapacity_ / 4 - wanted_.size());
+        wanted.capacity *= 2;
+        wanted.budget =
+            static_cast<std::int32_t>(wanted.capacity - wanted.capacity / 4 - wanted.entries.size());
     }
 
-    std::map<std::string, CFileIndexEntry> wanted_;
-    std::uint32_t wantedCapacity_ = 16;
-    std::int32_t wantedBudget_ = 12;
+    struct Wanted {
+        std::map<std::string, CFileIndexEntry> entries;
+        std::uint32_t capacity = 16;
+        std::int32_t budget = 12;
+    };
+    Wanted wanted;
 };
 
 TEST(CFileIndex, HoldsWhatAMapHolds)
 {
-    for (unsigned seed = 0; seed < 20; ++seed) {
-        std::mt19937 random(seed);
+    std::mt19937 random;
+    for (int round = 0; round < 20; ++round) {
         CheckedIndex indices[2];
         for (std::uint32_t step = 0; step < 400; ++step) {
-            switch (random() % 100) {
-            case 0:
-                indices[0].ClearBoth();
-                break;
-            case 1:
-                indices[0].GrowBoth();
-                break;
-            case 2:
-                indices[0].SwapBoth(indices[1]);
-                break;
-            default:
+            const auto operation = random() % 100;
+            if (operation == 0) {
+                indices[0].ClearAll();
+                indices[0].wanted.entries.clear();
+            } else if (operation == 1) {
+                EXPECT_TRUE(indices[0].Grow());
+                indices[0].GrowWanted();
+            } else if (operation == 2) {
+                indices[0].Swap(indices[1]);
+                std::swap(indices[0].wanted, indices[1].wanted);
+            } else {
                 indices[0].Put(static_cast<std::uint32_t>(random() % 30000));
             }
             if (step < 15 || step % 50 == 0) {
@@ -129,21 +115,16 @@ TEST(CFileIndex, StaysAsItWasWithoutMemory)
     std::optional<HeapWatch> watch(HeapRule{.ordinal = 1, .lasting = true});
     CheckedIndex index;
     index.Expect(0, 0);
-    EXPECT_FALSE(index.Grow());
-    EXPECT_EQ(index.InsertOrAssign(key, {}), nullptr);
-    EXPECT_EQ(index.Find(key), nullptr);
+    EXPECT_FALSE(index.Grow() || index.InsertOrAssign(key, {}) != nullptr || index.Find(key) != nullptr);
     index.ClearAll();
     watch.reset();
     for (std::uint32_t number = 0; number < 11; ++number) { // it comes to life
         index.Put(number);
     }
-    for (const bool inserts : {true, false}) {
-        watch.emplace(HeapRule{.ordinal = 1});
-        EXPECT_FALSE(inserts ? index.InsertOrAssign(key, {}) != nullptr : index.Grow());
-        watch.reset();
-        index.Check();
-        index.Expect(16, 1);
-    }
+    watch.emplace(HeapRule{.ordinal = 1, .lasting = true});
+    EXPECT_FALSE(index.InsertOrAssign(key, {}) != nullptr || index.Grow());
+    watch.reset();
+    index.Check();
     index.Put(11);
     index.Expect(32, 13);
     EXPECT_NE(trace.Text().find("Failed to allocate"), std::string::npos);

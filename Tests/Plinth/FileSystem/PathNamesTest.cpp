@@ -20,7 +20,6 @@ const Row ROWS[] = {
     {"C:\\a\\b.tar.gz", "C:\\a\\", "b.tar", ".gz"},
     {"C:x", "C:", "x", ""},
     {"a/.cfg", "a/", "", ".cfg"},
-    {"a.b\\c/", "a.b\\c/", "", ""},
     {"a.b/c", "a.b/", "c", ""},
     {"file.", "", "file", "."},
     {"..", "", ".", "."},
@@ -47,10 +46,10 @@ TEST(PathNames, ArePartsOfAPath)
             }
             EXPECT_EQ(function(nullptr, 9, row.path), nullptr);
         }
-        CString itself(row.path);
-        EXPECT_EQ(GetPathTitle(itself, itself).CStr(), row.title);
-        CString part("before");
-        EXPECT_EQ(GetPathDirectory(part, row.path).CStr(), row.directory);
+        CString title(row.path);
+        CString directory(row.path);
+        EXPECT_EQ(GetPathTitle(title, title).CStr(), row.title); // the path may be the result
+        EXPECT_EQ(GetPathDirectory(directory, directory).CStr(), row.directory);
     }
     const TraceCapture trace;
     CString part("before");

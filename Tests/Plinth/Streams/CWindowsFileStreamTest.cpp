@@ -35,13 +35,9 @@ protected:
     }
     [[nodiscard]] std::string NameOf(const std::u8string& name) const
     {
-        return ToUtf8(ToPlatform(folder_.Path())) + '\\' +
-               std::string(reinterpret_cast<const char*>(name.data()), name.size());
+        return ToUtf8(ToPlatform(folder_.Path())) + '\\' + std::string(name.begin(), name.end());
     }
-    void Store(const std::string& content) const
-    {
-        std::ofstream(PathOf(u8"file"), std::ios::binary) << content;
-    }
+    void Store(const std::string& content) const { std::ofstream(file, std::ios::binary) << content; }
     std::optional<CFileError> FailureOf(std::uint32_t mode, const std::u8string& name = u8"file")
     {
         return ThrownBy([&] { opened = stream.Open(NameOf(name).c_str(), mode); });
@@ -76,6 +72,9 @@ protected:
 
 private:
     ScratchFolder folder_;
+
+protected:
+    const std::filesystem::path file = PathOf(u8"file");
 };
 
 TEST_F(WindowsFileStream, CreatesOrOpensByItsMode)
@@ -84,24 +83,24 @@ TEST_F(WindowsFileStream, CreatesOrOpensByItsMode)
     struct Row {
         Failure missing; // nullopt: it is created
         Failure existing;
-        const char* content; // of a file that was there
+        std::string content; // of a file that was there
     };
-    constexpr Row open = {FILE_ERROR_NOT_FOUND, {}, "old"};
-    constexpr Row always = {{}, {}, "old"};
-    constexpr Row truncate = {FILE_ERROR_NOT_FOUND, {}, ""};
+    const Row open = {FILE_ERROR_NOT_FOUND, {}, "old"};
+    const Row always = {{}, {}, "old"};
+    const Row truncate = {FILE_ERROR_NOT_FOUND, {}, ""};
     const Row kinds[] = {open, {{}, {}, ""}, {{}, FILE_ERROR_GENERIC, "old"}, open, always, truncate, always};
     for (std::uint32_t i = 0; i <= 4 * MODE_CREATION_MASK; ++i) {
         const std::uint32_t kind = i / 4;
-        const std::uint32_t more = (i % 2 != 0 ? MODE_MISSING_OK : 0) | (i % 4 > 1 ? 0x7040U : 0);
-        const std::uint32_t mode = kind | READ_WRITE | more;
+        const std::uint32_t mode =
+            kind | READ_WRITE | (i % 2 != 0 ? MODE_MISSING_OK : 0) | (i % 4 > 1 ? 0x7040U : 0);
         SCOPED_TRACE(mode);
         const Row& row = kinds[kind < std::size(kinds) ? kind : 0];
         const bool tolerated = i % 2 != 0 && (kind == 0 || kind == MODE_OPEN_EXISTING || kind > MODE_APPEND);
-        std::filesystem::remove(PathOf(u8"file"));
+        std::filesystem::remove(file);
         opened = true;
         EXPECT_EQ(FailureOf(mode), tolerated ? Failure() : row.missing);
         EXPECT_EQ(opened, !tolerated);
-        EXPECT_EQ(std::filesystem::exists(PathOf(u8"file")), !row.missing);
+        EXPECT_EQ(std::filesystem::exists(file), !row.missing);
         if (row.missing) {
             ExpectClosed(tolerated ? NameOf(u8"file") : "");
         }
@@ -110,51 +109,31 @@ TEST_F(WindowsFileStream, CreatesOrOpensByItsMode)
         EXPECT_EQ(FailureOf(mode), row.existing);
         EXPECT_EQ(stream.GetName().CStr(), row.existing ? "" : NameOf(u8"file"));
         EXPECT_EQ(stream.GetPosition(), 0u);
-        EXPECT_EQ(stream.GetSize(), row.existing ? 0u : std::string(row.content).size());
+        EXPECT_EQ(stream.GetSize(), row.existing ? 0u : row.content.size());
         stream.Write("N", 1);
         stream.Close();
-        const std::string written = *row.content != 0 ? "Nld" : "N";
-        EXPECT_EQ(ReadFile(PathOf(u8"file")), row.existing ? "old" : written);
+        EXPECT_EQ(ReadFile(file), row.existing ? "old" : row.content.empty() ? "N" : "Nld");
     }
 }
 
 TEST_F(WindowsFileStream, AsksForNoMoreAccessThanItsModeSays)
 {
     Store("text");
-    for (const std::uint32_t access : {0u, MODE_READ, MODE_WRITE, READ_WRITE}) {
+    for (std::uint32_t bits = 0; bits < 16; ++bits) {
         char byte = 0;
-        Open(MODE_OPEN_EXISTING | access);
-        const auto expected = [&](std::uint32_t needed) {
-            return (access & needed) != 0 ? std::nullopt : std::optional(FILE_ERROR_GENERIC);
-        };
-        EXPECT_EQ(ThrownBy([&] { stream.Read(&byte, 1, 0); }), expected(MODE_READ));
-        EXPECT_EQ(ThrownBy([&] { stream.Write("x", 1); }), expected(MODE_WRITE));
-        EXPECT_EQ(ThrownBy([&] { stream.SetSize(4); }).has_value(), (access & MODE_WRITE) == 0);
-        EXPECT_EQ(stream.GetSize(), 4u);
-        EXPECT_EQ(stream.GetName().CStr(), NameOf(u8"file")); // still open
-    }
-}
-
-TEST_F(WindowsFileStream, SharesByItsMode)
-{
-    constexpr std::uint32_t bits[] = {0, 1, 2, 3}; // reading and writing
-    Store("text");
-    for (const std::uint32_t access : {1u, 2u, 3u}) {
-        for (const std::uint32_t share : bits) {
-            Open(MODE_OPEN_EXISTING | access * MODE_READ | share * MODE_SHARE_READ);
-            for (const std::uint32_t otherAccess : {1u, 2u, 3u}) {
-                for (const std::uint32_t otherShare : bits) {
-                    CWindowsFileStream other;
-                    const bool conflict = (access & ~otherShare) != 0 || (otherAccess & ~share) != 0;
-                    EXPECT_EQ(ThrownBy([&] {
-                                  other.Open(NameOf(u8"file").c_str(), MODE_OPEN_EXISTING | MODE_MISSING_OK |
-                                                                           otherAccess * MODE_READ |
-                                                                           otherShare * MODE_SHARE_READ);
-                              }),
-                              conflict ? std::optional(FILE_ERROR_GENERIC) : std::nullopt)
-                        << access << share << otherAccess << otherShare;
-                }
-            }
+        const bool reads = (bits & 1) != 0;
+        const bool writes = (bits & 2) != 0;
+        Open(MODE_OPEN_EXISTING | bits % 4 * MODE_READ | bits / 4 * MODE_SHARE_READ);
+        EXPECT_EQ(ThrownBy([&] { stream.Read(&byte, 1, 0); }).has_value(), !reads);
+        EXPECT_EQ(ThrownBy([&] { stream.Write("x", 1); }).has_value(), !writes);
+        EXPECT_EQ(ThrownBy([&] { stream.SetSize(4); }).has_value(), !writes);
+        for (const std::uint32_t access : {1U, 2U}) { // what another may do at the same time
+            CWindowsFileStream other;
+            const std::uint32_t mode = MODE_OPEN_EXISTING | MODE_MISSING_OK | access * MODE_READ | SHARED;
+            const bool opens = bits % 4 == 0 || (bits / 4 & access) != 0;
+            EXPECT_EQ(ThrownBy([&] { other.Open(NameOf(u8"file").c_str(), mode); }),
+                      opens ? std::nullopt : std::optional(FILE_ERROR_GENERIC))
+                << bits << access;
         }
     }
 }
@@ -164,52 +143,32 @@ TEST_F(WindowsFileStream, CanBeOpenedAgain)
     ExpectClosed("");
     Store("text");
     Open(MODE_OPEN_EXISTING | MODE_READ);
-    Open(MODE_OPEN_EXISTING | MODE_READ); // the one before does not stand in its way
+    Open(MODE_OPEN_EXISTING | READ_WRITE); // the one before does not stand in its way
     EXPECT_EQ(FailureOf(MODE_OPEN_EXISTING | MODE_READ, u8"missing"), FILE_ERROR_NOT_FOUND);
     ExpectClosed("");
-    ExpectNobodyHasIt();
+    ExpectNobodyHasIt(); // and the stream of that ends
     Open();
     stream.Close();
     stream.Close();
     ExpectClosed("");
-    {
-        CWindowsFileStream other;
-        other.Open(NameOf(u8"file").c_str(), MODE_OPEN_EXISTING | MODE_READ);
-    }
     ExpectNobodyHasIt();
     Open();
-    EXPECT_FALSE(stream.Open(NameOf(u8"missing").c_str(), MODE_OPEN_EXISTING | MODE_READ | MODE_MISSING_OK));
+    EXPECT_EQ(FailureOf(MODE_OPEN_EXISTING | MODE_READ | MODE_MISSING_OK, u8"missing"), std::nullopt);
     ExpectClosed(NameOf(u8"missing"));
     ExpectNobodyHasIt();
 }
 
 TEST_F(WindowsFileStream, TellsWhatCannotBeOpened)
 {
-    Store("text");
-    std::filesystem::create_directory(PathOf(u8"folder"));
-    struct Row {
-        std::u8string name;
-        std::uint32_t mode;
-        CFileError kind;
-    };
-    const Row rows[] = {
-        {u8"folder", MODE_OPEN_EXISTING | MODE_READ, FILE_ERROR_GENERIC},
-        {u8"folder", MODE_OPEN_EXISTING | MODE_READ | MODE_MISSING_OK, FILE_ERROR_GENERIC},
-        {u8"folder", MODE_CREATE_ALWAYS | READ_WRITE, FILE_ERROR_GENERIC},
-        {u8"none\\file", MODE_CREATE_ALWAYS | READ_WRITE | MODE_MISSING_OK, FILE_ERROR_NOT_FOUND},
-        {u8"a\"quote", MODE_OPEN_EXISTING | MODE_READ | MODE_MISSING_OK, FILE_ERROR_GENERIC},
-    };
-    for (const Row& row : rows) {
-        EXPECT_EQ(FailureOf(row.mode, row.name), row.kind) << NameOf(row.name) << row.mode;
-        ExpectClosed("");
-    }
-    for (const std::size_t length : {300U, 40000U}) {
-        EXPECT_NE(FailureOf(MODE_CREATE_ALWAYS | MODE_WRITE, std::u8string(length, 'x')), std::nullopt);
-    }
+    EXPECT_EQ(FailureOf(MODE_CREATE_ALWAYS | READ_WRITE | MODE_MISSING_OK, u8"none\\file"),
+              FILE_ERROR_NOT_FOUND);
+    EXPECT_EQ(FailureOf(MODE_OPEN_EXISTING | MODE_READ | MODE_MISSING_OK, u8"a\"quote"), FILE_ERROR_GENERIC);
+    EXPECT_NE(FailureOf(MODE_CREATE_ALWAYS | MODE_WRITE, std::u8string(40000, 'x')), std::nullopt);
     for (const char* const none : {"", static_cast<const char*>(nullptr)}) {
         EXPECT_EQ(ThrownBy([&] { stream.Open(none, MODE_CREATE_ALWAYS | MODE_WRITE); }),
                   FILE_ERROR_NOT_FOUND);
     }
+    ExpectClosed("");
     const std::string illFormed = NameOf(u8"a") + "\xFF" + "b";
     EXPECT_TRUE(stream.Open(illFormed.c_str(), MODE_CREATE_NEW | MODE_WRITE));
     EXPECT_EQ(stream.GetName().CStr(), illFormed);
@@ -220,16 +179,11 @@ TEST_F(WindowsFileStream, StandsAnywhereBelowFourGibibytes)
 {
     Store("text");
     Open();
-    struct Row {
-        std::uint32_t position;
-        std::optional<CFileError> getPosition;
-    };
-    const Row rows[] = {{0x7FFFFFFF, {}}, {0x80000000, {}}, {0xFFFFFFFE, {}}, {0xFFFFFFFF, FILE_ERROR_NONE}};
-    for (const Row& row : rows) {
-        stream.SetPosition(row.position);
-        EXPECT_EQ(ThrownBy([&] { EXPECT_EQ(stream.GetPosition(), row.position); }), row.getPosition);
+    for (const std::uint32_t position : {0x7FFFFFFFu, 0x80000000u, 0xFFFFFFFEu, 0xFFFFFFFFu, 3u}) {
+        stream.SetPosition(position);
+        EXPECT_EQ(ThrownBy([&] { EXPECT_EQ(stream.GetPosition(), position); }),
+                  position == UINT32_MAX ? std::optional(FILE_ERROR_NONE) : std::nullopt);
     }
-    stream.SetPosition(3);
     for (const std::uint32_t size : {0x80000000u, 0xFFFFFFFFu}) {
         EXPECT_EQ(ThrownBy([&] { stream.SetSize(size); }), FILE_ERROR_GENERIC);
     }
@@ -238,8 +192,6 @@ TEST_F(WindowsFileStream, StandsAnywhereBelowFourGibibytes)
         EXPECT_EQ(stream.GetPosition(), 3u);
         EXPECT_EQ(stream.Seek(3, origin), 3u);
     }
-    EXPECT_EQ(stream.Seek(-2, ORIGIN_CURRENT), 1u);
-    EXPECT_EQ(stream.Seek(2, ORIGIN_END), 6u);
     EXPECT_EQ(ThrownBy([&] { stream.Seek(-5, ORIGIN_END); }), FILE_ERROR_GENERIC);
     EXPECT_EQ(stream.GetSize(), 4u);
     stream.SetPosition(0xFFFFFFFE); // a file with a hole
@@ -248,7 +200,7 @@ TEST_F(WindowsFileStream, StandsAnywhereBelowFourGibibytes)
     stream.SetSize(2);
     EXPECT_EQ(stream.GetPosition(), 2u);
     stream.Close();
-    EXPECT_EQ(ReadFile(PathOf(u8"file")), "te");
+    EXPECT_EQ(ReadFile(file), "te");
 }
 
 TEST_F(WindowsFileStream, MeetsAFileThatOthersCut)
@@ -256,17 +208,15 @@ TEST_F(WindowsFileStream, MeetsAFileThatOthersCut)
     Store("0123456789");
     Open();
     char bytes[10] = {};
-    EXPECT_EQ(stream.Read(bytes, 4, 0), 4u);
+    stream.SetPosition(4);
     EXPECT_EQ(stream.Read(nullptr, 4, 0), 0u);
     stream.Write(nullptr, 4);
     EXPECT_EQ(stream.GetPosition(), 4u);
-    CWindowsFileStream other;
-    other.Open(NameOf(u8"file").c_str(), MODE_OPEN_EXISTING | MODE_WRITE | SHARED);
-    other.SetSize(7);
+    std::filesystem::resize_file(file, 7);
     EXPECT_EQ(ThrownBy([&] { stream.Read(bytes, 4, 0); }), FILE_ERROR_END_OF_FILE);
-    EXPECT_EQ(std::string(bytes, 4), "4563");
+    EXPECT_STREQ(bytes, "456");
     EXPECT_EQ(stream.GetPosition(), 7u); // what there was is read
-    other.SetSize(2);
+    std::filesystem::resize_file(file, 2);
     EXPECT_EQ(stream.Read(bytes, 4, READ_ALLOW_PARTIAL), 0u);
 }
 
@@ -274,16 +224,16 @@ TEST_F(WindowsFileStream, SetsNoOtherTimes)
 {
     Store("text");
     Open();
-    auto* const file = CreateFileW(ToPlatform(PathOf(u8"file")).c_str(), GENERIC_WRITE,
-                                   FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING, 0, nullptr);
+    auto* const other = CreateFileW(ToPlatform(file).c_str(), GENERIC_WRITE,
+                                    FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING, 0, nullptr);
     const FILETIME accessed = {0xA, 0x01C12345};
     FILETIME found = {};
-    EXPECT_TRUE(SetFileTime(file, nullptr, &accessed, nullptr));
+    EXPECT_TRUE(SetFileTime(other, nullptr, &accessed, nullptr));
     stream.SetTime(0x01C0000012345678);
-    EXPECT_TRUE(GetFileTime(file, nullptr, &found, nullptr));
+    EXPECT_TRUE(GetFileTime(other, nullptr, &found, nullptr));
     EXPECT_EQ(found.dwHighDateTime, accessed.dwHighDateTime);
     EXPECT_EQ(found.dwLowDateTime, accessed.dwLowDateTime);
-    CloseHandle(file);
+    CloseHandle(other);
     EXPECT_EQ(stream.GetTime(), 0x01C0000012345678u);
     Open(MODE_OPEN_EXISTING | MODE_READ);
     stream.SetTime(5); // may fail, which is not told

@@ -6,24 +6,10 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <string>
 
 namespace Plinth {
 namespace {
-
-// What the action throws; only a CException, and by no other type.
-std::string MessageOf(const std::function<void()>& action)
-{
-    try {
-        action();
-    } catch (const CException& exception) {
-        EXPECT_EQ(exception.source, nullptr);
-        EXPECT_EQ(exception.line, 0u);
-        return exception.message.CStr();
-    }
-    return "nothing was thrown";
-}
 
 TEST(CFileException, ComposesItsMessage)
 {
@@ -46,15 +32,15 @@ TEST(CFileException, ComposesItsMessage)
         const auto kind = static_cast<CFileError>(row.kind);
         EXPECT_STREQ(CFileException(kind).message.CStr(), row.without);
         EXPECT_STREQ(CFileException(kind, "").message.CStr(), row.without);
-        for (const CFileException& exception :
-             {CFileException(kind, CString("x")), CFileException(kind, "x")}) {
-            EXPECT_STREQ(exception.message.CStr(), row.with);
-            EXPECT_STREQ(exception.fileName.CStr(), "x");
-            EXPECT_EQ(exception.kind, kind);
-            EXPECT_EQ(exception.source, nullptr);
-            EXPECT_EQ(exception.line, 0u);
+        for (const CFileException& made : {CFileException(kind, CString("x")), CFileException(kind, "x")}) {
+            EXPECT_STREQ(made.message.CStr(), row.with);
+            EXPECT_STREQ(made.fileName.CStr(), "x");
+            EXPECT_TRUE(made.kind == kind && made.source == nullptr && made.line == 0) << row.kind;
         }
     }
+    const HeapWatch watch({.largest = 255}); // it asks for a room of 256 first
+    EXPECT_STREQ(CFileException(FILE_ERROR_GENERIC).message.CStr(), "A file error occurred!");
+    EXPECT_EQ(watch.Failures(), 1u);
 }
 
 TEST(CFileException, IsCopiedAsItIs)
@@ -62,55 +48,52 @@ TEST(CFileException, IsCopiedAsItIs)
     CFileException exception(FILE_ERROR_NOT_FOUND, "x");
     exception.message = "changed";
     const CFileException copy(exception);
-    EXPECT_STREQ(copy.message.CStr(), "changed");
-    EXPECT_STREQ(copy.fileName.CStr(), "x");
-    EXPECT_EQ(copy.kind, exception.kind);
     exception.message = "again";
     EXPECT_STREQ(copy.message.CStr(), "changed");
-}
-
-TEST(CFileException, AsksForARoomOf256First)
-{
-    const HeapWatch watch({.largest = 255});
-    const CFileException exception(FILE_ERROR_GENERIC);
-    EXPECT_EQ(watch.Failures(), 1u);
-    EXPECT_STREQ(exception.message.CStr(), "A file error occurred!");
-}
-
-TEST(CException, KeepsWhereItCameFrom)
-{
-    const CException exception(CString("text"), "place", 7);
-    EXPECT_STREQ(exception.source, "place");
-    EXPECT_EQ(exception.line, 7u);
-    EXPECT_STREQ(CException(static_cast<const char*>(nullptr)).message.CStr(), "");
+    EXPECT_STREQ(copy.fileName.CStr(), "x");
+    EXPECT_EQ(copy.kind, FILE_ERROR_NOT_FOUND);
 }
 
 TEST(FileErrors, FollowFromThePlatformsCodes)
 {
     for (DWORD code = 0; code < 2000; ++code) {
-        CFileError expected = FILE_ERROR_GENERIC;
-        if (code == 0) {
-            expected = FILE_ERROR_NONE;
-        } else if (code == 2 || code == 3 || code == 6 || code == 18 || code == 107) {
+        CFileError expected = code == 0 ? FILE_ERROR_NONE : FILE_ERROR_GENERIC;
+        if (code == 2 || code == 3 || code == 6 || code == 18 || code == 107) {
             expected = FILE_ERROR_NOT_FOUND;
         } else if (code == 38) {
             expected = FILE_ERROR_END_OF_FILE;
         }
         EXPECT_EQ(FileErrorFromWin32(code), expected) << code;
     }
-    EXPECT_EQ(MessageOf([] { ThrowFileError(3, "x"); }), "File \"x\" not found!");
-    EXPECT_EQ(MessageOf([] { ThrowFileError(5, ""); }), "A file error occurred!");
-    EXPECT_EQ(MessageOf([] { ThrowEndOfFile("x"); }), "End of file \"x\"!");
-    EXPECT_THROW(ThrowEndOfFile("x"), CFileException);
 }
 
-TEST(ThrowException, FormatsItsMessage)
+TEST(CException, IsThrownWithItsMessage)
 {
     static void (*const unchecked)(const char* format, ...) = ThrowException;
-    EXPECT_EQ(MessageOf([] { ThrowException("%s: %d", "a", 7); }), "a: 7");
-    EXPECT_EQ(MessageOf([] { ThrowException("%*d", 4094, 1); }), std::string(4093, ' ') + "1");
-    EXPECT_EQ(MessageOf([] { ThrowException("%5000d", 1); }), std::string(4094, ' '));
-    EXPECT_EQ(MessageOf([] { unchecked(nullptr); }), "");
+    const std::pair<void (*)(), std::string> rows[] = {
+        {[] { throw CException(static_cast<const char*>(nullptr)); }, ""},
+        {[] { throw CException(CString("text"), "place", 7); }, "text place 7"},
+        {[] { ThrowException("%s: %d", "a", 7); }, "a: 7"},
+        {[] { ThrowException("%*d", 4094, 1); }, std::string(4093, ' ') + "1"},
+        {[] { ThrowException("%5000d", 1); }, std::string(4094, ' ')},
+        {[] { unchecked(nullptr); }, ""},
+        {[] { ThrowFileError(3, "x"); }, "File \"x\" not found! of a file"},
+        {[] { ThrowFileError(5, ""); }, "A file error occurred! of a file"},
+        {[] { ThrowEndOfFile("x"); }, "End of file \"x\"! of a file"},
+        {[] { ThrowOutOfMemory(); }, "Out of memory! FN 68"},
+    };
+    for (const auto& [throws, expected] : rows) {
+        std::string thrown = "nothing";
+        try {
+            throws();
+        } catch (const CException& exception) {
+            thrown = exception.message.CStr();
+            thrown += exception.source != nullptr ? std::string(" ") + exception.source : "";
+            thrown += exception.line != 0 ? ' ' + std::to_string(exception.line) : "";
+            thrown += dynamic_cast<const CFileException*>(&exception) != nullptr ? " of a file" : "";
+        }
+        EXPECT_EQ(thrown, expected);
+    }
 }
 
 TEST(AllocateMemoryOrThrow, TracesAndThrowsWithoutMemory)
@@ -120,16 +103,7 @@ TEST(AllocateMemoryOrThrow, TracesAndThrowsWithoutMemory)
     FreeMemory(AllocateMemoryOrThrow(10));
     EXPECT_EQ(trace.Text(), "");
     const HeapWatch watch({.largest = 1000});
-    try {
-        FreeMemory(AllocateMemoryOrThrow(1001));
-        ADD_FAILURE() << "nothing was thrown";
-    } catch (const CFileException&) {
-        ADD_FAILURE() << "no file is concerned";
-    } catch (const CException& exception) {
-        EXPECT_STREQ(exception.message.CStr(), "Out of memory!");
-        EXPECT_STREQ(exception.source, "FN");
-        EXPECT_EQ(exception.line, 68u);
-    }
+    EXPECT_THROW(FreeMemory(AllocateMemoryOrThrow(1001)), CException);
     EXPECT_EQ(trace.Text().find("\nFailed to allocate 1001 bytes!\n\nMemory load "), 0u) << trace.Text();
 }
 
