@@ -27,10 +27,8 @@ protected:
     std::string Told(const std::string& path)
     {
         const CFileInfo info = InfoOf(path);
-        if (!info.exists) {
-            return info.isDirectory || info.size + info.time != 0 ? "not nothing" : "-";
-        }
-        return info.isDirectory ? "\\" : std::to_string(info.size);
+        EXPECT_TRUE(info.exists || (!info.isDirectory && info.size + info.time == 0)) << path;
+        return !info.exists ? "-" : info.isDirectory ? "\\" : std::to_string(info.size);
     }
     void Write(const std::string& path, std::uint32_t mode, const std::string& text = "")
     {

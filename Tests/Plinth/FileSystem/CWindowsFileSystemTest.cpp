@@ -12,6 +12,7 @@
 #include <cstring>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace Plinth {
 namespace {
@@ -19,6 +20,8 @@ namespace {
 constexpr std::uint32_t READ_EXISTING = MODE_OPEN_EXISTING | MODE_READ | MODE_SHARE_READ;
 constexpr std::uint32_t READ_IF_THERE = READ_EXISTING | MODE_MISSING_OK;
 constexpr std::uint32_t READ_AND_WRITE = MODE_READ | MODE_WRITE;
+
+using Paths = std::vector<std::string>;
 
 // A path that leads to the name and is longer than any buffer on the stack, in bytes and in units.
 std::string LongPathTo(const std::string& name)
@@ -35,18 +38,19 @@ protected:
     // What `stream` is then, with its position, or the error.
     std::string Opened(const std::string& path, std::uint32_t mode)
     {
+        stream.reset();
         return ResultOf(path, [&]() -> std::string {
-            stream.reset();
             stream.reset(files.OpenStream(path.c_str(), mode));
             if (stream == nullptr) {
                 return "null";
             }
             EXPECT_EQ(stream->GetName().CStr(), FullPath(path));
-            const std::string position = " " + std::to_string(stream->GetPosition());
-            if (auto* const buffered = dynamic_cast<CBufferedStream*>(stream.get())) {
-                return (buffered->IsReading() ? "reader" : "writer") + position;
-            }
-            return (dynamic_cast<CWindowsFileStream*>(stream.get()) != nullptr ? "file" : "other") + position;
+            auto* const buffered = dynamic_cast<CBufferedStream*>(stream.get());
+            EXPECT_NE(buffered == nullptr, dynamic_cast<CWindowsFileStream*>(stream.get()) == nullptr);
+            const char* const kind = buffered == nullptr     ? "file "
+                                     : buffered->IsReading() ? "reader "
+                                                             : "writer ";
+            return kind + std::to_string(stream->GetPosition());
         });
     }
     std::string Loaded(const std::string& path, std::uint32_t mode)
@@ -185,13 +189,12 @@ TEST_F(FileSystem, TellsWhatIsThere)
     const auto time = std::filesystem::last_write_time(tree.Native("d/b.txt"));
     const auto seconds = std::chrono::floor<std::chrono::seconds>(std::chrono::file_clock::to_sys(time));
     for (const std::string& path :
-         {std::string("d/b.txt"), std::string("D\\B.TXT"), std::string("d/b*"), std::string("d/?.txt"),
-          std::string("\\d/b.txt/"), LongPathTo("d/b.txt")}) {
+         Paths{"d/b.txt", "D\\B.TXT", "d/b*", "d/?.txt", "\\d/b.txt/", LongPathTo("d/b.txt")}) {
         const CFileInfo info = InfoOf(path);
         EXPECT_TRUE(info.Exists() && !info.IsDirectory() && info.size == 5) << path;
         EXPECT_EQ(info.time / 10000000 - 11644473600, seconds.time_since_epoch().count());
     }
-    for (const std::string& path : {std::string("d"), std::string("D/"), std::string(), LongPathTo("d")}) {
+    for (const std::string& path : Paths{"d", "D/", "", LongPathTo("d")}) {
         EXPECT_TRUE(InfoOf(path).Exists() && InfoOf(path).IsDirectory()) << path;
     }
     for (const char* path : {"missing", "missing/b", "d/b.txt/x", "x*"}) {
@@ -211,19 +214,16 @@ TEST_F(FileSystem, MakesAndErasesDirectories)
     files.MakeDirectory(LongPathTo("f").c_str(), false);
     tree.Write("file", "");
     files.MakeDirectory("file/x/y", true);
-    using Names = std::map<std::string, std::string>;
-    EXPECT_EQ(tree.All(), (Names{{"a", "\\"},
-                                 {"a/b", "\\"},
-                                 {"a/b/c", "\\"},
-                                 {"a/b/d", "\\"},
-                                 {"e", "\\"},
-                                 {"f", "\\"},
-                                 {"file", ""}}));
+    Paths names;
+    for (const auto& entry : tree.All()) {
+        names.push_back(entry.first);
+    }
+    EXPECT_EQ(names, (Paths{"a", "a/b", "a/b/c", "a/b/d", "e", "f", "file"}));
     for (const char* refused : {"", "a", "missing", "file/x", "*"}) {
         EXPECT_FALSE(files.EraseDirectory(refused) || files.EraseFile(refused)) << refused;
     }
     EXPECT_FALSE(files.EraseDirectory("file"));
-    for (const std::string& erased : {std::string("/a/b/c"), std::string("e/"), LongPathTo("f")}) {
+    for (const std::string& erased : Paths{"/a/b/c", "e/", LongPathTo("f")}) {
         EXPECT_TRUE(files.EraseDirectory(erased.c_str())) << erased;
     }
     EXPECT_TRUE(files.EraseFile(LongPathTo("file").c_str()));
