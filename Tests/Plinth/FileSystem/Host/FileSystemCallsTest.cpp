@@ -174,6 +174,7 @@ protected:
     void CheckIndex(bool done)
     {
         EXPECT_EQ(Exists(*files, "trap"), !done);
+        EXPECT_FALSE(done && Exists(*files, (LEVEL + '\\' + LEVEL).c_str())); // half a path, listed again
         if (!done) {
             SetRoot(*files);
             const GateWatch calls;
