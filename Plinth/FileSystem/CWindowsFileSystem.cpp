@@ -119,24 +119,21 @@ CWindowsFileSystem::CWindowsFileSystem(const CString& root, bool useIndex)
     SetRoot(root, useIndex);
 }
 
+// Half an index would take files for missing, so a whole one is made first.
 void CWindowsFileSystem::SetRoot(const CString& root, bool useIndex)
 {
-    CString oldRoot = CopyOf(root);
-    oldRoot.Replace('/', '\\');
-    oldRoot.RemoveTrailingSeparator();
-    root_.Swap(oldRoot);
+    CString newRoot = CopyOf(root);
+    newRoot.Replace('/', '\\');
+    newRoot.RemoveTrailingSeparator();
+    if (!(newRoot == root_)) {
+        CWindowsFileSystem made;
+        made.root_.Swap(newRoot);
+        made.useIndex_ = useIndex;
+        made.RebuildIndex();
+        root_.Swap(made.root_);
+        index_.Swap(made.index_);
+    }
     useIndex_ = useIndex;
-    if (root_ == oldRoot) {
-        return;
-    }
-    try {
-        RebuildIndex();
-    } catch (...) { // half an index would take files for missing
-        index_.ClearAll();
-        useIndex_ = false;
-        root_.Swap(oldRoot);
-        throw;
-    }
 }
 
 CString& CWindowsFileSystem::GetFullPath(CString& fullPath, const CString& path) const

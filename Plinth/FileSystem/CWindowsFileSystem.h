@@ -25,8 +25,7 @@ public:
     CWindowsFileSystem(const CString& root, bool useIndex);
 
     // Slashes become backslashes, and one at the end is dropped. Only another root makes the index anew.
-    // Throws where memory runs out: the root is then the old one, and where the index had to be made there is
-    // none.
+    // Throws where memory runs out; all is as before then.
     void SetRoot(const CString& root, bool useIndex);
 
     // Gives `fullPath`, which may be the path itself.
