@@ -176,17 +176,6 @@ TEST_F(StreamCalls, FailWithoutMemory)
     }
 }
 
-TEST_F(StreamCalls, AreRefusedForAFileThatMayNotBeWritten)
-{
-    Prepare();
-    std::filesystem::permissions(path_, std::filesystem::perms::owner_read);
-    CWindowsFileStream stream;
-    EXPECT_THROW(stream.Open(name.c_str(), EXISTING | MODE_WRITE | MODE_MISSING_OK), CFileException);
-    EXPECT_THROW(stream.Open(name.c_str(), MODE_CREATE_ALWAYS | MODE_WRITE), CFileException);
-    EXPECT_TRUE(stream.Open(name.c_str(), EXISTING | MODE_READ));
-    EXPECT_EQ(ReadFile(path_), OLD);
-}
-
 // with-small-disk has the disk.
 TEST(SmallDisk, KeepsPendingWhatDoesNotFit)
 {
