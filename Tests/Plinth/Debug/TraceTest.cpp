@@ -63,14 +63,10 @@ TEST(Trace, HasSeveralWaysIn)
 
 TEST(Trace, FormatsLongTexts)
 {
-    std::string text;
-    for (int i = 0; i < 600; ++i) {
-        text += std::string(63, 'x') + '\n';
-    }
     const TraceCapture trace;
-    TraceF("%s", text.c_str());
+    TraceF("%s%s", std::string(32000, '\r').c_str(), std::string(1000, 'x').c_str()); // 32766 are kept
     Trace("\n");
-    EXPECT_EQ(trace.Text(), text.substr(0, 32766) + "\n");
+    EXPECT_EQ(trace.Text(), std::string(766, 'x') + "\n");
 }
 
 TEST(Trace, SurvivesFaultsInFormattingAndInTheCallback)

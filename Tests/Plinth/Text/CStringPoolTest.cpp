@@ -42,36 +42,6 @@ TEST(CStringPool, TheLibrarysOwnIsThereBeforeItsFirstUse)
     EXPECT_EQ(globalStringPool.Intern("global")->text, text);
 }
 
-TEST(CHashedTextSet, RoundsItsCapacityUp)
-{
-    for (const auto& [asked, capacity] : {std::pair(0u, 16u), std::pair(16u, 16u), std::pair(17u, 32u)}) {
-        EXPECT_EQ(CHashedTextSet(asked).GetCapacity(), capacity);
-    }
-}
-
-// Hashes of one's own choice: the last slot, and again, and once more.
-TEST(CHashedTextSet, ProbesOnPastTheLastSlot)
-{
-    CHashedTextSet set;
-    const CHashedText keys[] = {{"a", 15}, {"b", 31}, {"c", 15}, {"d", 0}};
-    const std::uint32_t slots[] = {15, 0, 1, 2};
-    for (std::size_t i = 0; i < std::size(keys); ++i) {
-        EXPECT_EQ(set.FindSlot(keys[i]), slots[i]);
-        EXPECT_EQ(set.EntryAt(slots[i]), nullptr);
-        const CHashedText* const inserted = set.InsertAt(slots[i], keys[i]);
-        EXPECT_EQ(inserted, set.EntryAt(slots[i]));
-    }
-    for (std::size_t i = 0; i < std::size(keys); ++i) {
-        EXPECT_EQ(set.FindSlot(keys[i]), slots[i]);
-        EXPECT_EQ(set.FindOrInsert(keys[i]), set.EntryAt(slots[i]));
-    }
-    EXPECT_EQ(set.InsertAt(15, {"other", 15})->text, keys[0].text); // occupied
-    CHashedTextSet other;
-    other.Swap(set);
-    EXPECT_EQ(set.EntryAt(15), nullptr);
-    EXPECT_EQ(other.EntryAt(15)->text, keys[0].text);
-}
-
 // The set's rules one by one: growth in the order of the slots, and each pair in its first free slot.
 struct SetModel {
     std::vector<const CHashedText*> slots = std::vector<const CHashedText*>(16);
@@ -110,16 +80,25 @@ TEST(CHashedTextSet, AgreesWithItsRules)
             texts[i] = std::to_string(i);
             keys.emplace_back(texts[i].c_str(), random() % (run % 2 == 0 ? 8u : 0xFFFFFFFFu));
         }
-        CHashedTextSet set;
+        CHashedTextSet set(16);
         SetModel model;
         for (const CHashedText& key : keys) {
-            EXPECT_EQ(set.Insert(key)->text, key.text);
+            const std::uint32_t slot = set.FindSlot(key);
+            EXPECT_EQ(set.EntryAt(slot), nullptr);
+            EXPECT_EQ((run % 3 == 0 ? set.Insert(key) : set.InsertAt(slot, key))->text, key.text);
             model.Insert(key);
+            EXPECT_EQ(set.FindOrInsert(key)->text, key.text);
         }
-        ASSERT_EQ(set.GetCapacity(), model.slots.size());
+        EXPECT_EQ(set.InsertAt(set.FindSlot(keys[0]), {"other", keys[0].hash})->text,
+                  keys[0].text); // occupied
+        CHashedTextSet swapped(17);
+        EXPECT_EQ(swapped.GetCapacity(), 32u);
+        swapped.Swap(set);
+        EXPECT_EQ(set.GetCapacity(), 32u);
+        ASSERT_EQ(swapped.GetCapacity(), model.slots.size());
         const auto textOf = [](const CHashedText* entry) { return entry != nullptr ? entry->text : nullptr; };
-        for (std::uint32_t slot = 0; slot < set.GetCapacity(); ++slot) {
-            ASSERT_EQ(textOf(set.EntryAt(slot)), textOf(model.slots[slot]));
+        for (std::uint32_t slot = 0; slot < swapped.GetCapacity(); ++slot) {
+            ASSERT_EQ(textOf(swapped.EntryAt(slot)), textOf(model.slots[slot]));
         }
     }
 }

@@ -115,25 +115,6 @@ TYPED_TEST(TextBuilders, Searches)
     EXPECT_FALSE(MatchesAt(this->T("ab").c_str(), this->T("abc").c_str(), nullptr));
 }
 
-TYPED_TEST(TextBuilders, CopiesOut)
-{
-    using Unit = typename TestFixture::Character;
-    auto& builder = this->builder_;
-    builder.Append(this->T("abcdef").c_str());
-    using Row =
-        std::tuple<std::uint32_t, std::uint32_t, std::uint32_t, const char*>; // the size in characters
-    const Row rows[] = {{4, 0, 9, "abc"}, {10, 4, 5, "ef"}, {10, 9, 5, ""}, {10, 1, 2, "bc"}, {1, 0, 9, ""}};
-    Unit buffer[10];
-    for (const auto& [size, start, count, expected] : rows) {
-        EXPECT_EQ(CopyOut(builder, buffer, size * sizeof(Unit), start, count), buffer);
-        EXPECT_EQ(this->Narrow(buffer), expected);
-    }
-    EXPECT_EQ(CopyOut(builder, buffer, sizeof(Unit) - 1), nullptr);
-    EXPECT_EQ(CopyOut(builder, nullptr, 10), nullptr);
-    EXPECT_EQ(CopyOut(builder, builder.GetText(), 8 * sizeof(Unit)), builder.GetText());
-    EXPECT_EQ(this->Text(), "abcdef");
-}
-
 // The builder's rules one by one, over the standard string.
 template <typename Character>
 struct Model {
@@ -241,11 +222,25 @@ TYPED_TEST(TextBuilders, AgreesWithItsRules)
             rule();
             ASSERT_EQ(b.GetLength(), model.text.size());
             ASSERT_EQ(b.GetCapacity(), model.capacity);
+            const auto start = static_cast<std::uint32_t>(random() % (length + 1));
+            const TextType<Unit> part =
+                model.text.substr(std::min<std::size_t>(start, model.text.size()), count);
+            for (const std::size_t room : {part.size() + 1, std::max<std::size_t>(part.size(), 1)}) {
+                const auto byteSize = static_cast<std::uint32_t>((room + 1) * sizeof(Unit) - 1);
+                const std::unique_ptr<Unit[]> copy(new Unit[room]); // exactly sized
+                ASSERT_EQ(CopyOut(b, copy.get(), byteSize, start, count), part.substr(0, room - 1));
+            }
             TextType<Unit> text(model.text.size(), 0);
             CopyOut(b, text.data(), static_cast<std::uint32_t>((text.size() + 1) * sizeof(Unit)));
             ASSERT_EQ(text, model.text);
         }
     }
+    auto& builder = this->builder_;
+    EXPECT_EQ(CopyOut(builder, this->T("x").data(), sizeof(Unit) - 1), nullptr);
+    EXPECT_EQ(CopyOut(builder, nullptr, 10), nullptr);
+    Append(builder, this->T("abcdef").c_str());
+    EXPECT_EQ(this->Narrow(CopyOut(builder, builder.GetText(), 8 * sizeof(Unit), 2, 9)),
+              "cdef"); // onto itself
 }
 
 TYPED_TEST(TextBuilders, LeavesOutgrownTextsReadable)
