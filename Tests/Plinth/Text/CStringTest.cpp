@@ -177,15 +177,8 @@ TEST(CString, FormatsWithinItsBlock)
 
 TEST(CString, Searches)
 {
-    const std::tuple<std::string_view, const char*, std::uint32_t, std::uint32_t> rows[] = {
-        {"abc", "", 2, 2},         {"abc", "c", 3, NOT_FOUND}, {"abcab", "ab", 1, 3},
-        {"abc", "", 3, NOT_FOUND}, {"abc", nullptr, 1, 1},     {"", "", 0, NOT_FOUND},
-        {"ab\0cd"sv, "cd", 0, 3},
-    };
-    for (const auto& [text, needle, start, position] : rows) {
-        EXPECT_EQ(Make(text).Find(needle, start), position) << text;
-        EXPECT_EQ(Make(text).Find(CString(needle), start), position) << text;
-    }
+    EXPECT_EQ(Make("ab\0cd"sv).Find("cd", 0), 3u);
+    EXPECT_EQ(CString("abc").Find(nullptr, 1), 1u);
     struct ByteRow {
         std::string_view text;
         char byte;
@@ -245,6 +238,8 @@ TEST(CString, FindsWhatTheStandardStringFinds)
         const std::size_t expected = start < text.size() ? text.find(needle, start) : std::string::npos;
         EXPECT_EQ(CString(text.c_str()).Find(needle.c_str(), start), static_cast<std::uint32_t>(expected))
             << needle << " in " << text;
+        EXPECT_EQ(CString(text.c_str()).Find(CString(needle.c_str()), start),
+                  static_cast<std::uint32_t>(expected));
     }
 }
 

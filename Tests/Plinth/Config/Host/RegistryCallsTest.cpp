@@ -88,46 +88,26 @@ std::string RegistryCalls(const GateWatch& watch)
     return calls;
 }
 
-// Everything anew, with the values of the operations before this one.
-void Prepare(std::optional<ScratchRegistry>& registry, const Operation& operation)
-{
-    registry.emplace();
-    std::for_each(OPERATIONS, &operation, [](const Operation& before) { before.run(); });
-    text = "before";
-    number = 42;
-}
-
-TEST(RegistryCalls, ComeInOrder)
-{
-    std::optional<ScratchRegistry> registry;
-    for (const Operation& operation : OPERATIONS) {
-        Prepare(registry, operation);
-        const GateWatch watch;
-        EXPECT_TRUE(operation.run()) << operation.name;
-        EXPECT_EQ(RegistryCalls(watch), operation.calls) << operation.name;
-    }
-    const GateWatch watch;
-    EXPECT_FALSE(SetRegDword(static_cast<RegistryRoot>(5), KEY, "sub", "v", 7));
-    EXPECT_EQ(watch.Calls(), std::vector<std::string>());
-}
-
-// What was done is done in the right place, and nothing is done elsewhere; a key that could be opened is used
-// once, and closed right after that.
+// Each call in its order, and each failing: what was done is done in the right place, and nothing is done
+// elsewhere; a key that could be opened is used once, and closed right after that.
 TEST(RegistryCalls, FailInTurn)
 {
     const std::regex usedKeyLeftOpen("Reg(Set|Query)ValueExW (?!RegCloseKey)");
-    std::optional<ScratchRegistry> registry;
     for (const Operation& operation : OPERATIONS) {
         unsigned points = 1;
         unsigned reached = 0;
         for (unsigned round = 0; round <= points * 2; ++round) {
-            Prepare(registry, operation);
+            const ScratchRegistry registry;
+            std::for_each(OPERATIONS, &operation, [](const Operation& before) { before.run(); });
+            text = "before";
+            number = 42;
             bool done = false;
             {
                 const GateWatch watch(
                     {.ordinal = (round + 1) / 2, .error = ERROR_ACCESS_DENIED, .lasting = round % 2 == 0});
                 done = operation.run();
                 points = round == 0 ? watch.Points() : points;
+                EXPECT_TRUE(round != 0 || RegistryCalls(watch) == operation.calls) << RegistryCalls(watch);
                 reached += watch.Failed() ? 1U : 0U;
                 EXPECT_TRUE(done || watch.Failed()) << operation.name;
                 EXPECT_FALSE(std::regex_search(RegistryCalls(watch), usedKeyLeftOpen))
@@ -148,6 +128,9 @@ TEST(RegistryCalls, FailInTurn)
         std::cout << operation.name << ": failures at " << reached << " of " << points * 2 << " points\n";
         EXPECT_EQ(reached, points * 2) << operation.name;
     }
+    const GateWatch watch;
+    EXPECT_FALSE(SetRegDword(static_cast<RegistryRoot>(5), KEY, "sub", "v", 7));
+    EXPECT_EQ(watch.Calls(), std::vector<std::string>());
 }
 
 } // namespace
