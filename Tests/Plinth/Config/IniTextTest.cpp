@@ -128,8 +128,19 @@ TEST(IniText, IsWritten)
         EXPECT_EQ(used.Text(), text);
         EXPECT_EQ(used.GetPosition(), std::min<std::uint32_t>(5, fresh.GetSize()));
         EXPECT_EQ(used.GetCapacity(), 59u);
+        ExactStream roomy("x");
+        roomy.SetCapacity(1024);
+        document.WriteText(roomy);
+        EXPECT_EQ(roomy.GetCapacity(), std::max(1u, capacity)) << text;
     }
-    EXPECT_EQ(Shown(Parsed(WritePlainIni({{"A", {{"k", "1"}}}}))), "A{k= 1}"); // it comes back with a blank
+    CIniFile document; // comes back, with blanks
+    document.SetInt("A", "k", 1);
+    CMemoryStream text;
+    document.WriteText(text);
+    CIniFile back;
+    back.Parse(text);
+    EXPECT_EQ(back.GetInt("A", "k", 0), 1);
+    EXPECT_EQ(Shown(Parsed(WritePlainIni({{"A", {{"k", "1"}}}}))), "A{k= 1}");
 }
 
 // Texts made of what means something to the reader.
