@@ -39,8 +39,8 @@ protected:
 
 TEST_F(Registry, PathsAreCutAtBackslashes)
 {
+    // The last path leads to the same key.
     const std::tuple<LPCWSTR, DWORD, LPCWSTR> rows[] = {
-        // the last one leads to the same key
         {WIDE("a\\b\\c"), REG_CREATED_NEW_KEY, WIDE("A\\B\\\\C\\")},
         {WIDE("a\\B\\"), REG_OPENED_EXISTING_KEY, WIDE("a\\b")},
         {WIDE("a\\\\d\\\\"), REG_CREATED_NEW_KEY, WIDE("a\\d")},
@@ -125,8 +125,8 @@ TEST_F(Registry, ValuesComeBackAsTheyWereSet)
 
 TEST_F(Registry, ATextGetsItsTerminatorWhereTheCountLeavesItOut)
 {
+    // Bytes said to be there, and bytes stored.
     const std::tuple<DWORD, LPCWSTR, DWORD, DWORD> rows[] = {
-        // bytes said to be there, bytes stored
         {REG_SZ, WIDE("abc"), 6, 8},   {REG_EXPAND_SZ, WIDE("abc"), 6, 8}, {REG_MULTI_SZ, WIDE("abc"), 6, 8},
         {REG_SZ, WIDE("abc"), 8, 8},   {REG_SZ, WIDE("abcd"), 6, 6},       {REG_SZ, WIDE("ab"), 5, 7},
         {REG_SZ, WIDE("abcd"), 5, 5},  {REG_SZ, WIDE("abc"), 0, 0},        {REG_BINARY, WIDE("abc"), 6, 6},
@@ -150,8 +150,8 @@ TEST_F(Registry, QueriesFillTheRoomOrSayWhatTheyNeed)
 {
     const Bytes abc = BytesOf(WIDE("abc")).substr(0, 6);
     const Bytes zero(2, '\0');
+    // The room, and all that was written; "": it did not fit.
     const std::tuple<DWORD, Bytes, DWORD, Bytes> rows[] = {
-        // room, all that was written; "": it did not fit
         {REG_SZ, abc, 8, abc + zero},
         {REG_SZ, abc, 7, abc},
         {REG_SZ, abc, 6, abc},

@@ -371,8 +371,8 @@ TEST(RegistryPlace, IsTheUsersDataFolderOrInMemory)
         GTEST_SKIP() << "the environment says where the registry is";
     }
     const std::string before[] = {Variable("XDG_DATA_HOME"), Variable("HOME")};
+    // The two variables, and the file below the scratch folder; "": none.
     const std::string rows[][3] = {
-        // the two variables, and the file below the scratch folder; "": none
         {root + "/data", root + "/home", "data/brenvault/registry.reg"},
         {"relative", root + "/home", "home/.local/share/brenvault/registry.reg"},
         {"", root + "/home", "home/.local/share/brenvault/registry.reg"},

@@ -96,8 +96,8 @@ TEST_F(RegistryValues, AreReadAsTextsWhenTheyAre)
 {
     const Bytes longest = BytesOf(WideText(1022, 'x'));
     const Bytes zero(2, '\0');
+    // The text; nullopt: it is none.
     const std::tuple<DWORD, Bytes, std::optional<std::string>> rows[] = {
-        // nullopt: it is none
         {REG_SZ, TerminatedBytesOf(WIDE("\u20ACx")), "\xE2\x82\xACx"},
         {REG_SZ, BytesOf(WIDE("ab")), "ab"},
         {REG_SZ, TerminatedBytesOf({WIDE("a\0b"), 3}), "a"},

@@ -46,8 +46,8 @@ TYPED_TEST_SUITE(TextBuilders, Builders, );
 
 // What only one of them has: text of the other width, and formats.
 struct Own {
-    static constexpr std::uint32_t RESERVED[] = {0, 3,
-                                                 1}; // by the size of a character, for each of the other
+    // Characters that one of the other width reserves, by the size of the builder's own.
+    static constexpr std::uint32_t RESERVED[] = {0, 3, 1};
     static void Append(CTextBuilder& b, std::uint32_t n) { AppendWide(b, WideText(n, 'w').c_str(), n); }
     static void Append(CWideTextBuilder& b, std::uint32_t n)
     {

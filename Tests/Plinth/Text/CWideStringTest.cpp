@@ -28,8 +28,8 @@ TEST(CWideString, IsMadeFromUtf8AndFromWideTexts)
 TEST(CWideString, NullLeavesOrEmptiesIt)
 {
     using Change = std::function<void(CWideString&)>;
+    // Each row starts from "abc".
     const std::pair<Change, const char*> rows[] = {
-        // each from "abc"
         {[](CWideString& s) { s = LPCWSTR{nullptr}; }, "006100620063"},
         {[](CWideString& s) { s.Assign(nullptr, 3); }, "006100620063"},
         {[](CWideString& s) { s.Assign(s.c_str() + 1, 1); }, "0062"},

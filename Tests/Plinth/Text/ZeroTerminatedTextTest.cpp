@@ -180,8 +180,8 @@ TEST(ZeroTerminatedText, EditsAndTests)
 
 TEST(ZeroTerminatedText, SplitsPaths)
 {
+    // Where name and extension begin.
     const std::tuple<const char*, std::size_t, std::size_t> rows[] = {
-        // where name and extension begin
         {"C:\\Games\\Launcher.exe", 9, 17},
         {"a.b\\c", 4, 5},
         {"dir/", 4, 4},
