@@ -179,6 +179,8 @@ TEST(CString, Searches)
 {
     EXPECT_EQ(Make("ab\0cd"sv).Find("cd", 0), 3u);
     EXPECT_EQ(CString("abc").Find(nullptr, 1), 1u);
+    EXPECT_EQ(CString("abc").Find("", 2), 2u);
+    EXPECT_EQ(CString("abc").Find("", 3), NOT_FOUND);
     struct ByteRow {
         std::string_view text;
         char byte;
