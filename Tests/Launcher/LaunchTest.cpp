@@ -11,8 +11,8 @@
 
 namespace {
 
-// Waits for the end, and expects that exit code and no box, or one of that text.
-void ExpectEnd(LaunchResult result, DWORD exitCode, const std::string& text)
+// Expects that exit code and no box, or one of that text.
+void ExpectEnd(const LaunchResult& result, DWORD exitCode, const std::string& text)
 {
     EXPECT_EQ(result.exitCode, exitCode);
     EXPECT_EQ(result.boxes.size(), text.empty() ? 0u : 1u);

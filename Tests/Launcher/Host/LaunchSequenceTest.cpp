@@ -110,7 +110,7 @@ TEST(LaunchSequence, ReportsEachFailingCallByStageAndLastError)
     };
     const InstallFolder install;
     for (const auto& [function, ordinal, error, digits, hint, callsBefore] : rows) {
-        SCOPED_TRACE(function + " " + digits);
+        SCOPED_TRACE(digits);
         Observed observed = RunWinMain(ToPlatform(install.Launcher()), {function, ordinal, error, true});
         EXPECT_TRUE(observed.ruleHit);
         ExpectOneBox(observed, digits, hint);

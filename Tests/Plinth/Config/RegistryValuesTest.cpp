@@ -185,13 +185,9 @@ TEST_F(RegistryValues, RefuseArgumentsThatNameNothing)
 
 TEST_F(RegistryValues, FallBackToTheSecondRoot)
 {
-    struct Row {
-        RegistryRoot root;
-        HKEY key; // of the first attempt; null: the functions without fallback fail
-        HKEY writes;
-        bool machineIsRead, userIsRead;
-    };
-    const Row rows[] = {
+    // The key of the first attempt, or null where the functions without fallback fail; the one that is
+    // written; whether the machine's and the user's are read.
+    const std::tuple<RegistryRoot, HKEY, HKEY, bool, bool> rows[] = {
         {RegistryRoot::LocalMachine, HKEY_LOCAL_MACHINE, HKEY_LOCAL_MACHINE, true, false},
         {CURRENT_USER, HKEY_CURRENT_USER, HKEY_CURRENT_USER, false, true},
         {RegistryRoot::CurrentUserThenLocalMachine, HKEY_CURRENT_USER, HKEY_CURRENT_USER, true, true},
@@ -199,19 +195,19 @@ TEST_F(RegistryValues, FallBackToTheSecondRoot)
         {static_cast<RegistryRoot>(4), nullptr, nullptr, false, false},
         {NO_ROOT, nullptr, nullptr, false, false},
     };
-    for (const Row& row : rows) {
-        const bool plain = row.key != nullptr;
+    for (const auto& [selector, first, writes, machineIsRead, userIsRead] : rows) {
+        const bool plain = first != nullptr;
         Clean();
-        EXPECT_EQ(RootKeyOf(row.root), row.key);
-        EXPECT_EQ(SetRegStringFallback(row.root, KEY, "sub", "v", "x"), row.writes != nullptr);
-        EXPECT_EQ(SetRegDword(row.root, KEY, "sub", "n", 1), plain);
-        EXPECT_EQ(SetRegBinary(row.root, KEY, "sub", "b", "x", 1), plain);
+        EXPECT_EQ(RootKeyOf(selector), first);
+        EXPECT_EQ(SetRegStringFallback(selector, KEY, "sub", "v", "x"), writes != nullptr);
+        EXPECT_EQ(SetRegDword(selector, KEY, "sub", "n", 1), plain);
+        EXPECT_EQ(SetRegBinary(selector, KEY, "sub", "b", "x", 1), plain);
         char byte = 0;
-        EXPECT_EQ(GetRegBinary(row.root, KEY, "sub", "b", &byte, 1), plain);
+        EXPECT_EQ(GetRegBinary(selector, KEY, "sub", "b", &byte, 1), plain);
         for (auto* const root : {HKEY_CURRENT_USER, HKEY_LOCAL_MACHINE}) {
-            EXPECT_EQ(Stored(root, WIDE("v")).has_value(), row.writes == root);
-            EXPECT_EQ(Stored(root, WIDE("n")).has_value(), row.key == root);
-            EXPECT_EQ(Stored(root, WIDE("b")).has_value(), row.key == root);
+            EXPECT_EQ(Stored(root, WIDE("v")).has_value(), writes == root);
+            EXPECT_EQ(Stored(root, WIDE("n")).has_value(), first == root);
+            EXPECT_EQ(Stored(root, WIDE("b")).has_value(), first == root);
         }
         for (auto* const root : {HKEY_CURRENT_USER, HKEY_LOCAL_MACHINE}) {
             Clean();
@@ -219,9 +215,9 @@ TEST_F(RegistryValues, FallBackToTheSecondRoot)
             Store(root, WIDE("number"), REG_DWORD, "\4\3\2\1");
             CString text;
             std::uint32_t number = 0;
-            const bool isRead = root == HKEY_CURRENT_USER ? row.userIsRead : row.machineIsRead;
-            EXPECT_EQ(GetRegStringFallback(row.root, KEY, "sub", "text", text), isRead);
-            EXPECT_EQ(GetRegDwordFallback(row.root, KEY, "sub", "number", number), isRead);
+            const bool isRead = root == HKEY_CURRENT_USER ? userIsRead : machineIsRead;
+            EXPECT_EQ(GetRegStringFallback(selector, KEY, "sub", "text", text), isRead);
+            EXPECT_EQ(GetRegDwordFallback(selector, KEY, "sub", "number", number), isRead);
             EXPECT_EQ(number, isRead ? 0x01020304u : 0u);
         }
     }
