@@ -5,7 +5,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <fstream>
+#include <tuple>
 
 namespace {
 
@@ -22,12 +24,7 @@ DWORD Enter(const WideText& folder)
 
 TEST(Paths, RemoveFileSpecTakesTheLastPart)
 {
-    struct Row {
-        WideText path;
-        WideText rest;
-        BOOL removed;
-    };
-    const Row rows[] = {
+    const std::tuple<WideText, WideText, BOOL> rows[] = {
         {WIDE("C:\\a\\b.exe"), WIDE("C:\\a"), TRUE},
         {WIDE("C:\\a\\"), WIDE("C:\\a"), TRUE},
         {WIDE("C:\\a"), WIDE("C:\\"), TRUE},
@@ -46,11 +43,11 @@ TEST(Paths, RemoveFileSpecTakesTheLastPart)
         {WIDE("::a"), WIDE(":"), TRUE},
         {WIDE(""), WIDE(""), FALSE},
     };
-    for (const Row& row : rows) {
-        WideText path = row.path;
+    for (const auto& [whole, rest, removed] : rows) {
+        WideText path = whole;
         SetLastError(UNTOUCHED);
-        EXPECT_EQ(PathRemoveFileSpecW(path.data()), row.removed) << ToUtf8(row.path);
-        EXPECT_EQ(ToUtf8(path.c_str()), ToUtf8(row.rest)) << ToUtf8(row.path);
+        EXPECT_EQ(PathRemoveFileSpecW(path.data()), removed) << ToUtf8(whole);
+        EXPECT_EQ(ToUtf8(path.c_str()), ToUtf8(rest)) << ToUtf8(whole);
         EXPECT_EQ(GetLastError(), UNTOUCHED);
     }
     EXPECT_FALSE(PathRemoveFileSpecW(nullptr));
@@ -58,12 +55,7 @@ TEST(Paths, RemoveFileSpecTakesTheLastPart)
 
 TEST(Paths, AppendJoinsAndResolvesDots)
 {
-    struct Row {
-        WideText path;
-        WideText more;
-        WideText result;
-    };
-    const Row rows[] = {
+    const WideText rows[][3] = {
         {WIDE("C:\\a"), WIDE("b\\c.exe"), WIDE("C:\\a\\b\\c.exe")},
         {WIDE("C:\\a\\"), WIDE("b"), WIDE("C:\\a\\b")},
         {WIDE("C:\\"), WIDE("b"), WIDE("C:\\b")},
@@ -81,12 +73,12 @@ TEST(Paths, AppendJoinsAndResolvesDots)
         {WIDE(""), WIDE(""), WIDE("\\")},
         {WIDE("C:\\a "), WIDE(" b"), WIDE("C:\\a \\ b")},
     };
-    for (const Row& row : rows) {
-        WideText path = row.path;
+    for (const auto& [folder, more, result] : rows) {
+        WideText path = folder;
         path.resize(MAX_PATH);
         SetLastError(UNTOUCHED);
-        EXPECT_TRUE(PathAppendW(path.data(), row.more.c_str()));
-        EXPECT_EQ(ToUtf8(path.c_str()), ToUtf8(row.result)) << ToUtf8(row.path) << " + " << ToUtf8(row.more);
+        EXPECT_TRUE(PathAppendW(path.data(), more.c_str()));
+        EXPECT_EQ(ToUtf8(path.c_str()), ToUtf8(result)) << ToUtf8(folder) << " + " << ToUtf8(more);
         EXPECT_EQ(GetLastError(), UNTOUCHED);
     }
 }
@@ -115,31 +107,28 @@ TEST(Paths, TheCurrentDirectoryIsCompletedAndTestedAsItIsSet)
     std::filesystem::create_directories(scratch.Path() / WIDE("Inner Folder") / WIDE("\u00dcber"));
     std::ofstream(scratch.Path() / "file") << "x";
     ASSERT_EQ(Enter(root), UNTOUCHED);
-    struct Row {
-        WideText folder;
-        DWORD error;
-        WideText below; // the current directory afterwards, relative to the scratch folder
-    };
-    const Row rows[] = {
+    const WideText umlaut = WIDE("\\Inner Folder\\\u00dcber");
+    // The current directory afterwards is relative to the scratch folder.
+    const std::tuple<WideText, DWORD, WideText> rows[] = {
         {WIDE("Inner Folder"), UNTOUCHED, WIDE("\\Inner Folder")},
-        {WIDE("\u00dcber\\"), UNTOUCHED, WIDE("\\Inner Folder\\\u00dcber")},
+        {WIDE("\u00dcber\\"), UNTOUCHED, umlaut},
         {WIDE("..\\..\\INNER folder/.\\\u00fcBER"), UNTOUCHED, WIDE("\\INNER folder\\\u00fcBER")},
         {root, UNTOUCHED, WIDE("")},
         {WIDE("Inner Folder. ."), UNTOUCHED, WIDE("\\Inner Folder")},
-        {root + WIDE("\\\\Inner Folder.\\\\\u00dcber"), UNTOUCHED, WIDE("\\Inner Folder\\\u00dcber")},
-        {WIDE("missing"), ERROR_FILE_NOT_FOUND, WIDE("\\Inner Folder\\\u00dcber")},
-        {WIDE("missing\\folder"), ERROR_PATH_NOT_FOUND, WIDE("\\Inner Folder\\\u00dcber")},
-        {root + WIDE("\\file\\"), ERROR_INVALID_NAME, WIDE("\\Inner Folder\\\u00dcber")},
-        {root + WIDE("\\file"), ERROR_DIRECTORY, WIDE("\\Inner Folder\\\u00dcber")},
-        {root + WIDE("\\file\\x"), ERROR_PATH_NOT_FOUND, WIDE("\\Inner Folder\\\u00dcber")},
-        {WIDE("Q:\\"), ERROR_PATH_NOT_FOUND, WIDE("\\Inner Folder\\\u00dcber")},
-        {WIDE("a*b"), ERROR_INVALID_NAME, WIDE("\\Inner Folder\\\u00dcber")},
-        {WIDE(""), ERROR_INVALID_NAME, WIDE("\\Inner Folder\\\u00dcber")},
+        {root + WIDE("\\\\Inner Folder.\\\\\u00dcber"), UNTOUCHED, umlaut},
+        {WIDE("missing"), ERROR_FILE_NOT_FOUND, umlaut},
+        {WIDE("missing\\folder"), ERROR_PATH_NOT_FOUND, umlaut},
+        {root + WIDE("\\file\\"), ERROR_INVALID_NAME, umlaut},
+        {root + WIDE("\\file"), ERROR_DIRECTORY, umlaut},
+        {root + WIDE("\\file\\x"), ERROR_PATH_NOT_FOUND, umlaut},
+        {WIDE("Q:\\"), ERROR_PATH_NOT_FOUND, umlaut},
+        {WIDE("a*b"), ERROR_INVALID_NAME, umlaut},
+        {WIDE(""), ERROR_INVALID_NAME, umlaut},
         {WideText(WIDE("\\\\?\\")) + root, UNTOUCHED, WIDE("")},
     };
-    for (const Row& row : rows) {
-        EXPECT_EQ(Enter(row.folder), row.error) << ToUtf8(row.folder);
-        EXPECT_EQ(ToUtf8(OwnFolder()), ToUtf8(root + row.below)) << ToUtf8(row.folder);
+    for (const auto& [folder, error, below] : rows) {
+        EXPECT_EQ(Enter(folder), error) << ToUtf8(folder);
+        EXPECT_EQ(ToUtf8(OwnFolder()), ToUtf8(root + below)) << ToUtf8(folder);
     }
     const auto length = static_cast<DWORD>(root.size());
     WideText buffer(length + 2, '#');
@@ -159,8 +148,7 @@ TEST(Paths, ADriveRootKeepsItsBackslash)
     const ScratchDrive drive;
     std::filesystem::create_directory(drive.Root() / "folder");
     ASSERT_EQ(Enter(WIDE("X:\\folder")), UNTOUCHED);
-    for (const WideText& path : {WideText(WIDE("..")), WideText(WIDE("\\")), WideText(WIDE("X:\\..\\..")),
-                                 WideText(WIDE("X:")), WideText(WIDE("folder\\.."))}) {
+    for (const LPCWSTR path : {WIDE(".."), WIDE("\\"), WIDE("X:\\..\\.."), WIDE("X:"), WIDE("folder\\..")}) {
         EXPECT_EQ(Enter(path), UNTOUCHED);
         EXPECT_EQ(ToUtf8(OwnFolder()), "X:\\") << ToUtf8(path);
     }
@@ -174,19 +162,12 @@ TEST(Paths, TheModulePathIsCutToItsBuffer)
     ASSERT_GT(length, 4u);
     EXPECT_TRUE(
         std::filesystem::equivalent(ToNative(path.substr(0, length)), BuiltProgram("PlatformTests.exe")));
-    struct Row {
-        DWORD size;
-        DWORD result;
-        DWORD error;
-    };
-    for (const Row& row :
-         {Row{length + 1, length, ERROR_SUCCESS}, Row{length, length, ERROR_INSUFFICIENT_BUFFER},
-          Row{1, 1, ERROR_INSUFFICIENT_BUFFER}}) {
+    for (const DWORD size : {length + 1, length, DWORD{1}}) {
         WideText cut(2000, '#');
         SetLastError(UNTOUCHED);
-        EXPECT_EQ(GetModuleFileNameW(nullptr, cut.data(), row.size), row.result) << row.size;
-        EXPECT_EQ(GetLastError(), row.error) << row.size;
-        EXPECT_EQ(cut[row.size], '#');
+        EXPECT_EQ(GetModuleFileNameW(nullptr, cut.data(), size), std::min(size, length));
+        EXPECT_EQ(GetLastError(), size > length ? ERROR_SUCCESS : ERROR_INSUFFICIENT_BUFFER) << size;
+        EXPECT_EQ(cut[size], '#');
     }
     SetLastError(UNTOUCHED);
     EXPECT_EQ(GetModuleFileNameW(reinterpret_cast<HMODULE>(&path), path.data(), 2000), 0u);

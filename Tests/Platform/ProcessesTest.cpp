@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
+#include <functional>
 #include <optional>
 #include <utility>
 
@@ -103,31 +104,29 @@ TEST_F(Processes, CanBeWaitedForAndEnded)
     StartedProcess process({.program = ToPlatform(Program()), .environment = environment});
     ASSERT_TRUE(process.Started());
     EXPECT_EQ(WaitForSingleObject(process.Handle(), 50), WAIT_TIMEOUT);
-    DWORD exitCode = 0;
-    EXPECT_TRUE(GetExitCodeProcess(process.Handle(), &exitCode));
-    EXPECT_EQ(exitCode, STILL_ACTIVE);
+    EXPECT_EQ(process.ExitCode(), STILL_ACTIVE);
     EXPECT_TRUE(TerminateProcess(process.Handle(), 0));
     EXPECT_EQ(WaitForSingleObject(process.Handle(), 20000), WAIT_OBJECT_0);
-    EXPECT_TRUE(GetExitCodeProcess(process.Handle(), &exitCode));
-    EXPECT_EQ(exitCode, 0u);
+    EXPECT_EQ(process.ExitCode(), 0u);
     EXPECT_TRUE(process.Close());
 }
 
 TEST_F(Processes, HandlesThatAreNoneAreRefused)
 {
+    DWORD exitCode = UNTOUCHED;
+    const std::function<bool(HANDLE)> functions[] = {
+        [&](HANDLE handle) { return GetExitCodeProcess(handle, &exitCode) != FALSE; },
+        [](HANDLE handle) { return WaitForSingleObject(handle, 0) != WAIT_FAILED; },
+        [](HANDLE handle) { return CloseHandle(handle) != FALSE; },
+    };
     for (HANDLE handle : {HANDLE{nullptr}, reinterpret_cast<HANDLE>(0x7ffffff0)}) {
-        DWORD exitCode = UNTOUCHED;
-        SetLastError(UNTOUCHED);
-        EXPECT_FALSE(GetExitCodeProcess(handle, &exitCode));
-        EXPECT_EQ(GetLastError(), ERROR_INVALID_HANDLE);
-        EXPECT_EQ(exitCode, UNTOUCHED);
-        SetLastError(UNTOUCHED);
-        EXPECT_EQ(WaitForSingleObject(handle, 0), WAIT_FAILED);
-        EXPECT_EQ(GetLastError(), ERROR_INVALID_HANDLE);
-        SetLastError(UNTOUCHED);
-        EXPECT_FALSE(CloseHandle(handle));
-        EXPECT_EQ(GetLastError(), ERROR_INVALID_HANDLE);
+        for (const auto& takes : functions) {
+            SetLastError(UNTOUCHED);
+            EXPECT_FALSE(takes(handle));
+            EXPECT_EQ(GetLastError(), ERROR_INVALID_HANDLE);
+        }
     }
+    EXPECT_EQ(exitCode, UNTOUCHED);
 }
 
 TEST(ErrorState, ErrorModeAndLastErrorAreKept)

