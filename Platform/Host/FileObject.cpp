@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -21,15 +20,6 @@ std::size_t NextStep(DWORD count, DWORD done, std::int64_t position)
 
 } // namespace
 
-// A file that fills the room may be larger, or no file at all.
-bool File::Preload(int descriptor)
-{
-    const ssize_t size = pread(descriptor, preloaded_, sizeof(preloaded_), 0);
-    isPreloaded_ = size >= 0 && static_cast<std::size_t>(size) < sizeof(preloaded_);
-    preloadedSize_ = isPreloaded_ ? static_cast<std::size_t>(size) : 0;
-    return isPreloaded_;
-}
-
 void File::Take(Descriptor descriptor, DWORD access, bool seeks)
 {
     descriptor_ = std::move(descriptor);
@@ -37,14 +27,8 @@ void File::Take(Descriptor descriptor, DWORD access, bool seeks)
     seeks_ = seeks;
 }
 
-ssize_t File::ReadSome(char* bytes, std::size_t count)
+ssize_t File::ReadSome(char* bytes, std::size_t count) const
 {
-    if (isPreloaded_ && position_ < static_cast<std::int64_t>(preloadedSize_)) {
-        const std::size_t left = preloadedSize_ - static_cast<std::size_t>(position_);
-        const std::size_t size = std::min(count, left);
-        std::memcpy(bytes, preloaded_ + position_, size);
-        return static_cast<ssize_t>(size);
-    }
     ssize_t result = -1;
     do {
         result = seeks_ ? pread(descriptor_.Number(), bytes, count, position_)
@@ -97,10 +81,12 @@ BOOL File::Write(const char* bytes, DWORD count, DWORD& done)
         return Fail(ERROR_INVALID_USER_BUFFER);
     }
     const std::lock_guard lock(mutex_);
+    const std::int64_t start = position_;
     while (done < count) {
         const std::size_t step = NextStep(count, done, position_);
         const ssize_t result = WriteSome(bytes + done, step);
         if (result < 0 || step == 0) {
+            position_ = start;
             return Fail(step == 0 ? ERROR_INVALID_PARAMETER : ErrorFromErrno(errno));
         }
         done += static_cast<DWORD>(result);
@@ -143,9 +129,6 @@ BOOL File::SetEnd()
 // The host's own position is nobody's, so it may move.
 std::int64_t File::Size()
 {
-    if (isPreloaded_) {
-        return static_cast<std::int64_t>(preloadedSize_);
-    }
     if (seeks_) {
         if (const off_t end = lseek(descriptor_.Number(), 0, SEEK_END); end >= 0) {
             return end;

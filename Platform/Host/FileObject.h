@@ -14,24 +14,20 @@ namespace Platform::Host {
 constexpr std::int64_t LAST_POSITION = std::numeric_limits<std::int64_t>::max();
 constexpr std::int64_t LARGEST_LOW_PART = std::numeric_limits<DWORD>::max();
 
-constexpr std::size_t PRELOADED_AT_MOST = 768; // with it a file is still a block that the heap has at hand
-
 // The position is the object's own: the host's stays at the start where the file has one. Threads may use an
 // object at once. The functions set the last error where they fail.
 class File : public KernelObject {
 public:
-    // Reads a file that nobody may change as long as it is open, where it is a small one. It saves the calls
-    // that would tell what it is and how large. False where that did not come of it.
-    bool Preload(int descriptor);
-
     // Access as CreateFileW takes it. A file without `seeks` is read and written as its bytes come.
     void Take(Descriptor descriptor, DWORD access, bool seeks);
 
     // An open file is always signalled.
     DWORD Wait(DWORD /*milliseconds*/) override { return WAIT_OBJECT_0; }
 
-    // `done` counts on from 0, also where they fail half-way.
+    // `done` counts on from 0, also where it fails half-way.
     BOOL Read(char* bytes, DWORD count, DWORD& done);
+
+    // Where it fails the position is the old one, so the same bytes may be written again to the same place.
     BOOL Write(const char* bytes, DWORD count, DWORD& done);
 
     // The new position; -1 where it would be none, or one above the limit, and the old one stays.
@@ -46,7 +42,7 @@ public:
 private:
     [[nodiscard]] bool MayRead() const { return (access_ & GENERIC_READ) != 0; }
     [[nodiscard]] bool MayWrite() const { return (access_ & GENERIC_WRITE) != 0; }
-    ssize_t ReadSome(char* bytes, std::size_t count);
+    ssize_t ReadSome(char* bytes, std::size_t count) const;
     ssize_t WriteSome(const char* bytes, std::size_t count) const;
 
     std::mutex mutex_;
@@ -54,9 +50,6 @@ private:
     DWORD access_ = 0;
     bool seeks_ = false;
     std::int64_t position_ = 0;
-    bool isPreloaded_ = false;
-    std::size_t preloadedSize_ = 0;
-    char preloaded_[PRELOADED_AT_MOST];
 };
 
 } // namespace Platform::Host

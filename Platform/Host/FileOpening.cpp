@@ -23,7 +23,7 @@ bool IsDisposition(DWORD disposition)
 
 class Opening {
 public:
-    Opening(const OpenRequest& request, File& file) : request_(request), file_(file) {}
+    explicit Opening(const OpenRequest& request) : request_(request) {}
 
     [[nodiscard]] bool Reads() const { return (request_.access & GENERIC_READ) != 0; }
     [[nodiscard]] bool Writes() const { return (request_.access & GENERIC_WRITE) != 0; }
@@ -40,7 +40,7 @@ public:
     [[nodiscard]] bool Changes() const { return Writes() || Truncates(); }
 
     DWORD Open(std::u16string_view full);
-    void HandOver() { file_.Take(std::move(descriptor_), request_.access, seeks_); }
+    void HandOver(File& file) { file.Take(std::move(descriptor_), request_.access, seeks_); }
 
     [[nodiscard]] bool IsNew() const { return isNew_; }
 
@@ -50,14 +50,11 @@ private:
     [[nodiscard]] Descriptor OpenNative(const std::string& native) const;
     DWORD OpenFound(const std::string& native);
     DWORD Create(const std::string& native);
-    DWORD TakeUsual();
     DWORD TakeOver();
-    bool Share();
+    [[nodiscard]] bool Share() const;
 
     OpenRequest request_;
-    File& file_;
     Descriptor descriptor_;
-    Sharing sharing_ = Sharing::UNKNOWN;
     bool seeks_ = false;
     bool isNew_ = false;
 };
@@ -130,30 +127,13 @@ DWORD Opening::OpenFound(const std::string& native)
     if (!descriptor_.IsOpen()) {
         return ErrorFromErrno(errno);
     }
-    const bool isUsual = !Truncates() && IsUsual(request_.access, request_.shareMode);
-    return isUsual ? TakeUsual() : TakeOver();
-}
-
-// A reader's lock does no harm to what is no file.
-DWORD Opening::TakeUsual()
-{
-    if (!Share()) {
-        return ERROR_SHARING_VIOLATION;
-    }
-    if (sharing_ == Sharing::TAKEN && file_.Preload(descriptor_.Number())) {
-        seeks_ = true;
-        return ERROR_SUCCESS;
-    }
     return TakeOver();
 }
 
 // False where another opening does not allow it.
-bool Opening::Share()
+bool Opening::Share() const
 {
-    if (sharing_ != Sharing::TAKEN) {
-        sharing_ = TakeShare(descriptor_.Number(), request_.access, request_.shareMode);
-    }
-    return sharing_ != Sharing::REFUSED;
+    return TakeShare(descriptor_.Number(), request_.access, request_.shareMode) != Sharing::REFUSED;
 }
 
 DWORD Opening::TakeOver()
@@ -209,15 +189,15 @@ HANDLE OpenFile(LPCWSTR fileName, const OpenRequest& request)
         Fail(error);
         return INVALID_HANDLE_VALUE;
     }
-    const auto file = std::make_shared_for_overwrite<File>();
+    const auto file = std::make_shared<File>();
     PendingHandle handle(file);
-    Opening opening(request, *file);
+    Opening opening(request);
     error = opening.Open(full);
     if (error != ERROR_SUCCESS) {
         Fail(error);
         return INVALID_HANDLE_VALUE;
     }
-    opening.HandOver();
+    opening.HandOver(*file);
     const bool tellsOfOld = request.disposition == CREATE_ALWAYS || request.disposition == OPEN_ALWAYS;
     lastError = tellsOfOld && !opening.IsNew() ? ERROR_ALREADY_EXISTS : ERROR_SUCCESS;
     return handle.HandOut();

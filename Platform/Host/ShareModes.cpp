@@ -97,17 +97,18 @@ Sharing TakeReading(int file, bool reads, bool denies)
     return denies ? TakeOneByte(file, READING) : Sharing::TAKEN;
 }
 
+// To read and let others read but not write.
+bool IsUsual(DWORD access, DWORD shareMode)
+{
+    const DWORD both = FILE_SHARE_READ | FILE_SHARE_WRITE;
+    return (access & (GENERIC_READ | GENERIC_WRITE)) == GENERIC_READ && (shareMode & both) == FILE_SHARE_READ;
+}
+
 } // namespace
 
 bool NeedsWriting(DWORD access, DWORD shareMode)
 {
     return (access & GENERIC_READ) != 0 && (shareMode & FILE_SHARE_READ) == 0;
-}
-
-bool IsUsual(DWORD access, DWORD shareMode)
-{
-    const DWORD both = FILE_SHARE_READ | FILE_SHARE_WRITE;
-    return (access & (GENERIC_READ | GENERIC_WRITE)) == GENERIC_READ && (shareMode & both) == FILE_SHARE_READ;
 }
 
 Sharing TakeShare(int file, DWORD access, DWORD shareMode)

@@ -23,9 +23,6 @@ enum class Sharing {
     UNKNOWN, // the host has no such locks there
 };
 
-// To read and let others read but not write.
-bool IsUsual(DWORD access, DWORD shareMode);
-
 // Whether a file has to be open for writing too, so that a handle that only reads can have its lock.
 bool NeedsWriting(DWORD access, DWORD shareMode);
 

@@ -174,7 +174,7 @@ TEST_F(Files, ReadingStopsAtTheEnd)
     SetFilePointer(file, 9, nullptr, FILE_BEGIN);
     EXPECT_EQ(Read(file, 20), "9ab");
     CloseHandle(file);
-    for (const std::size_t size : {0u, 1u, 767u, 768u, 769u, 5000u}) {
+    for (const std::size_t size : {0u, 1u, 5000u}) {
         std::string content(size, '\0');
         std::iota(content.begin(), content.end(), '\0');
         std::ofstream(scratch_.Path() / "sized", std::ios::binary) << content;
