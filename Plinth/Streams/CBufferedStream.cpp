@@ -162,20 +162,25 @@ std::uint32_t CBufferedStream::ReadAcross(void* buffer, std::uint32_t count, std
 std::uint32_t CBufferedStream::ReadOn(std::uint8_t* destination, std::uint32_t wanted, std::uint32_t flags)
 {
     const std::uint32_t capacity = buffer_.GetCapacity();
+    std::uint32_t skipped = buffer_.GetLeftToSkip();
     std::uint32_t got = capacity;
-    while (wanted > capacity && got != 0) {
+    while (wanted > capacity && got != 0 && skipped == 0) {
         got = inner_->Read(destination, capacity, flags | READ_ALLOW_PARTIAL);
         buffer_.Reset();
         destination += got;
         wanted -= got;
     }
     for (;;) {
-        got = buffer_.Fill(*inner_, flags, 0);
+        got = buffer_.Fill(*inner_, flags, skipped);
         buffer_.Take(destination, wanted);
-        if (wanted == 0 || got == 0) {
+        if (wanted == 0) {
+            return 0;
+        }
+        skipped = buffer_.GetLeftToSkip();
+        buffer_.Reset();
+        if (got == 0) {
             return wanted;
         }
-        buffer_.Reset();
     }
 }
 
@@ -189,8 +194,8 @@ void CBufferedStream::SetPosition(std::uint32_t position)
         buffer_.MoveTo(offset);
     } else {
         const std::uint32_t skipped = aligned_ ? position % buffer_.GetCapacity() : 0;
-        buffer_.Reset();
         inner_->SetPosition(position - skipped);
+        buffer_.Reset();
         buffer_.SkipInNextFill(skipped);
     }
     position_ = position;
@@ -204,7 +209,6 @@ std::uint32_t CBufferedStream::Seek(std::int32_t offset, std::uint32_t origin)
             position_ = inner_->Seek(offset, origin);
         }
     } else if (!SeekInBlock(offset, origin)) {
-        buffer_.Reset();
         SeekInner(offset, origin);
     }
     return position_;
@@ -237,6 +241,7 @@ void CBufferedStream::SeekInner(std::int32_t offset, std::uint32_t origin)
     }
     const std::uint32_t skipped = aligned_ ? target % buffer_.GetCapacity() : 0;
     position_ = inner_->Seek(static_cast<std::int32_t>(distance - skipped), origin) + skipped;
+    buffer_.Reset();
     buffer_.SkipInNextFill(skipped);
 }
 

@@ -4,11 +4,13 @@
 //     CBufferedStream reader(&file, true, false, 1024 * 1024, false);
 //     while (reader.Read(&byte, 1, READ_ALLOW_PARTIAL) != 0) { ... }
 //
-// Use against the direction throws FILE_ERROR_MODE. What the inner stream throws passes through: bytes that
-// could not be written stay pending, and a read leaves the position as it was, from which SetPosition goes on
-// safely. While a buffered stream is in
-// use nothing else moves the inner one. Time, size and name are the inner stream's; pending bytes are not in
-// its size.
+// Use against the direction throws FILE_ERROR_MODE. A read that finds too little hands it over, moves the
+// position behind it and then throws. What the inner stream throws passes through: bytes that could not be
+// written stay pending; where a new position or the first call of a read fails, all is as before; where a
+// later call of a read fails, the position stays, and the bytes there are read again after SetPosition alone.
+//
+// While a buffered stream is in use nothing else moves the inner one. Time, size and name are the inner
+// stream's; pending bytes are not in its size.
 #pragma once
 
 #include "Plinth/Streams/IBufferedStream.h"
@@ -58,6 +60,9 @@ public:
     void Reset();                                                // forgets the last fill
     void SkipInNextFill(std::uint32_t start) { start_ = start; } // after a reset
     [[nodiscard]] bool HasToSkip() const { return filled_ == 0 && start_ != 0; }
+
+    // What the next fill has to skip still, since the last one ended before it.
+    [[nodiscard]] std::uint32_t GetLeftToSkip() const { return start_ - std::min(start_, filled_); }
 
 private:
     struct Layout;
@@ -117,8 +122,9 @@ inline std::uint32_t CStreamBuffer::CopyUnread(std::uint8_t* destination) const
 class CBufferedStream : public IBufferedStream {
 public:
     // The position counts from where the inner stream stands, which is taken for the beginning; new positions
-    // are the inner stream's own. With `aligned` the inner stream is moved to multiples of the buffer's size
-    // only. An inner stream that is owned is deleted in the end, but not when the constructor throws: for a
+    // are the inner stream's own. The buffer's size is in bytes, 0 counts as 1. With `aligned` the inner
+    // stream is moved to multiples of it only; a position behind the end then has to be set again when it has
+    // grown. An inner stream that is owned is deleted in the end, but not when the constructor throws: for a
     // null stream, or "Out of memory!".
     CBufferedStream(IStream* inner, bool reading, bool ownsInner, std::uint32_t bufferSize, bool aligned);
 
