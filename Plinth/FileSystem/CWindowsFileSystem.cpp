@@ -29,7 +29,7 @@ namespace {
 constexpr std::uint32_t STREAM_BUFFER_SIZE = 1024 * 1024;
 constexpr std::uint32_t READ_EXISTING = MODE_OPEN_EXISTING | MODE_READ | MODE_SHARE_READ;
 
-bool IsSeparator(char character)
+bool IsSeparatorOrColon(char character)
 {
     return character == '\\' || character == '/' || character == ':';
 }
@@ -37,6 +37,13 @@ bool IsSeparator(char character)
 char LastOf(CTextBuilder& text)
 {
     return text.GetLength() != 0 ? text.GetText()[text.GetLength() - 1] : 0;
+}
+
+void AddTrailingSeparator(CTextBuilder& text)
+{
+    if (text.GetLength() != 0 && !IsSeparatorOrColon(LastOf(text))) {
+        text.AppendChar('\\');
+    }
 }
 
 // A copy that is whole.
@@ -49,8 +56,8 @@ CString CopyOf(const CString& text)
     return copy;
 }
 
-// Makes the text's block large enough for what will be appended.
-void ReserveOrThrow(CString& text, std::uint64_t size)
+// Makes the text's block large enough for a whole text of that size, its terminator included.
+void ReserveWholeOrThrow(CString& text, std::uint64_t size)
 {
     if (text.GetBuffer(SizeOrThrow(size)) == nullptr) {
         ThrowOutOfMemory();
@@ -139,7 +146,7 @@ void CWindowsFileSystem::SetRoot(const CString& root, bool useIndex)
 CString& CWindowsFileSystem::GetFullPath(CString& fullPath, const CString& path) const
 {
     CString joined;
-    ReserveOrThrow(joined, std::uint64_t{root_.GetLength()} + path.GetLength() + 2);
+    ReserveWholeOrThrow(joined, std::uint64_t{root_.GetLength()} + path.GetLength() + 2);
     joined = root_;
     joined.AddTrailingSeparator();
     joined.Append(path);
@@ -169,9 +176,7 @@ void CWindowsFileSystem::JoinRoot(CTextBuilder& joined, const CString& path) con
     ReserveOrThrow(joined, std::uint64_t{root_.GetLength()} + path.GetLength() + 3);
     if (!root_.IsEmpty()) {
         joined.Append(root_.CStr(), root_.GetLength());
-        if (!IsSeparator(LastOf(joined))) {
-            joined.AppendChar('\\');
-        }
+        AddTrailingSeparator(joined);
         if (LastOf(joined) != '\\' && *path.CStr() != '\\') {
             joined.AppendChar('\\');
         }
@@ -185,7 +190,7 @@ void CWindowsFileSystem::MakeDirectory(const CString& path, bool allLevels)
         return;
     }
     CString base = CopyOf(root_);
-    ReserveOrThrow(base, std::uint64_t{root_.GetLength()} + 2);
+    ReserveWholeOrThrow(base, std::uint64_t{root_.GetLength()} + 2);
     base.AddTrailingSeparator();
     if (!allLevels) {
         CreateDirectoryBelow(base, path);
@@ -194,7 +199,7 @@ void CWindowsFileSystem::MakeDirectory(const CString& path, bool allLevels)
     CStringArray pieces;
     path.Split("\\/", &pieces, 0);
     CString level;
-    ReserveOrThrow(level, std::uint64_t{path.GetLength()} + 2);
+    ReserveWholeOrThrow(level, std::uint64_t{path.GetLength()} + 2);
     for (std::uint32_t i = 0; i < pieces.GetCount(); ++i) {
         level.Append(*pieces.GetAt(i));
         level.Append("\\");
@@ -223,9 +228,7 @@ void CWindowsFileSystem::ListDirectory(std::set<CString>& names, const CString& 
     CPathText pattern;
     BuildFullPath(pattern, directory);
     ReserveOrThrow(pattern, 3);
-    if (pattern.GetLength() != 0 && !IsSeparator(LastOf(pattern))) {
-        pattern.AppendChar('\\');
-    }
+    AddTrailingSeparator(pattern);
     pattern.AppendChar('*');
     for (CFileSearch search(CWidePathText(pattern).GetText()); search.IsFound(); search.Next()) {
         const std::uint32_t leftOut = search.IsDirectory() ? LIST_NO_DIRECTORIES : LIST_NO_FILES;

@@ -1,8 +1,9 @@
 // A stream over one file of the platform. It keeps no buffer: each operation is a call or two.
 //
-// Failures are CFileExceptions with the stream's name; the stream stays open and keeps its name. A stream
-// that is closed answers 0 and does nothing, but reading from it is the end of the file. Files are
-// coordinated by the sharing bits of their open modes alone.
+// Failures are CFileExceptions with the stream's name; the stream stays open and keeps its name. A read that
+// finds too little hands it over and moves the position behind it before it throws. A stream that is closed
+// answers 0 and does nothing, but reading from it is the end of the file. Files are coordinated by the
+// sharing bits of their open modes alone.
 #pragma once
 
 #include "Platform/Win32.h"

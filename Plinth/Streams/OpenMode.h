@@ -19,7 +19,7 @@ constexpr std::uint32_t MODE_APPEND = 6; // as MODE_OPEN_ALWAYS; a file system o
 
 constexpr std::uint32_t MODE_READ = 0x10;
 constexpr std::uint32_t MODE_WRITE = 0x20;
-constexpr std::uint32_t MODE_UNBUFFERED_READ = 0x40; // a file system reads without a buffer of its own
+constexpr std::uint32_t MODE_UNBUFFERED_READ = 0x40; // a file system puts no buffer before what only reads
 
 // What others may do with the file meanwhile. Without them it is not opened while others have it open.
 constexpr std::uint32_t MODE_SHARE_READ = 0x100;

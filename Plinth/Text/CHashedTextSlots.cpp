@@ -63,8 +63,8 @@ std::uint32_t CHashedTextSlots::FindEmpty(std::uint32_t slot) const
                             : capacity_;
 }
 
-// The first slot, up to the same, whose key has the hash. Texts of one pattern share their first slots, so
-// that many keys of other hashes lie in the way.
+// The first slot from here on whose key has the hash, else the first empty one or the table's end. Texts of
+// one pattern share their first slots, so that many keys of other hashes lie in the way.
 std::uint32_t CHashedTextSlots::SkipOthers(std::uint32_t slot, std::uint32_t hash) const
 {
     const auto hasHash = [hash](const CHashedText& key) { return key.hash == hash; };
