@@ -130,6 +130,36 @@ TEST_F(StreamCalls, ComeInOrder)
     }
 }
 
+// The flags with which the host has the file open.
+unsigned long HostFlagsOf(const std::filesystem::path& path)
+{
+    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+        std::error_code closed; // the iterator's own
+        if (std::filesystem::read_symlink(entry.path(), closed) == path) {
+            std::ifstream info("/proc/self/fdinfo" / entry.path().filename());
+            for (std::string word; info >> word && word != "flags:";) {
+            }
+            std::string octal;
+            info >> octal;
+            return std::stoul(octal, nullptr, 8);
+        }
+    }
+    return 0;
+}
+
+TEST_F(StreamCalls, WriteThrough)
+{
+    constexpr unsigned long SYNCHRONOUS = 010000;
+    for (const std::uint32_t mode : {0U, MODE_WRITE_THROUGH}) {
+        Prepare();
+        CWindowsFileStream stream;
+        stream.Open(name.c_str(), EXISTING | READ_WRITE | mode);
+        const unsigned long flags = HostFlagsOf(path_);
+        EXPECT_EQ(flags & 3, 2u); // read and write
+        EXPECT_EQ((flags & SYNCHRONOUS) != 0, mode != 0);
+    }
+}
+
 TEST_F(StreamCalls, FailInTurn)
 {
     for (const auto& [scenario, access] : SCENARIOS) {
