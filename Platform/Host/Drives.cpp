@@ -80,11 +80,6 @@ void PublishDrives()
     }
 }
 
-bool IsSeparator(char16_t unit)
-{
-    return unit == u'\\' || unit == u'/';
-}
-
 constexpr auto FORBIDDEN_IN_NAMES = [] {
     std::array<bool, 128> forbidden{};
     std::fill_n(forbidden.begin(), u' ', true);
@@ -97,11 +92,6 @@ constexpr auto FORBIDDEN_IN_NAMES = [] {
 bool IsForbiddenInNames(char16_t unit)
 {
     return FORBIDDEN_IN_NAMES[std::min<std::size_t>(unit, FORBIDDEN_IN_NAMES.size() - 1)];
-}
-
-bool HasDrive(std::u16string_view path)
-{
-    return path.size() >= 2 && IsLetter(path[0]) && path[1] == u':';
 }
 
 std::vector<std::u16string_view> SplitParts(std::u16string_view path)
@@ -194,11 +184,16 @@ bool AppendAscii(std::u16string_view path, std::string& native)
     return all < 0x80;
 }
 
-// ERROR_SUCCESS for what is there, else why it cannot be had.
+// ERROR_SUCCESS for what is there, else why it cannot be had. A link that leads nowhere is not there,
+// whatever on its way is missing.
 DWORD Probe(const std::string& native)
 {
     struct stat status {};
-    return stat(native.c_str(), &status) == 0 ? ERROR_SUCCESS : ErrorFromErrno(errno);
+    if (stat(native.c_str(), &status) == 0) {
+        return ERROR_SUCCESS;
+    }
+    const DWORD error = ErrorFromErrno(errno);
+    return error == ERROR_PATH_NOT_FOUND && IsLinkToNowhere(native) ? ERROR_FILE_NOT_FOUND : error;
 }
 
 bool IsFolder(const std::string& native)
@@ -207,21 +202,34 @@ bool IsFolder(const std::string& native)
     return stat(native.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
 }
 
-// Finds the folder's entry that differs from this name in letter case at most.
-DWORD FindEntry(const std::string& folder, std::u16string_view name, std::string& found)
+// Null behind the last entry; `error` tells whether it was the last.
+const dirent* NextEntry(DIR* listing, DWORD& error)
+{
+    errno = 0;
+    const dirent* const entry = readdir(listing);
+    error = entry != nullptr || errno == 0 ? ERROR_SUCCESS : ErrorFromErrno(errno);
+    return entry;
+}
+
+// Finds the folder's entry that differs from this name in letter case at most. Where it leads nowhere, the
+// path names it all the same.
+DWORD FindEntry(const std::string& folder, std::u16string_view name, std::string& native)
 {
     const std::unique_ptr<DIR, int (*)(DIR*)> listing(opendir(folder.c_str()), &closedir);
     if (listing == nullptr) {
         // Who may enter a folder but not list it can still tell that the exact name is missing.
         return errno == EACCES ? ERROR_FILE_NOT_FOUND : ErrorFromErrno(errno);
     }
-    while (const dirent* entry = readdir(listing.get())) {
-        if (CompareNames(FromHost(entry->d_name), name) == 0) {
-            found = folder + entry->d_name;
-            return ERROR_SUCCESS;
+    DWORD error = ERROR_SUCCESS;
+    while (const dirent* entry = NextEntry(listing.get(), error)) {
+        if (CompareNames(FromHost(entry->d_name), name) == 0 && IsReachable(entry->d_name)) {
+            native = folder + entry->d_name;
+            if (const DWORD found = Probe(native); found != ERROR_FILE_NOT_FOUND) {
+                return found;
+            }
         }
     }
-    return ERROR_FILE_NOT_FOUND;
+    return error != ERROR_SUCCESS ? error : ERROR_FILE_NOT_FOUND;
 }
 
 // Goes one part down. Where there is no such entry, the path then names where it would be.
@@ -352,6 +360,18 @@ DWORD ResolvePath(std::u16string_view path, std::string& native)
     std::u16string full;
     const DWORD error = CompletePath(path, full);
     return error != ERROR_SUCCESS ? error : FindNative(full, native);
+}
+
+bool HasDrive(std::u16string_view path)
+{
+    return path.size() >= 2 && IsLetter(path[0]) && path[1] == u':';
+}
+
+bool IsLinkToNowhere(const std::string& native)
+{
+    struct stat status {};
+    return lstat(native.c_str(), &status) == 0 && S_ISLNK(status.st_mode) &&
+           stat(native.c_str(), &status) != 0;
 }
 
 bool IsReachable(std::string_view name)

@@ -28,9 +28,10 @@ DWORD CompletePath(std::u16string_view path, std::u16string& full);
 DWORD CompletePath(std::u16string_view path, std::u16string& storage, std::u16string_view& full);
 
 // The host path of a completed path, each part found whatever its letter case. ERROR_FILE_NOT_FOUND when only
-// the last part is missing, in which case `native` is where it would be; ERROR_PATH_NOT_FOUND when an earlier
-// one is missing or no folder, or the drive is unknown; ERROR_INVALID_NAME when a path that ends in a
-// separator leads to a file; else the host's own reason: no access, too many open files, no memory.
+// the last part is missing or a link that leads nowhere, in which case `native` is where it would be;
+// ERROR_PATH_NOT_FOUND when an earlier one is missing or no folder, or the drive is unknown;
+// ERROR_INVALID_NAME when a path that ends in a separator leads to a file; else the host's own reason: no
+// access, too many open files, no memory.
 DWORD FindNative(std::u16string_view full, std::string& native);
 
 // The host path that a completed path has if all its parts are there in just this letter case: one without a
@@ -43,6 +44,18 @@ DWORD ResolvePath(std::u16string_view path, std::string& native);
 // Whether some path leads to the host's entry of this name: one with characters that the platform forbids or
 // takes for itself, at its end a dot or blank, or bytes that are no text, has none.
 bool IsReachable(std::string_view name);
+
+// Whether a symbolic link lies there that leads to nothing: no path finds it, nothing can be made in its
+// place.
+bool IsLinkToNowhere(const std::string& native);
+
+inline bool IsSeparator(char16_t unit)
+{
+    return unit == u'\\' || unit == u'/';
+}
+
+// Whether a path begins with a drive's letter and colon.
+bool HasDrive(std::u16string_view path);
 
 // The platform's path of an absolute host path, on the drive whose root lies nearest.
 std::u16string ToDrivePath(std::string_view native);

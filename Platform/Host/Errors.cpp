@@ -27,6 +27,7 @@ DWORD ErrorFromErrno(int error)
         return ERROR_FILE_NOT_FOUND;
     case ENOTDIR:
     case ELOOP:
+    case ENAMETOOLONG:
         return ERROR_PATH_NOT_FOUND;
     case EMFILE:
     case ENFILE:
@@ -36,6 +37,7 @@ DWORD ErrorFromErrno(int error)
     case EPERM:
     case EROFS:
     case EISDIR:
+    case ENXIO: // what no file can be, such as a socket
         return ERROR_ACCESS_DENIED;
     case ENOMEM:
     case EAGAIN:
@@ -47,9 +49,10 @@ DWORD ErrorFromErrno(int error)
     case EDQUOT:
     case EFBIG:
         return ERROR_DISK_FULL;
+    case EFAULT:
+        return ERROR_NOACCESS;
     case ENOEXEC:
         return ERROR_BAD_EXE_FORMAT;
-    case ENAMETOOLONG:
     case E2BIG:
         return ERROR_FILENAME_EXCED_RANGE;
     default:

@@ -3,6 +3,7 @@
 #include "Platform/Host/Api/Files.h"
 
 #include "Platform/Host/Drives.h"
+#include "Platform/Host/FileModes.h"
 #include "Platform/Host/FileTimes.h"
 #include "Platform/Host/Gate.h"
 #include "Platform/Host/Handles.h"
@@ -13,7 +14,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <climits>
 #include <cstring>
 #include <dirent.h>
 #include <fcntl.h>
@@ -27,21 +27,17 @@ namespace Platform::Host {
 
 namespace {
 
-constexpr mode_t ANY_WRITING = 0222;
 constexpr std::size_t LISTING_STEP = std::size_t{32} * 1024;
-
-bool IsSeparator(char16_t unit)
-{
-    return unit == u'\\' || unit == u'/';
-}
+constexpr std::size_t LONGEST_PATH = 32767;
+constexpr std::size_t LONGEST_NAME = 255;
+static_assert(LONGEST_NAME < std::size(WIN32_FIND_DATAW().cFileName));
 
 DWORD AttributesOf(const struct stat& status)
 {
     if (S_ISDIR(status.st_mode)) {
         return FILE_ATTRIBUTE_DIRECTORY;
     }
-    return (status.st_mode & ANY_WRITING) == 0 ? FILE_ATTRIBUTE_ARCHIVE | FILE_ATTRIBUTE_READONLY
-                                               : FILE_ATTRIBUTE_ARCHIVE;
+    return IsReadOnly(status) ? FILE_ATTRIBUTE_ARCHIVE | FILE_ATTRIBUTE_READONLY : FILE_ATTRIBUTE_ARCHIVE;
 }
 
 void Describe(const struct stat& status, WIN32_FIND_DATAW& found)
@@ -58,20 +54,22 @@ void Describe(const struct stat& status, WIN32_FIND_DATAW& found)
     found.cAlternateFileName[0] = 0;
 }
 
-// The host's names have at most 255 bytes.
-static_assert(NAME_MAX < std::size(WIN32_FIND_DATAW().cFileName));
-
-void Name(std::u16string_view name, WIN32_FIND_DATAW& found)
+// Some of the host's file systems have names that are longer.
+bool Fits(std::string_view name)
 {
-    found.cFileName[name.copy(found.cFileName, NAME_MAX)] = 0;
+    return name.size() <= LONGEST_NAME || FromHost(name).size() <= LONGEST_NAME;
 }
 
+// The name has to fit.
 void Name(std::string_view name, WIN32_FIND_DATAW& found)
 {
+    const auto put = [&](const auto& text) {
+        *std::copy_n(text.begin(), std::min(text.size(), LONGEST_NAME), found.cFileName) = 0;
+    };
     if (IsAscii(name)) {
-        *std::copy(name.begin(), name.end(), found.cFileName) = 0;
+        put(name);
     } else {
-        Name(FromHost(name), found);
+        put(FromHost(name));
     }
 }
 
@@ -111,11 +109,12 @@ public:
         while ((filled = getdents64(folder, buffer, sizeof(buffer))) > 0) {
             AddAll(buffer, static_cast<std::size_t>(filled), pattern);
         }
+        const DWORD error = filled == 0 ? ERROR_SUCCESS : ErrorFromErrno(errno);
         std::sort(places_.begin() + static_cast<std::ptrdiff_t>(dots), places_.end(),
                   [this](std::size_t left, std::size_t right) {
                       return CompareHostNames(&names_[left], &names_[right]) < 0;
                   });
-        return filled == 0 ? ERROR_SUCCESS : ErrorFromErrno(errno);
+        return error;
     }
 
     // Null behind the last one.
@@ -131,7 +130,7 @@ private:
         for (std::size_t offset = 0; offset < filled;) {
             const auto* const entry = reinterpret_cast<const dirent64*>(buffer + offset);
             const std::string_view name(entry->d_name);
-            if (name != "." && name != ".." && IsReachable(name)) {
+            if (name != "." && name != ".." && IsReachable(name) && Fits(name)) {
                 Add(name, pattern);
             }
             offset += entry->d_reclen;
@@ -175,7 +174,7 @@ public:
             struct stat status {};
             isThere = fstatat(folder_.Number(), name, &status, 0) == 0;
             if (isThere) {
-                Name(std::string_view(name), found);
+                Name(name, found);
                 Describe(status, found);
             }
         }
@@ -188,38 +187,43 @@ private:
     Listing names_;
 };
 
-// The error where a folder is missing, or something else lies in its place.
-DWORD FolderError(std::u16string_view folder)
+// What FindNative says of a folder's path, as searches in the folder say it.
+DWORD ErrorOfFolder(DWORD error)
 {
-    std::string native;
-    const DWORD found = FindNative(folder, native);
-    if (found == ERROR_INVALID_NAME || found == ERROR_SUCCESS) {
+    switch (error) {
+    case ERROR_INVALID_NAME:
         return ERROR_DIRECTORY;
+    case ERROR_FILE_NOT_FOUND:
+        return ERROR_PATH_NOT_FOUND;
+    default:
+        return error;
     }
-    return found == ERROR_FILE_NOT_FOUND ? ERROR_PATH_NOT_FOUND : found;
 }
 
-Descriptor OpenForListing(const std::string& native)
+DWORD OpenForListing(const std::string& native, Descriptor& folder)
 {
-    return Descriptor(open(native.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    folder = Descriptor(open(native.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (folder.IsOpen()) {
+        return ERROR_SUCCESS;
+    }
+    return errno == ENOTDIR ? ERROR_DIRECTORY : ErrorFromErrno(errno);
 }
 
 // Tries the exact name first.
 DWORD OpenFolder(std::u16string_view full, Descriptor& folder)
 {
     std::string native;
-    const DWORD error = ToNativePath(full, native);
-    if (error != ERROR_SUCCESS) {
-        return error;
+    DWORD error = ToNativePath(full, native);
+    if (error == ERROR_SUCCESS) {
+        error = OpenForListing(native, folder);
     }
-    folder = OpenForListing(native);
-    if (!folder.IsOpen() && errno == ENOENT && FindNative(full, native) == ERROR_SUCCESS) {
-        folder = OpenForListing(native);
+    if (error == ERROR_FILE_NOT_FOUND || error == ERROR_DIRECTORY) {
+        error = FindNative(full, native);
+        if (error == ERROR_SUCCESS) {
+            error = OpenForListing(native, folder);
+        }
     }
-    if (folder.IsOpen()) {
-        return ERROR_SUCCESS;
-    }
-    return errno == ENOENT || errno == ENOTDIR ? FolderError(full) : ErrorFromErrno(errno);
+    return ErrorOfFolder(error);
 }
 
 DWORD FindMatching(std::u16string_view folderPath, std::u16string_view text, WIN32_FIND_DATAW& found,
@@ -247,55 +251,69 @@ DWORD FindMatching(std::u16string_view folderPath, std::u16string_view text, WIN
     return error;
 }
 
-// The name as it is on the disk: the path's own where that leads there.
-DWORD StatPlain(std::u16string_view full, std::u16string& name, struct stat& status)
+// The native path is the path's own where that leads there.
+DWORD StatPlain(std::u16string_view full, std::string& native, struct stat& status)
 {
-    std::string native;
     DWORD error = ToNativePath(full, native);
     if (error == ERROR_SUCCESS && stat(native.c_str(), &status) == 0) {
-        name = full.substr(full.rfind(u'\\') + 1);
         return ERROR_SUCCESS;
     }
     if (error == ERROR_SUCCESS) {
         error = FindNative(full, native);
     }
-    if (error == ERROR_SUCCESS) {
-        name = FromHost(std::string_view(native).substr(native.rfind('/') + 1));
-        error = stat(native.c_str(), &status) == 0 ? ERROR_SUCCESS : ErrorFromErrno(errno);
+    if (error == ERROR_SUCCESS && stat(native.c_str(), &status) != 0) {
+        error = ErrorFromErrno(errno);
     }
     return error;
+}
+
+// The error of a path that leads nowhere because of its folder's.
+DWORD ErrorOfFolderOf(std::u16string_view full)
+{
+    std::string native;
+    const DWORD error = FindNative(full.substr(0, full.rfind(u'\\') + 1), native);
+    return error == ERROR_SUCCESS ? ERROR_PATH_NOT_FOUND : ErrorOfFolder(error);
 }
 
 DWORD FindPlain(std::u16string_view path, WIN32_FIND_DATAW& found)
 {
     std::u16string storage;
     std::u16string_view full;
-    std::u16string name;
+    std::string native;
     struct stat status {};
     DWORD error = CompletePath(path, storage, full);
     if (error != ERROR_SUCCESS || full.size() == DRIVE_ROOT_LENGTH) {
         return error != ERROR_SUCCESS ? error : ERROR_FILE_NOT_FOUND;
     }
-    error = StatPlain(full, name, status);
-    if (error == ERROR_PATH_NOT_FOUND) {
-        return FolderError(full.substr(0, std::max(full.rfind(u'\\'), DRIVE_ROOT_LENGTH)));
+    error = StatPlain(full, native, status);
+    if (error != ERROR_SUCCESS) {
+        return error == ERROR_PATH_NOT_FOUND ? ErrorOfFolderOf(full) : error;
     }
-    if (error == ERROR_SUCCESS) {
-        Describe(status, found);
-        Name(name, found);
+    const std::string_view name = std::string_view(native).substr(native.rfind('/') + 1);
+    if (!Fits(name)) {
+        return ERROR_FILE_NOT_FOUND;
     }
-    return error;
+    Name(name, found);
+    Describe(status, found);
+    return ERROR_SUCCESS;
+}
+
+// How much of a path is the folder's.
+std::size_t FolderLength(std::u16string_view path)
+{
+    const std::size_t separator = path.find_last_of(u"\\/");
+    if (separator != std::u16string_view::npos) {
+        return separator + 1;
+    }
+    return HasDrive(path) ? 2 : 0;
 }
 
 DWORD Find(std::u16string_view path, WIN32_FIND_DATAW& found, Search& search)
 {
-    if (path.empty()) {
+    if (path.empty() || path.size() > LONGEST_PATH) {
         return ERROR_PATH_NOT_FOUND;
     }
-    const auto behindFolder = std::find_if(path.rbegin(), path.rend(), [](char16_t unit) {
-                                  return IsSeparator(unit) || unit == u':';
-                              }).base();
-    const auto length = static_cast<std::size_t>(behindFolder - path.begin());
+    const std::size_t length = FolderLength(path);
     const std::u16string_view last = path.substr(length);
     if (last.empty()) {
         return ERROR_FILE_NOT_FOUND;

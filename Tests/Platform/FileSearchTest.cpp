@@ -87,6 +87,8 @@ TEST_F(FileSearch, FindsNamesInTheirOrder)
     }
     EXPECT_EQ(Find(PathOf("f\\") + WideText{0xC4} + WIDE(".T")), "\xC3\xA4.t ");
     EXPECT_EQ(Find(WIDE("")), "3");
+    EXPECT_EQ(Find(PathOf(std::string(256, 'x') + "\\*")), "3");
+    EXPECT_EQ(Find(PathOf(std::string(40000, 'x') + "*")), "3");
     SetCurrentDirectoryW(PathOf("f\\Sub").c_str());
     EXPECT_EQ(Find(WIDE("*")), ". .. ");
     EXPECT_EQ(Find(WIDE("..\\C")), "c ");

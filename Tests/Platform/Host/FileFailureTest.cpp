@@ -1,5 +1,5 @@
 // Files, folders and searches when the gate stops them, when the host has no memory, and with what only the
-// host can have: names that no path leads to, links that lead nowhere, pipes, patterns beyond Wine's.
+// host can have: names that no path leads to, patterns beyond Wine's.
 #include "Platform/Host/Drives.h"
 #include "Platform/Host/Gate.h"
 #include "Platform/Host/Handles.h"
@@ -10,7 +10,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <cstring>
 #include <fstream>
 #include <functional>
@@ -146,6 +145,11 @@ TEST_F(FileFailures, OnlyReachableNamesAreFound)
     } while (FindNextFileW(search, &found_));
     FindClose(search);
     EXPECT_EQ(names, u". .. \u00e4 \xD800 ");
+    for (const char16_t* path : {u"\\\xFFFD", u"\\B"}) {
+        const std::u16string full = ToPlatform(scratch.Path()) + path;
+        EXPECT_FALSE(Opened(FindFirstFileW(full.c_str(), &found_)) || DeleteFileW(full.c_str()));
+        EXPECT_EQ(lastError, ERROR_FILE_NOT_FOUND);
+    }
     for (const char16_t* path : {u"\\a|*", u"\\<*"}) {
         EXPECT_FALSE(Opened(FindFirstFileW((ToPlatform(scratch.Path()) + path).c_str(), &found_)));
         EXPECT_EQ(lastError, ERROR_INVALID_NAME);
@@ -193,17 +197,6 @@ TEST_F(FileFailures, WindowsAnswersWhereWineHasOthers)
     CloseHandle(read);
     EXPECT_FALSE(CreateDirectoryW(u"Z:\\", nullptr) || RemoveDirectoryW(u"Z:\\"));
     EXPECT_EQ(lastError, ERROR_ACCESS_DENIED);
-}
-
-TEST_F(FileFailures, APipeIsReadAsItsBytesCome)
-{
-    ASSERT_EQ(std::system(("mkfifo " + (scratch_.Path() / "pipe").native()).c_str()), 0);
-    auto* const pipe = CreateFileW(PathOf("pipe").c_str(), GENERIC_READ | GENERIC_WRITE, 3, nullptr,
-                                   OPEN_EXISTING, 0, nullptr);
-    EXPECT_TRUE(WriteFile(pipe, "abc", 3, &done_, nullptr));
-    EXPECT_TRUE(ReadFile(pipe, bytes_, 8, &done_, nullptr));
-    EXPECT_EQ(std::string(bytes_, done_), "abc");
-    CloseHandle(pipe);
 }
 
 } // namespace
