@@ -18,43 +18,40 @@ std::size_t NextStep(DWORD count, DWORD done, std::int64_t position)
         std::min<std::uint64_t>(left, static_cast<std::uint64_t>(LAST_POSITION - position)));
 }
 
+DWORD WritingError(int error)
+{
+    return error == EFAULT ? ERROR_INVALID_USER_BUFFER : ErrorFromErrno(error);
+}
+
 } // namespace
 
-void File::Take(Descriptor descriptor, DWORD access, bool seeks)
+void File::Take(SharedFile file, DWORD access, bool seeks)
 {
-    descriptor_ = std::move(descriptor);
+    file_ = std::move(file);
     access_ = access;
     seeks_ = seeks;
 }
 
 ssize_t File::ReadSome(char* bytes, std::size_t count) const
 {
-    ssize_t result = -1;
-    do {
-        result = seeks_ ? pread(descriptor_.Number(), bytes, count, position_)
-                        : read(descriptor_.Number(), bytes, count);
-    } while (result < 0 && errno == EINTR);
-    return result;
+    const int file = file_.Number();
+    return TEMP_FAILURE_RETRY(seeks_ ? pread(file, bytes, count, position_) : read(file, bytes, count));
 }
 
 ssize_t File::WriteSome(const char* bytes, std::size_t count) const
 {
-    ssize_t result = -1;
-    do {
-        result = seeks_ ? pwrite(descriptor_.Number(), bytes, count, position_)
-                        : write(descriptor_.Number(), bytes, count);
-    } while (result < 0 && errno == EINTR);
-    return result;
+    const int file = file_.Number();
+    return TEMP_FAILURE_RETRY(seeks_ ? pwrite(file, bytes, count, position_) : write(file, bytes, count));
 }
 
-// Less than was asked for is the end, or all that a pipe has now.
+// Less than was asked for is the end, or all that a device has now.
 BOOL File::Read(char* bytes, DWORD count, DWORD& done)
 {
     if (!MayRead()) {
         return Fail(ERROR_ACCESS_DENIED);
     }
     if (bytes == nullptr && count != 0) {
-        return Fail(ERROR_NOACCESS);
+        return Fail(ERROR_NOACCESS); // at the end the host would not look
     }
     const std::lock_guard lock(mutex_);
     while (done < count) {
@@ -77,9 +74,6 @@ BOOL File::Write(const char* bytes, DWORD count, DWORD& done)
     if (!MayWrite()) {
         return Fail(ERROR_ACCESS_DENIED);
     }
-    if (bytes == nullptr && count != 0) {
-        return Fail(ERROR_INVALID_USER_BUFFER);
-    }
     const std::lock_guard lock(mutex_);
     const std::int64_t start = position_;
     while (done < count) {
@@ -87,7 +81,8 @@ BOOL File::Write(const char* bytes, DWORD count, DWORD& done)
         const ssize_t result = WriteSome(bytes + done, step);
         if (result < 0 || step == 0) {
             position_ = start;
-            return Fail(step == 0 ? ERROR_INVALID_PARAMETER : ErrorFromErrno(errno));
+            done = 0;
+            return Fail(step == 0 ? ERROR_INVALID_PARAMETER : WritingError(errno));
         }
         done += static_cast<DWORD>(result);
         position_ += seeks_ ? result : 0;
@@ -120,7 +115,7 @@ BOOL File::SetEnd()
         return Fail(ERROR_ACCESS_DENIED);
     }
     const std::lock_guard lock(mutex_);
-    if (ftruncate(descriptor_.Number(), position_) == 0) {
+    if (TEMP_FAILURE_RETRY(ftruncate(file_.Number(), position_)) == 0) {
         return TRUE;
     }
     return Fail(errno == EINVAL || errno == EFBIG ? ERROR_INVALID_PARAMETER : ErrorFromErrno(errno));
@@ -130,7 +125,7 @@ BOOL File::SetEnd()
 std::int64_t File::Size()
 {
     if (seeks_) {
-        if (const off_t end = lseek(descriptor_.Number(), 0, SEEK_END); end >= 0) {
+        if (const off_t end = lseek(file_.Number(), 0, SEEK_END); end >= 0) {
             return end;
         }
     }
@@ -140,7 +135,7 @@ std::int64_t File::Size()
 
 BOOL File::GetStatus(struct stat& status) const
 {
-    return fstat(descriptor_.Number(), &status) == 0 ? TRUE : Fail(ErrorFromErrno(errno));
+    return fstat(file_.Number(), &status) == 0 ? TRUE : Fail(ErrorFromErrno(errno));
 }
 
 BOOL File::SetTimes(const timespec* times)
@@ -148,7 +143,7 @@ BOOL File::SetTimes(const timespec* times)
     if (!MayWrite()) {
         return Fail(ERROR_ACCESS_DENIED);
     }
-    return futimens(descriptor_.Number(), times) == 0 ? TRUE : Fail(ErrorFromErrno(errno));
+    return futimens(file_.Number(), times) == 0 ? TRUE : Fail(ErrorFromErrno(errno));
 }
 
 } // namespace Platform::Host

@@ -3,7 +3,7 @@
 
 #include "Platform/Host/Api/Files.h"
 #include "Platform/Host/Handles.h"
-#include "Platform/Host/WholeFile.h"
+#include "Platform/Host/ShareModes.h"
 
 #include <cstdint>
 #include <limits>
@@ -18,8 +18,9 @@ constexpr std::int64_t LARGEST_LOW_PART = std::numeric_limits<DWORD>::max();
 // object at once. The functions set the last error where they fail.
 class File : public KernelObject {
 public:
-    // Access as CreateFileW takes it. A file without `seeks` is read and written as its bytes come.
-    void Take(Descriptor descriptor, DWORD access, bool seeks);
+    // Access as CreateFileW takes it. A device, which is without `seeks`, is read and written as its bytes
+    // come.
+    void Take(SharedFile file, DWORD access, bool seeks);
 
     // An open file is always signalled.
     DWORD Wait(DWORD /*milliseconds*/) override { return WAIT_OBJECT_0; }
@@ -27,7 +28,8 @@ public:
     // `done` counts on from 0, also where it fails half-way.
     BOOL Read(char* bytes, DWORD count, DWORD& done);
 
-    // Where it fails the position is the old one, so the same bytes may be written again to the same place.
+    // Where it fails `done` is 0 and the position the old one, so the same bytes may be written again to the
+    // same place.
     BOOL Write(const char* bytes, DWORD count, DWORD& done);
 
     // The new position; -1 where it would be none, or one above the limit, and the old one stays.
@@ -46,7 +48,7 @@ private:
     ssize_t WriteSome(const char* bytes, std::size_t count) const;
 
     std::mutex mutex_;
-    Descriptor descriptor_;
+    SharedFile file_;
     DWORD access_ = 0;
     bool seeks_ = false;
     std::int64_t position_ = 0;

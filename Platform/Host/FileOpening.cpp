@@ -1,6 +1,7 @@
 #include "Platform/Host/FileOpening.h"
 
 #include "Platform/Host/Drives.h"
+#include "Platform/Host/FileModes.h"
 #include "Platform/Host/FileObject.h"
 #include "Platform/Host/ShareModes.h"
 
@@ -14,11 +15,26 @@ namespace Platform::Host {
 namespace {
 
 constexpr mode_t NEW_FILE = 0666;
-constexpr mode_t ANY_WRITING = 0222;
+constexpr int MOST_TRIES = 100; // of opening what others delete all the time
 
-bool IsDisposition(DWORD disposition)
+bool IsPossible(const OpenRequest& request)
 {
-    return disposition >= CREATE_NEW && disposition <= TRUNCATE_EXISTING;
+    const bool isDisposition = request.disposition >= CREATE_NEW && request.disposition <= TRUNCATE_EXISTING;
+    return isDisposition &&
+           (request.disposition != TRUNCATE_EXISTING || (request.access & GENERIC_WRITE) != 0);
+}
+
+// Files are opened without waiting: what cannot be had at once is in another's hands.
+DWORD OpeningError(int error)
+{
+    return error == EAGAIN ? ERROR_SHARING_VIOLATION : ErrorFromErrno(error);
+}
+
+// From now on a device may let its reader wait.
+bool LetWait(int file)
+{
+    const int flags = fcntl(file, F_GETFL);
+    return (flags & O_NONBLOCK) == 0 || fcntl(file, F_SETFL, flags & ~O_NONBLOCK) == 0;
 }
 
 class Opening {
@@ -40,7 +56,7 @@ public:
     [[nodiscard]] bool Changes() const { return Writes() || Truncates(); }
 
     DWORD Open(std::u16string_view full);
-    void HandOver(File& file) { file.Take(std::move(descriptor_), request_.access, seeks_); }
+    void HandOver(File& file) { file.Take(std::move(file_), request_.access, seeks_); }
 
     [[nodiscard]] bool IsNew() const { return isNew_; }
 
@@ -48,21 +64,22 @@ private:
     [[nodiscard]] int Flags() const;
     [[nodiscard]] DWORD ErrorOfFolderPath(std::u16string_view full) const;
     [[nodiscard]] Descriptor OpenNative(const std::string& native) const;
+    DWORD TryOpen(std::u16string_view full);
     DWORD OpenFound(const std::string& native);
     DWORD Create(const std::string& native);
-    DWORD TakeOver();
-    [[nodiscard]] bool Share() const;
+    DWORD TakeOver(DWORD sharedAccess);
+    DWORD Truncate();
 
     OpenRequest request_;
-    Descriptor descriptor_;
+    SharedFile file_;
     bool seeks_ = false;
     bool isNew_ = false;
 };
 
 int Opening::Flags() const
 {
-    const int common =
-        O_CLOEXEC | O_NOCTTY | ((request_.flagsAndAttributes & FILE_FLAG_WRITE_THROUGH) != 0 ? O_DSYNC : 0);
+    const int common = O_CLOEXEC | O_NOCTTY | O_NONBLOCK |
+                       ((request_.flagsAndAttributes & FILE_FLAG_WRITE_THROUGH) != 0 ? O_DSYNC : 0);
     if (Changes()) {
         return common | (Reads() ? O_RDWR : O_WRONLY);
     }
@@ -96,12 +113,24 @@ DWORD Opening::ErrorOfFolderPath(std::u16string_view full) const
     }
 }
 
-// What is there is tried under its exact name first.
+// Begins again where another was quicker to delete or create the file.
 DWORD Opening::Open(std::u16string_view full)
 {
     if (full.ends_with(u'\\')) {
         return ErrorOfFolderPath(full);
     }
+    for (int i = 0; i < MOST_TRIES; ++i) {
+        file_ = SharedFile(); // ends before errno tells of the next one
+        if (const DWORD error = TryOpen(full); error != ERROR_DELETE_PENDING) {
+            return error;
+        }
+    }
+    return ERROR_ACCESS_DENIED;
+}
+
+// What is there is tried under its exact name first.
+DWORD Opening::TryOpen(std::u16string_view full)
+{
     std::string native;
     DWORD error = ToNativePath(full, native);
     if (error != ERROR_SUCCESS) {
@@ -115,62 +144,76 @@ DWORD Opening::Open(std::u16string_view full)
     if (error == ERROR_FILE_NOT_FOUND && Creates()) {
         return Create(native);
     }
-    if (error == ERROR_SUCCESS) {
-        error = request_.disposition == CREATE_NEW ? ERROR_FILE_EXISTS : OpenFound(native);
+    if (error != ERROR_SUCCESS) {
+        return error;
     }
-    return error;
+    if (request_.disposition == CREATE_NEW) {
+        return ERROR_FILE_EXISTS;
+    }
+    error = OpenFound(native);
+    return error == ERROR_FILE_NOT_FOUND && Creates() ? ERROR_DELETE_PENDING : error;
 }
 
 DWORD Opening::OpenFound(const std::string& native)
 {
-    descriptor_ = OpenNative(native);
-    if (!descriptor_.IsOpen()) {
-        return ErrorFromErrno(errno);
+    isNew_ = false;
+    file_ = SharedFile(OpenNative(native));
+    if (!file_.IsOpen()) {
+        return OpeningError(errno);
     }
-    return TakeOver();
+    const DWORD error = TakeOver(request_.access | (Truncates() ? DWORD{GENERIC_WRITE} : 0));
+    return error == ERROR_SUCCESS && Truncates() ? Truncate() : error;
 }
 
-// False where another opening does not allow it.
-bool Opening::Share() const
+// Who deletes a file has it alone until it is gone: one that is there after the share was taken stays.
+DWORD Opening::TakeOver(DWORD sharedAccess)
 {
-    return TakeShare(descriptor_.Number(), request_.access, request_.shareMode) != Sharing::REFUSED;
-}
-
-DWORD Opening::TakeOver()
-{
+    const Sharing sharing = file_.Take(sharedAccess, request_.shareMode);
     struct stat status {};
-    if (fstat(descriptor_.Number(), &status) != 0) {
+    if (fstat(file_.Number(), &status) != 0) {
         return ErrorFromErrno(errno);
-    }
-    const bool isReadOnly = (status.st_mode & ANY_WRITING) == 0;
-    if (S_ISDIR(status.st_mode) || (isReadOnly && Changes())) {
-        return ERROR_ACCESS_DENIED;
     }
     seeks_ = S_ISREG(status.st_mode);
-    if (seeks_ && !Share()) {
-        return ERROR_SHARING_VIOLATION;
+    if (S_ISCHR(status.st_mode)) {
+        return LetWait(file_.Number()) ? ERROR_SUCCESS : ErrorFromErrno(errno);
     }
-    if (seeks_ && Truncates() && ftruncate(descriptor_.Number(), 0) != 0) {
+    if (!seeks_ || (IsReadOnly(status) && Changes() && !isNew_)) {
+        return ERROR_ACCESS_DENIED;
+    }
+    if (status.st_nlink == 0) {
+        return ERROR_DELETE_PENDING;
+    }
+    return sharing == Sharing::REFUSED ? ERROR_SHARING_VIOLATION : ERROR_SUCCESS;
+}
+
+DWORD Opening::Truncate()
+{
+    if (seeks_ && TEMP_FAILURE_RETRY(ftruncate(file_.Number(), 0)) != 0) {
         return ErrorFromErrno(errno);
+    }
+    if (!Writes()) {
+        file_.StopWriting(request_.access, request_.shareMode);
     }
     return ERROR_SUCCESS;
 }
 
-// Another process may be quicker, which is as if the file had been there.
 DWORD Opening::Create(const std::string& native)
 {
     const bool isReadOnly = (request_.flagsAndAttributes & FILE_ATTRIBUTE_READONLY) != 0;
     const int flags = (Flags() & ~O_PATH) | O_CREAT | O_EXCL;
-    descriptor_ = Descriptor(open(native.c_str(), flags, isReadOnly ? NEW_FILE & ~ANY_WRITING : NEW_FILE));
-    if (descriptor_.IsOpen()) {
-        isNew_ = true;
-        seeks_ = true;
-        return Share() ? ERROR_SUCCESS : ERROR_SHARING_VIOLATION;
+    file_ =
+        SharedFile(Descriptor(open(native.c_str(), flags, isReadOnly ? NEW_FILE & ~ANY_WRITING : NEW_FILE)));
+    isNew_ = file_.IsOpen();
+    if (isNew_) {
+        return TakeOver(request_.access);
     }
-    if (errno == EEXIST) {
-        return request_.disposition == CREATE_NEW ? ERROR_FILE_EXISTS : OpenFound(native);
+    if (errno != EEXIST) {
+        return OpeningError(errno);
     }
-    return ErrorFromErrno(errno);
+    if (IsLinkToNowhere(native)) {
+        return ERROR_ACCESS_DENIED;
+    }
+    return request_.disposition == CREATE_NEW ? ERROR_FILE_EXISTS : ERROR_DELETE_PENDING;
 }
 
 } // namespace
@@ -182,8 +225,7 @@ HANDLE OpenFile(LPCWSTR fileName, const OpenRequest& request)
     std::u16string_view full;
     DWORD error = ERROR_PATH_NOT_FOUND;
     if (fileName != nullptr && *fileName != 0) {
-        error = IsDisposition(request.disposition) ? CompletePath(fileName, storage, full)
-                                                   : ERROR_INVALID_PARAMETER;
+        error = IsPossible(request) ? CompletePath(fileName, storage, full) : ERROR_INVALID_PARAMETER;
     }
     if (error != ERROR_SUCCESS) {
         Fail(error);

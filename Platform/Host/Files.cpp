@@ -19,13 +19,18 @@ BOOL WithFile(HANDLE handle, const Body& body)
     return file != nullptr ? body(*file) : FALSE;
 }
 
-// Reads or writes, after what both ask of their arguments.
+// Reads or writes, after what both do with their arguments.
 template <typename Body>
-BOOL Transfer(HANDLE handle, LPDWORD done, LPOVERLAPPED overlapped, const Body& body)
+BOOL Transfer(const char* function, HANDLE handle, LPDWORD done, LPOVERLAPPED overlapped, const Body& body)
 {
-    return WithFile(handle, [&](File& file) {
-        const bool isPlain = done != nullptr && overlapped == nullptr;
-        return isPlain ? body(file, *done) : Fail(ERROR_INVALID_PARAMETER);
+    if (done != nullptr) {
+        *done = 0;
+    }
+    return Guarded(function, FALSE, [&] {
+        return WithFile(handle, [&](File& file) {
+            const bool isPlain = done != nullptr && overlapped == nullptr;
+            return isPlain ? body(file) : Fail(ERROR_INVALID_PARAMETER);
+        });
     });
 }
 
@@ -103,25 +108,14 @@ HANDLE WINAPI CreateFileW(LPCWSTR fileName, DWORD access, DWORD shareMode,
 
 BOOL WINAPI ReadFile(HANDLE file, LPVOID bytes, DWORD byteCount, LPDWORD done, LPOVERLAPPED overlapped)
 {
-    if (done != nullptr) {
-        *done = 0;
-    }
-    return Guarded("ReadFile", FALSE, [&] {
-        return Transfer(file, done, overlapped, [&](File& found, DWORD& bytesDone) {
-            return found.Read(static_cast<char*>(bytes), byteCount, bytesDone);
-        });
-    });
+    return Transfer("ReadFile", file, done, overlapped,
+                    [&](File& found) { return found.Read(static_cast<char*>(bytes), byteCount, *done); });
 }
 
 BOOL WINAPI WriteFile(HANDLE file, LPCVOID bytes, DWORD byteCount, LPDWORD done, LPOVERLAPPED overlapped)
 {
-    if (done != nullptr) {
-        *done = 0;
-    }
-    return Guarded("WriteFile", FALSE, [&] {
-        return Transfer(file, done, overlapped, [&](File& found, DWORD& bytesDone) {
-            return found.Write(static_cast<const char*>(bytes), byteCount, bytesDone);
-        });
+    return Transfer("WriteFile", file, done, overlapped, [&](File& found) {
+        return found.Write(static_cast<const char*>(bytes), byteCount, *done);
     });
 }
 

@@ -2,9 +2,9 @@
 #include "Platform/Host/Api/Files.h"
 
 #include "Platform/Host/Drives.h"
+#include "Platform/Host/FileModes.h"
 #include "Platform/Host/Gate.h"
 #include "Platform/Host/ShareModes.h"
-#include "Platform/Host/WholeFile.h"
 
 #include <cerrno>
 #include <fcntl.h>
@@ -16,7 +16,6 @@ namespace Platform::Host {
 namespace {
 
 constexpr mode_t NEW_FOLDER = 0777;
-constexpr mode_t ANY_WRITING = 0222;
 
 bool IsEmpty(LPCWSTR path)
 {
@@ -28,9 +27,12 @@ bool IsDriveRoot(std::u16string_view full)
     return full.size() == DRIVE_ROOT_LENGTH;
 }
 
-DWORD CreationError(int error)
+DWORD CreationError(int error, const std::string& native)
 {
-    return error == EEXIST ? ERROR_ALREADY_EXISTS : ErrorFromErrno(error);
+    if (error != EEXIST) {
+        return ErrorFromErrno(error);
+    }
+    return IsLinkToNowhere(native) ? ERROR_ACCESS_DENIED : ERROR_ALREADY_EXISTS;
 }
 
 BOOL MakeFolder(LPCWSTR path)
@@ -43,7 +45,7 @@ BOOL MakeFolder(LPCWSTR path)
     }
     error = FindNative(full, native);
     if (error == ERROR_FILE_NOT_FOUND) {
-        return mkdir(native.c_str(), NEW_FOLDER) == 0 ? TRUE : Fail(CreationError(errno));
+        return mkdir(native.c_str(), NEW_FOLDER) == 0 ? TRUE : Fail(CreationError(errno, native));
     }
     const bool isTaken = error == ERROR_SUCCESS || error == ERROR_INVALID_NAME;
     if (error == ERROR_SUCCESS && IsDriveRoot(full)) {
@@ -94,13 +96,36 @@ BOOL RemoveFolder(LPCWSTR path)
     return rmdir(native.c_str()) == 0 ? TRUE : Fail(RemovalError(errno));
 }
 
-// Keeps the file from being opened until it is gone. One that the process may not open tells nothing.
-DWORD TakeForRemoval(const std::string& native, Descriptor& file)
+// A running program may be read alone.
+bool IsRefusal(int error)
 {
-    for (const int access : {O_RDWR, O_RDONLY}) {
-        file = Descriptor(open(native.c_str(), access | O_NONBLOCK | O_CLOEXEC));
+    return error == EACCES || error == EPERM || error == EROFS || error == ETXTBSY;
+}
+
+// Has the file alone, unless another was quicker to delete it.
+DWORD TakeAlone(SharedFile& file)
+{
+    const Sharing sharing = file.TakeAlone();
+    struct stat status {};
+    if (fstat(file.Number(), &status) != 0) {
+        return ErrorFromErrno(errno);
+    }
+    if (status.st_nlink == 0) {
+        return ERROR_FILE_NOT_FOUND;
+    }
+    return sharing == Sharing::REFUSED ? ERROR_SHARING_VIOLATION : ERROR_SUCCESS;
+}
+
+// Keeps the file from being opened until it is gone. One that the process may not open tells nothing.
+DWORD TakeForRemoval(const std::string& native, SharedFile& file)
+{
+    for (const int access : {O_RDWR, O_RDONLY, O_WRONLY}) {
+        file = SharedFile(Descriptor(open(native.c_str(), access | O_NONBLOCK | O_CLOEXEC)));
         if (file.IsOpen()) {
-            return TakeAlone(file.Number()) == Sharing::REFUSED ? ERROR_SHARING_VIOLATION : ERROR_SUCCESS;
+            return TakeAlone(file);
+        }
+        if (!IsRefusal(errno)) {
+            return ErrorFromErrno(errno);
         }
     }
     return ERROR_SUCCESS;
@@ -109,13 +134,13 @@ DWORD TakeForRemoval(const std::string& native, Descriptor& file)
 BOOL RemoveFile(LPCWSTR path)
 {
     std::string native;
-    Descriptor file;
+    SharedFile file;
     struct stat status {};
     DWORD error = IsEmpty(path) ? ERROR_PATH_NOT_FOUND : ResolvePath(path, native);
     if (error == ERROR_SUCCESS && stat(native.c_str(), &status) != 0) {
         error = ErrorFromErrno(errno);
     }
-    if (error == ERROR_SUCCESS && (S_ISDIR(status.st_mode) || (status.st_mode & ANY_WRITING) == 0)) {
+    if (error == ERROR_SUCCESS && (S_ISDIR(status.st_mode) || IsReadOnly(status))) {
         error = ERROR_ACCESS_DENIED;
     }
     if (error == ERROR_SUCCESS && S_ISREG(status.st_mode)) {

@@ -18,27 +18,36 @@ constexpr off_t WRITING = off_t{1} << 62; // the region's place
 constexpr off_t READING = WRITING + REGION_LENGTH;
 constexpr int MOST_TRIES = 3; // of a byte that another may have chosen too
 
-bool TryLock(int file, short type, off_t start, off_t length)
+struct Lock {
+    short type; // F_UNLCK: none
+    off_t start;
+    off_t length;
+};
+
+struct flock Native(const Lock& lock)
 {
-    struct flock lock {};
-    lock.l_type = type;
-    lock.l_whence = SEEK_SET;
-    lock.l_start = start;
-    lock.l_len = length;
-    return fcntl(file, F_OFD_SETLK, &lock) == 0;
+    struct flock native {};
+    native.l_type = lock.type;
+    native.l_whence = SEEK_SET;
+    native.l_start = lock.start;
+    native.l_len = lock.length;
+    return native;
 }
 
-Sharing FromErrno(int error)
+bool TryLock(int file, const Lock& lock)
 {
-    return error == EAGAIN || error == EACCES ? Sharing::REFUSED : Sharing::UNKNOWN;
+    struct flock native = Native(lock);
+    return fcntl(file, F_OFD_SETLK, &native) == 0;
 }
 
-Sharing TakeAll(int file, short type, off_t start, off_t length)
+// Whether somebody holds a lock that this one would meet. Needs no right to write.
+bool IsHeld(int file, const Lock& lock)
 {
-    return TryLock(file, type, start, length) ? Sharing::TAKEN : FromErrno(errno);
+    struct flock native = Native(lock);
+    return fcntl(file, F_OFD_GETLK, &native) == 0 && native.l_type != F_UNLCK;
 }
 
-// Spread over the region, for this process and all others.
+// Spread over all of the region but its first byte, for this process and all others.
 off_t RandomByte()
 {
     static std::atomic<std::uint64_t> calls{0};
@@ -47,61 +56,89 @@ off_t RandomByte()
     std::uint64_t bits = static_cast<std::uint64_t>(now.tv_nsec) ^ static_cast<std::uint64_t>(getpid()) << 32;
     bits = (bits + ++calls * 0x9E3779B97F4A7C15U) * 0xBF58476D1CE4E5B9U;
     bits = (bits ^ bits >> 31) * 0x94D049BB133111EBU;
-    return static_cast<off_t>((bits ^ bits >> 29) % REGION_LENGTH);
+    return 1 + static_cast<off_t>((bits ^ bits >> 29) % (REGION_LENGTH - 1));
 }
 
-Sharing TakeOneByte(int file, off_t region)
+Lock BothRegions(int type)
 {
-    Sharing sharing = Sharing::REFUSED;
-    for (int i = 0; i < MOST_TRIES && sharing == Sharing::REFUSED; ++i) {
-        sharing = TakeAll(file, F_WRLCK, region + RandomByte(), 1);
+    return {static_cast<short>(type), WRITING, 2 * REGION_LENGTH};
+}
+
+bool IsOneByte(const Lock& lock)
+{
+    return lock.length == 1;
+}
+
+Lock OneByte(off_t region)
+{
+    return {F_WRLCK, region + RandomByte(), 1};
+}
+
+// A whole lock of a writer where the file is open for writing. Where it cannot be, a look has to do, and a
+// reader's lock.
+Sharing TakeOnce(int file, Lock lock)
+{
+    bool isTaken = TryLock(file, lock);
+    if (!isTaken && errno == EBADF && lock.type == F_WRLCK) {
+        if (IsHeld(file, lock)) {
+            return Sharing::REFUSED;
+        }
+        lock.type = F_RDLCK;
+        isTaken = TryLock(file, lock);
+    }
+    if (isTaken) {
+        return Sharing::TAKEN;
+    }
+    return errno == EAGAIN || errno == EACCES ? Sharing::REFUSED : Sharing::UNKNOWN;
+}
+
+Sharing TakeLock(int file, const Lock& lock, off_t region)
+{
+    if (lock.type == F_UNLCK) {
+        return Sharing::TAKEN;
+    }
+    Sharing sharing = TakeOnce(file, lock);
+    for (int i = 1; i < MOST_TRIES && sharing == Sharing::REFUSED && IsOneByte(lock); ++i) {
+        sharing = TakeOnce(file, OneByte(region));
     }
     return sharing;
 }
 
-// Whether somebody holds a lock that this one would meet. Needs no right to write.
-bool IsHeld(int file, off_t start, off_t length)
+Lock LockOfWriting(bool writes, bool denies)
 {
-    struct flock lock {};
-    lock.l_type = F_WRLCK;
-    lock.l_whence = SEEK_SET;
-    lock.l_start = start;
-    lock.l_len = length;
-    return fcntl(file, F_OFD_GETLK, &lock) == 0 && lock.l_type != F_UNLCK;
-}
-
-// Alone where the file is open for writing. Where it cannot be, a look has to do, and a reader's lock.
-Sharing TakeRegionsAlone(int file, off_t start, off_t length)
-{
-    const Sharing sharing = TakeAll(file, F_WRLCK, start, length);
-    if (sharing != Sharing::UNKNOWN || errno != EBADF) {
-        return sharing;
+    if (writes && !denies) {
+        return OneByte(WRITING);
     }
-    return IsHeld(file, start, length) ? Sharing::REFUSED : TakeAll(file, F_RDLCK, start, length);
+    const int ofDenier = denies ? F_RDLCK : F_UNLCK;
+    return {static_cast<short>(writes ? F_WRLCK : ofDenier), WRITING, REGION_LENGTH};
 }
 
-Sharing TakeWriting(int file, bool writes, bool denies)
+Lock LockOfReading(bool reads, bool denies)
 {
-    if (writes) {
-        return denies ? TakeAll(file, F_WRLCK, WRITING, REGION_LENGTH) : TakeOneByte(file, WRITING);
+    if (denies && !reads) {
+        return OneByte(READING);
     }
-    return denies ? TakeAll(file, F_RDLCK, WRITING, REGION_LENGTH) : Sharing::TAKEN;
+    const int ofReader = reads ? F_RDLCK : F_UNLCK;
+    return {static_cast<short>(denies ? F_WRLCK : ofReader), READING, REGION_LENGTH};
 }
 
-Sharing TakeReading(int file, bool reads, bool denies)
+// What a lock of one byte would meet for good: the region's first byte is nobody's own.
+Lock FirstByteFor(const Lock& lock)
 {
-    if (reads) {
-        return denies ? TakeRegionsAlone(file, READING, REGION_LENGTH)
-                      : TakeAll(file, F_RDLCK, READING, REGION_LENGTH);
+    return IsOneByte(lock) ? Lock{lock.type, READING, 1} : lock;
+}
+
+Sharing TakeBoth(int file, const Lock& writing, const Lock& reading)
+{
+    if (writing.type == reading.type && !IsOneByte(writing) && !IsOneByte(reading)) {
+        return TakeLock(file, BothRegions(writing.type), WRITING);
     }
-    return denies ? TakeOneByte(file, READING) : Sharing::TAKEN;
-}
-
-// To read and let others read but not write.
-bool IsUsual(DWORD access, DWORD shareMode)
-{
-    const DWORD both = FILE_SHARE_READ | FILE_SHARE_WRITE;
-    return (access & (GENERIC_READ | GENERIC_WRITE)) == GENERIC_READ && (shareMode & both) == FILE_SHARE_READ;
+    const bool areTwo = writing.type != F_UNLCK && reading.type != F_UNLCK;
+    if (areTwo && IsHeld(file, FirstByteFor(reading))) {
+        return Sharing::REFUSED;
+    }
+    const Sharing sharing = TakeLock(file, writing, WRITING);
+    return sharing == Sharing::REFUSED ? sharing : TakeLock(file, reading, READING);
 }
 
 } // namespace
@@ -111,24 +148,41 @@ bool NeedsWriting(DWORD access, DWORD shareMode)
     return (access & GENERIC_READ) != 0 && (shareMode & FILE_SHARE_READ) == 0;
 }
 
-Sharing TakeShare(int file, DWORD access, DWORD shareMode)
+SharedFile::~SharedFile()
 {
-    if (IsUsual(access, shareMode)) {
-        return TakeAll(file, F_RDLCK, WRITING, 2 * REGION_LENGTH);
+    if (holds_) {
+        TryLock(Number(), BothRegions(F_UNLCK));
     }
+}
+
+Sharing SharedFile::Take(DWORD access, DWORD shareMode)
+{
     const bool reads = (access & GENERIC_READ) != 0;
     const bool writes = (access & GENERIC_WRITE) != 0;
     if (!reads && !writes) {
         return Sharing::TAKEN;
     }
-    const Sharing sharing = TakeWriting(file, writes, (shareMode & FILE_SHARE_WRITE) == 0);
-    return sharing == Sharing::REFUSED ? sharing
-                                       : TakeReading(file, reads, (shareMode & FILE_SHARE_READ) == 0);
+    holds_ = true;
+    return TakeBoth(Number(), LockOfWriting(writes, (shareMode & FILE_SHARE_WRITE) == 0),
+                    LockOfReading(reads, (shareMode & FILE_SHARE_READ) == 0));
 }
 
-Sharing TakeAlone(int file)
+Sharing SharedFile::TakeAlone()
 {
-    return TakeRegionsAlone(file, WRITING, 2 * REGION_LENGTH);
+    holds_ = true;
+    return TakeOnce(Number(), BothRegions(F_WRLCK));
+}
+
+// The host changes the lock that is there in one step, so nobody comes between.
+void SharedFile::StopWriting(DWORD access, DWORD shareMode)
+{
+    if ((access & GENERIC_READ) != 0) {
+        const bool denies = (shareMode & FILE_SHARE_WRITE) == 0;
+        TryLock(Number(), {static_cast<short>(denies ? F_RDLCK : F_UNLCK), WRITING, REGION_LENGTH});
+    } else {
+        TryLock(Number(), BothRegions(F_UNLCK));
+        holds_ = false;
+    }
 }
 
 } // namespace Platform::Host

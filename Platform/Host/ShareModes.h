@@ -10,10 +10,15 @@
 // So openings that go together have locks that do. The second is the same for reading, with the kinds of lock
 // the other way round: who reads and shares it has a reader's lock, who only denies it a byte of its own. The
 // usual case, to read and let others read but not write, is thus one call, a reader's lock on both regions. A
-// lock that is refused is the conflict; nothing is looked at before, so no two slip past each other.
+// lock that is refused is the conflict, so no two slip past each other.
+//
+// Two different locks are two calls. Who gets the first and is refused the second may in between have stood
+// in the way of somebody with whom it conflicts nowhere. A look at the second region before makes that rare:
+// it needs a third opening that comes between the look and the locks.
 #pragma once
 
 #include "Platform/Host/Api/Types.h"
+#include "Platform/Host/WholeFile.h"
 
 namespace Platform::Host {
 
@@ -26,11 +31,39 @@ enum class Sharing {
 // Whether a file has to be open for writing too, so that a handle that only reads can have its lock.
 bool NeedsWriting(DWORD access, DWORD shareMode);
 
-// Access 0 takes no part in it.
-Sharing TakeShare(int file, DWORD access, DWORD shareMode);
+// An open file with its share of it. The share is given up before the descriptor is closed: a process that
+// another thread is about to start has a copy of the descriptor for a moment.
+class SharedFile {
+public:
+    explicit SharedFile(Descriptor file = Descriptor()) : file_(std::move(file)) {}
+    SharedFile(SharedFile&& other) noexcept
+        : file_(std::move(other.file_)), holds_(std::exchange(other.holds_, false))
+    {
+    }
+    SharedFile& operator=(SharedFile&& other) noexcept
+    {
+        std::swap(file_, other.file_);
+        std::swap(holds_, other.holds_);
+        return *this;
+    }
+    ~SharedFile();
 
-// Refused while anybody has the file open with access. Where it is open for writing, nobody else can have it
-// until it is closed.
-Sharing TakeAlone(int file);
+    [[nodiscard]] int Number() const { return file_.Number(); }
+    [[nodiscard]] bool IsOpen() const { return file_.IsOpen(); }
+
+    // To be called once. Access 0 takes no part in it.
+    Sharing Take(DWORD access, DWORD shareMode);
+
+    // Refused while anybody has the file open with access. Where it is open for writing, nobody else can have
+    // it until it is closed.
+    Sharing TakeAlone();
+
+    // Makes of a share that was taken with GENERIC_WRITE added the one of this access, which has none.
+    void StopWriting(DWORD access, DWORD shareMode);
+
+private:
+    Descriptor file_;
+    bool holds_ = false;
+};
 
 } // namespace Platform::Host

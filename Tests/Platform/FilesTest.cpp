@@ -168,10 +168,16 @@ TEST_F(Files, ReadingStopsAtTheEnd)
     EXPECT_TRUE(ReadFile(file, nullptr, 0, &done, nullptr));
     EXPECT_EQ(ErrorOf([&] { return ReadFile(file, nullptr, 5, &done, nullptr) != FALSE; }),
               DWORD{ERROR_NOACCESS});
-    EXPECT_EQ(done, 0u);
-    EXPECT_EQ(ErrorOf([&] { return WriteFile(file, nullptr, 5, &done, nullptr) != FALSE; }),
-              DWORD{ERROR_INVALID_USER_BUFFER});
     SetFilePointer(file, 9, nullptr, FILE_BEGIN);
+    for (const std::uintptr_t place : {0U, 16U}) {
+        auto* const none = reinterpret_cast<void*>(place);
+        EXPECT_EQ(ErrorOf([&] { return ReadFile(file, none, 5, &done, nullptr) != FALSE; }),
+                  DWORD{ERROR_NOACCESS});
+        EXPECT_EQ(done, 0u);
+        EXPECT_EQ(ErrorOf([&] { return WriteFile(file, none, 5, &done, nullptr) != FALSE; }),
+                  DWORD{ERROR_INVALID_USER_BUFFER});
+        EXPECT_EQ(done, 0u);
+    }
     EXPECT_EQ(Read(file, 20), "9ab");
     CloseHandle(file);
     for (const std::size_t size : {0u, 1u, 5000u}) {
@@ -289,6 +295,9 @@ TEST_F(Files, PathsThatNameFoldersOpenNothing)
     for (const Row& row : rows) {
         for (DWORD disposition = CREATE_NEW; disposition <= TRUNCATE_EXISTING; ++disposition) {
             for (const DWORD access : {DWORD{GENERIC_READ}, DWORD{GENERIC_READ | GENERIC_WRITE}}) {
+                if (disposition == TRUNCATE_EXISTING && access == GENERIC_READ) {
+                    continue; // a mistake of its own
+                }
                 EXPECT_EQ(Open(row.name, access, disposition), INVALID_HANDLE_VALUE);
                 EXPECT_EQ(GetLastError(), row.errors[disposition - 1]) << row.name << disposition;
             }
@@ -351,6 +360,24 @@ TEST_F(Files, FoldersAreMadeAndRemoved)
         EXPECT_EQ(ErrorOf([&] { return make(none) != FALSE; }), DWORD{3});
         EXPECT_EQ(ErrorOf([&] { return DeleteFileW(none) != FALSE; }), DWORD{3});
         EXPECT_EQ(ErrorOf([&] { return RemoveDirectoryW(none) != FALSE; }), DWORD{123});
+    }
+}
+
+TEST_F(Files, NamesThatAreTooLongLeadNowhere)
+{
+    for (const std::string& name : {std::string(256, 'x'), std::string(4000, 'x') + "\\in"}) {
+        const WideText path = PathOf(name);
+        const std::function<bool()> calls[] = {
+            [&] { return Open(name, GENERIC_READ, OPEN_EXISTING) != INVALID_HANDLE_VALUE; },
+            [&] { return Open(name, GENERIC_WRITE, OPEN_ALWAYS) != INVALID_HANDLE_VALUE; },
+            [&] { return DeleteFileW(path.c_str()) != FALSE; },
+            [&] { return CreateDirectoryW(path.c_str(), nullptr) != FALSE; },
+            [&] { return RemoveDirectoryW(path.c_str()) != FALSE; },
+        };
+        for (const auto& call : calls) {
+            const DWORD error = ErrorOf(call);
+            EXPECT_TRUE(error == ERROR_PATH_NOT_FOUND || error == ERROR_FILE_NOT_FOUND) << error;
+        }
     }
 }
 

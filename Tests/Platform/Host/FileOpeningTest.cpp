@@ -1,0 +1,174 @@
+// Opening and deleting files: what only the host can have (links that lead nowhere, pipes, devices,
+// permissions, no descriptors left), and where the layer keeps to Windows and Wine does not.
+#include "Platform/Host/FileTimes.h"
+#include "Platform/Host/LastError.h"
+#include "Tests/Support/ScratchFolder.h"
+#include "Tests/Support/Target.h"
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <sys/mman.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <tuple>
+#include <unistd.h>
+
+namespace {
+
+using namespace Platform::Host;
+
+constexpr DWORD BOTH = GENERIC_READ | GENERIC_WRITE;
+constexpr DWORD SHARE_ALL = FILE_SHARE_READ | FILE_SHARE_WRITE;
+constexpr DWORD DISPOSITIONS[] = {CREATE_NEW, CREATE_ALWAYS, OPEN_EXISTING, OPEN_ALWAYS, TRUNCATE_EXISTING};
+
+class FileOpening : public testing::Test {
+protected:
+    FileOpening() { std::ofstream(Native("file")) << "text"; }
+
+    [[nodiscard]] std::filesystem::path Native(const char* name) const { return scratch_.Path() / name; }
+    [[nodiscard]] std::u16string PathOf(const char* name) const
+    {
+        return ToPlatform(scratch_.Path()) + u"\\" + std::filesystem::path(name).u16string();
+    }
+
+    HANDLE Open(const char* name, DWORD access, DWORD shareMode, DWORD disposition = OPEN_EXISTING) const
+    {
+        return CreateFileW(PathOf(name).c_str(), access, shareMode, nullptr, disposition, 0, nullptr);
+    }
+
+    DWORD TryOpen(const char* name, DWORD access, DWORD shareMode, DWORD disposition = OPEN_EXISTING) const
+    {
+        auto* const file = Open(name, access, shareMode, disposition);
+        return file == INVALID_HANDLE_VALUE || !CloseHandle(file) ? lastError : ERROR_SUCCESS;
+    }
+
+    ScratchFolder scratch_;
+};
+
+// The error, or ERROR_SUCCESS.
+DWORD ErrorOf(BOOL succeeded)
+{
+    return succeeded ? ERROR_SUCCESS : lastError;
+}
+
+TEST_F(FileOpening, LinksThatLeadNowhereAreNotFoundAndInTheWay)
+{
+    WIN32_FIND_DATAW found;
+    for (const auto& [link, target] :
+         {std::pair("dangling", "nowhere"), {"loop", "loop"}, {"astray", "file/x"}}) {
+        std::filesystem::create_symlink(target, Native(link));
+        std::string capitals(link);
+        capitals[0] = static_cast<char>(std::toupper(capitals[0]));
+        for (const char* name : {link, capitals.c_str()}) {
+            const std::u16string path = PathOf(name);
+            for (const DWORD disposition : DISPOSITIONS) {
+                const bool creates = disposition != OPEN_EXISTING && disposition != TRUNCATE_EXISTING;
+                EXPECT_EQ(TryOpen(name, BOTH, 0, disposition),
+                          creates ? ERROR_ACCESS_DENIED : ERROR_FILE_NOT_FOUND)
+                    << name;
+            }
+            EXPECT_EQ(ErrorOf(CreateDirectoryW(path.c_str(), nullptr)), ERROR_ACCESS_DENIED) << name;
+            EXPECT_EQ(ErrorOf(DeleteFileW(path.c_str())), ERROR_FILE_NOT_FOUND) << name;
+            EXPECT_EQ(ErrorOf(RemoveDirectoryW(path.c_str())), ERROR_FILE_NOT_FOUND) << name;
+            EXPECT_EQ(FindFirstFileW(path.c_str(), &found), INVALID_HANDLE_VALUE);
+            EXPECT_EQ(lastError, ERROR_FILE_NOT_FOUND) << name;
+            EXPECT_EQ(FindFirstFileW((path + u"\\*").c_str(), &found), INVALID_HANDLE_VALUE);
+            EXPECT_EQ(lastError, ERROR_PATH_NOT_FOUND) << name;
+        }
+    }
+}
+
+TEST_F(FileOpening, PipesAreRefusedAndDevicesReadAsTheirBytesCome)
+{
+    ASSERT_EQ(mkfifo(Native("pipe").c_str(), 0666), 0);
+    std::filesystem::create_symlink("/dev/zero", Native("zero"));
+    for (const DWORD access : {DWORD{0}, GENERIC_READ, GENERIC_WRITE, BOTH}) {
+        EXPECT_EQ(TryOpen("pipe", access, 0), ERROR_ACCESS_DENIED);
+        EXPECT_EQ(TryOpen("zero", access, 0), ERROR_SUCCESS);
+    }
+    auto* const zero = Open("zero", BOTH, 0, CREATE_ALWAYS);
+    char bytes[8] = "";
+    DWORD done = 0;
+    EXPECT_TRUE(WriteFile(zero, "abc", 3, &done, nullptr) && ReadFile(zero, bytes, 8, &done, nullptr));
+    EXPECT_EQ(std::string(bytes, done), std::string(8, '\0'));
+    CloseHandle(zero);
+}
+
+TEST_F(FileOpening, DeletingKeepsToSharesWhateverTheHostAllows)
+{
+    auto* const file = Open("file", GENERIC_WRITE, SHARE_ALL);
+    rlimit limit{};
+    getrlimit(RLIMIT_NOFILE, &limit);
+    const rlimit none{0, limit.rlim_max};
+    setrlimit(RLIMIT_NOFILE, &none);
+    EXPECT_EQ(ErrorOf(DeleteFileW(PathOf("file").c_str())), ERROR_TOO_MANY_OPEN_FILES);
+    setrlimit(RLIMIT_NOFILE, &limit);
+
+    std::filesystem::permissions(scratch_.Path(), std::filesystem::perms::all);
+    chmod(Native("file").c_str(), 0222);
+    const uid_t user = geteuid();
+    EXPECT_TRUE(user != 0 || seteuid(65534) == 0); // the superuser could read it
+    EXPECT_EQ(ErrorOf(DeleteFileW(PathOf("file").c_str())), ERROR_SHARING_VIOLATION);
+    EXPECT_TRUE(user != 0 || seteuid(user) == 0);
+    CloseHandle(file);
+    EXPECT_TRUE(DeleteFileW(PathOf("file").c_str()));
+}
+
+TEST_F(FileOpening, WhoEmptiesAFileWritesUntilItIsEmpty)
+{
+    for (const DWORD access : {DWORD{0}, GENERIC_READ}) {
+        EXPECT_EQ(TryOpen("file", access, SHARE_ALL, TRUNCATE_EXISTING), ERROR_INVALID_PARAMETER);
+        for (const DWORD shareMode : {DWORD{0}, FILE_SHARE_READ, FILE_SHARE_WRITE, SHARE_ALL}) {
+            std::ofstream(Native("file")) << "text";
+            auto* const reader = Open("file", GENERIC_READ, FILE_SHARE_READ);
+            EXPECT_EQ(TryOpen("file", access, SHARE_ALL, CREATE_ALWAYS), ERROR_SHARING_VIOLATION);
+            EXPECT_EQ(std::filesystem::file_size(Native("file")), 4u);
+            CloseHandle(reader);
+            auto* const file = Open("file", access, shareMode, CREATE_ALWAYS);
+            EXPECT_EQ(lastError, ERROR_ALREADY_EXISTS);
+            EXPECT_EQ(std::filesystem::file_size(Native("file")), 0u);
+            for (const DWORD other : {GENERIC_READ, GENERIC_WRITE}) {
+                const DWORD needs = other == GENERIC_READ ? FILE_SHARE_READ : FILE_SHARE_WRITE;
+                EXPECT_EQ(TryOpen("file", other, FILE_SHARE_READ),
+                          access == 0 || (shareMode & needs) != 0 ? ERROR_SUCCESS : ERROR_SHARING_VIOLATION);
+            }
+            CloseHandle(file);
+        }
+    }
+}
+
+TEST_F(FileOpening, AWriteThatFailsHalfWayHasDoneNothing)
+{
+    const auto page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+    auto* const bytes = static_cast<char*>(
+        mmap(nullptr, 2 * page, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
+    ASSERT_EQ(mprotect(bytes + page, page, PROT_NONE), 0);
+    auto* const file = Open("file", BOTH, 0);
+    DWORD done = 9;
+    EXPECT_FALSE(WriteFile(file, bytes + page - 2, 4, &done, nullptr));
+    EXPECT_EQ(lastError, ERROR_INVALID_USER_BUFFER);
+    EXPECT_EQ(done, 0u);
+    EXPECT_EQ(SetFilePointer(file, 0, nullptr, FILE_CURRENT), 0u);
+    CloseHandle(file);
+    munmap(bytes, 2 * page);
+}
+
+TEST(FileTimes, TheHostsBeyondThePlatformsAreItsFirstAndLast)
+{
+    constexpr std::int64_t MOST = std::numeric_limits<std::int64_t>::max();
+    const std::tuple<std::int64_t, long, std::int64_t> rows[] = {
+        {0, 199, 116'444'736'000'000'001},
+        {FIRST_SECOND, 100, 1},
+        {FIRST_SECOND - 1, 999'999'999, 0},
+        {-MOST - 1, 0, 0},
+        {LAST_SECOND - 1, 999'999'999, (MOST / FILE_TIME_STEPS_A_SECOND) * FILE_TIME_STEPS_A_SECOND - 1},
+        {LAST_SECOND, 0, MOST},
+        {MOST, 999'999'999, MOST},
+    };
+    for (const auto& [seconds, nanoseconds, steps] : rows) {
+        EXPECT_EQ(StepsOf(ToFileTime({seconds, nanoseconds})), steps) << seconds;
+    }
+}
+
+} // namespace
