@@ -13,6 +13,7 @@
 namespace Plinth {
 namespace {
 
+constexpr std::uint64_t STAMP = 0x01C000000000000A;
 constexpr std::uint32_t MISSING_IS_FINE = MODE_OPEN_EXISTING | MODE_WRITE | MODE_MISSING_OK;
 
 class IndexedFileSystem : public testing::Test {
@@ -123,6 +124,15 @@ TEST_F(IndexedFileSystem, TellsWhatIsOnTheDisk)
         }
     }
     ExpectWhatIsOnTheDisk(false);
+    for (const auto& [name, content] : tree.All()) {
+        if (content != "\\" && random() % 2 == 0) {
+            std::filesystem::remove(tree.Native(name));
+            EXPECT_EQ(Told(Varied(name)), std::to_string(content.size())) << name;
+        }
+    }
+    files.SetRoot("", false);
+    files.SetRoot(tree.Root().c_str(), true);
+    ExpectWhatIsOnTheDisk(true);
 }
 
 TEST_F(IndexedFileSystem, LearnsOnlyOfWhatItOpensForWriting)
@@ -136,22 +146,29 @@ TEST_F(IndexedFileSystem, LearnsOnlyOfWhatItOpensForWriting)
     tree.Write("a/b.txt", "12345");
     tree.Write("a/c.txt", "12345");
     tree.Write("a/other", "12345");
+    tree.MakeFolder("swapped");
     files.SetRoot(tree.Root().c_str(), true);
     files.MakeDirectory("new", true);
     tree.Write("a/other", "123");
     tree.Write("a/late", "12");
+    tree.Write("a/b.txt", "1");
     Write("a/b.txt", MODE_OPEN_EXISTING | MODE_READ); // not for writing
+    expect({{"a/b.txt", "5"}});
     EXPECT_TRUE(files.EraseFile("a/b.txt"));
     expect({{"new", "-"}, {"a/other", "5"}, {"a/late", "-"}, {"a/b.txt", "5"}});
 
     EXPECT_THROW(Write("a/gone", MODE_OPEN_EXISTING | MODE_WRITE), CFileException);
     EXPECT_THROW(Write("new", MODE_OPEN_ALWAYS | MODE_WRITE), CFileException);
-    for (const char* name : {"A/LATE", "a/b.txt", "a/none", "made"}) {
+    std::filesystem::remove(tree.Native("swapped"));
+    tree.Write("swapped", "12");
+    for (const char* name : {"A/LATE", "a/b.txt", "a/none", "made", "swapped"}) {
         Write(name, MISSING_IS_FINE); // what is gone is stale from now on, and as it was
     }
     expect(
         {{"a/gone", "-"}, {"new", "-"}, {"a/late", "2"}, {"a/b.txt", "5"}, {"a/NONE", "0"}, {"made", "0"}});
     EXPECT_EQ(InfoOf("a/none").time, 0u);
+    EXPECT_EQ(Told("swapped"), "\\"); // a folder stays one
+    EXPECT_EQ(InfoOf("swapped").size, 2u);
     tree.Write("a/b.txt", "123456");
     tree.Write("a/none", "1");
     tree.MakeFolder("made");
@@ -160,7 +177,8 @@ TEST_F(IndexedFileSystem, LearnsOnlyOfWhatItOpensForWriting)
     expect({{"a/b.txt", "6"}});
 
     const std::unique_ptr<IStream> stream(files.OpenStream("a/c.txt", MODE_APPEND | MODE_READ | MODE_WRITE));
-    EXPECT_EQ(InfoOf("a/c.txt").time, stream->GetTime());
+    stream->SetTime(STAMP);
+    EXPECT_EQ(InfoOf("a/c.txt").time, STAMP);
     stream->Write("6", 1);
     expect({{"a/c.txt", "5"}}); // written after the refreshing
 }
@@ -185,6 +203,8 @@ TEST_F(IndexedFileSystem, IsScannedForAnotherRootAlone)
 {
     tree.Write("a/b", "12345");
     const std::string root = tree.Root();
+    std::string otherCase = root;
+    otherCase[0] = static_cast<char>(otherCase[0] ^ 0x20); // the drive's
     files.SetRoot(root.c_str(), true);
     tree.Write("a/c", "12345");
     struct Row {
@@ -194,11 +214,17 @@ TEST_F(IndexedFileSystem, IsScannedForAnotherRootAlone)
         const char* told;
     };
     const Row rows[] = {
-        {root + "/", true, "a/c", "-"},                                     // the same
-        {root, false, "a/c", "5"},                                          // the disk
-        {root, true, "a/c", "-"},       {root + "/a/..", true, "a/c", "5"}, // another text
-        {root + "/a", false, "c", "5"}, {root + "/a", true, "c", "-"}, // the same again, and never scanned
-        {root, true, "a/c", "5"},       {root + "/a", true, "c", "5"},
+        {root + "/", true, "a/c", "-"}, // the same
+        {root, false, "a/c", "5"},      // the disk
+        {root, true, "a/c", "-"},
+        {otherCase, true, "a/c", "5"}, // another text
+        {root, false, "a/c", "5"},
+        {root, true, "a/c", "-"},
+        {root + "/a/..", true, "a/c", "5"}, // another text
+        {root + "/a", false, "c", "5"},
+        {root + "/a", true, "c", "-"}, // the same again, and never scanned
+        {root, true, "a/c", "5"},
+        {root + "/a", true, "c", "5"},
     };
     for (const Row& row : rows) {
         files.SetRoot(row.root.c_str(), row.useIndex);

@@ -64,7 +64,8 @@ void Do(CBufferedStream& stream, char operation, std::int64_t number)
     }
 }
 
-// Operations are a letter and its number each, as in "r 10 p 3 !Read r 10": there, Read fails once.
+// Operations are a letter and its number each, as in "r 10 p 3 !1Read r 10": there, the first Read but one
+// fails.
 void Run(const Row& row, bool reading, bool aligned)
 {
     SCOPED_TRACE(row.operations);
@@ -77,7 +78,9 @@ void Run(const Row& row, bool reading, bool aligned)
     std::istringstream input(row.operations);
     for (std::string word; input >> word;) {
         if (word[0] == '!') {
-            inner.failing = word.substr(1);
+            const std::size_t name = word.find_first_not_of("!0123456789");
+            inner.failing = word.substr(name);
+            inner.failsAfter = name == 1 ? 0 : std::stoi(word.substr(1));
             input >> word;
         }
         std::int64_t number = 0;
@@ -134,17 +137,22 @@ TEST(CBufferedStream, ReadsAhead)
 
 TEST(CBufferedStream, MovesWhatItReads)
 {
-    RunRows(READING, {PLAIN},
-            {
-                {"r 10 p 16 r 1", "Read 16 1, SetPosition 16, Read 16 1", 17},
-                {"r 10 c 6 r 1", "Read 16 1, GetPosition, Seek 0 1, Read 16 1", 17},
-                {"r 10 c -11 r 1", "Read 16 1, GetPosition, Seek -17 1, Read 16 1", 1},
-                {"r 20 b 15 r 1", "Read 16 1, Read 16 1, Seek 15 0, Read 16 1", 16},
-                {"r 10 e -95 r 1", "Read 16 1, Seek -95 2, Read 16 1", 6}, // never within the block
-                {"r 10 x 3 r 1", "Read 16 1, Seek 3 3, Read 16 1", 17},
-                {"p 4294967295 c 2 r 1", "SetPosition 4294967295, GetPosition, Seek -99 1, Read 16 1", 2},
-                {"r 10 c 2147483647", "Read 16 1, GetPosition, Seek 2147483641 1", 100},
-            });
+    RunRows(
+        READING, {PLAIN},
+        {
+            {"r 10 p 16 r 1", "Read 16 1, SetPosition 16, Read 16 1", 17},
+            {"r 10 !1Read r 40 p 10 r 20",
+             "Read 16 1, Read 16 1, Read 16 1, throws 1, SetPosition 10, Read 16 1, Read 16 1", 30},
+            {"r 10 !1Read r 12 p 8 r 1",
+             "Read 16 1, Read 16 1, Read 16 1, Read 16 1, throws 1, SetPosition 8, Read 16 1", 9, 16, 100, 5},
+            {"r 10 c 6 r 1", "Read 16 1, GetPosition, Seek 0 1, Read 16 1", 17},
+            {"r 10 c -11 r 1", "Read 16 1, GetPosition, Seek -17 1, Read 16 1", 1},
+            {"r 20 b 15 r 1", "Read 16 1, Read 16 1, Seek 15 0, Read 16 1", 16},
+            {"r 10 e -95 r 1", "Read 16 1, Seek -95 2, Read 16 1", 6}, // never within the block
+            {"r 10 x 3 r 1", "Read 16 1, Seek 3 3, Read 16 1", 17},
+            {"p 4294967295 c 2 r 1", "SetPosition 4294967295, GetPosition, Seek -99 1, Read 16 1", 2},
+            {"r 10 c 2147483647", "Read 16 1, GetPosition, Seek 2147483641 1", 100},
+        });
     RunRows(
         READING, {ALIGNED},
         {
@@ -174,7 +182,7 @@ TEST(CBufferedStream, CollectsWhatItWrites)
                 {"w 5 c 0", "", 5},
                 {"w 5 e 0 w 1", "Write 5, Seek 0 2", 6},
                 {"w 5 c -1 w 1", "Write 5, Seek -1 1", 5},
-                {"w 5 x 7", "Write 5, Seek 7 3", 5},
+                {"w 5 x 7 x 0", "Write 5, Seek 7 3, Write 0, Seek 0 3", 5},
                 {"w 5 p 2 w 20", "Write 5, SetPosition 2, Write 16", 22},
                 {"p 0", "Write 0, SetPosition 0", 0},
                 {"w 3", "Write 1, Write 1", 3, 0},

@@ -35,7 +35,8 @@ public:
     }
 
     std::uint32_t largestRead = UINT32_MAX; // more it does not give at once
-    std::string failing;                    // the operation that throws FILE_ERROR_GENERIC when recorded
+    std::string failing;                    // the operation that throws FILE_ERROR_GENERIC when recorded,
+    int failsAfter = 0;                     // after so many times that it does not
 
 private:
     template <typename... Numbers>
@@ -43,7 +44,7 @@ private:
     {
         log_ += (log_.empty() ? "" : ", ") + std::string(operation);
         ((log_ += ' ' + std::to_string(numbers)), ...);
-        if (failing == operation) {
+        if (failing == operation && failsAfter-- == 0) {
             throw Plinth::CFileException(Plinth::FILE_ERROR_GENERIC, NAME);
         }
     }
