@@ -8,8 +8,10 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <memory>
 
 namespace {
 
@@ -20,9 +22,11 @@ constexpr std::size_t LONGEST_MATCHED = 12; // the plain matcher tries all ways
 // The root of drive Q:, with a folder and a file in it.
 std::string MakeRoot()
 {
-    const auto root = std::filesystem::canonical(std::filesystem::temp_directory_path()) / "brenvault-fuzz";
-    std::filesystem::create_directories(root / "Folder");
-    std::ofstream(root / "Folder" / "File.txt") << "x";
+    std::string root =
+        std::filesystem::canonical(std::filesystem::temp_directory_path()) / "brenvault-fuzz-XXXXXX";
+    Require(mkdtemp(root.data()) != nullptr);
+    std::filesystem::create_directory(root + "/Folder");
+    std::ofstream(root + "/Folder/File.txt") << "x";
     SetDrive('Q', root);
     return root;
 }
@@ -51,6 +55,7 @@ void CheckParts(std::u16string_view full)
 void CheckPath(std::u16string_view path)
 {
     static const std::string root = MakeRoot();
+    static const std::shared_ptr<void> remover(nullptr, [](void*) { std::filesystem::remove_all(root); });
     std::u16string full;
     std::u16string storage;
     std::u16string_view view;
@@ -65,7 +70,7 @@ void CheckPath(std::u16string_view path)
     full[0] = u'Q';
     std::string native;
     if (FindNative(full, native) == ERROR_SUCCESS) {
-        Require(native.starts_with(root) && std::filesystem::exists(native));
+        Require((native == root || native.starts_with(root + '/')) && std::filesystem::exists(native));
     }
 }
 

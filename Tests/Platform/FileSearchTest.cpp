@@ -112,6 +112,7 @@ TEST_F(FileSearch, ADrivesRootHasNoDots)
 TEST_F(FileSearch, TellsWhatIsThere)
 {
     const FILETIME time = {0x12345678, 0x01D00000};
+    const FILETIME access = {0x87654321, 0x01C00000};
     for (const auto& [name, low, high, attributes] :
          {std::tuple("f\\c", 5, 0, FILE_ATTRIBUTE_ARCHIVE),
           std::tuple("f\\b.txt", -1, 0, FILE_ATTRIBUTE_ARCHIVE),
@@ -120,7 +121,7 @@ TEST_F(FileSearch, TellsWhatIsThere)
                                        FILE_ATTRIBUTE_NORMAL, nullptr);
         LONG highPart = high;
         SetFilePointer(file, low, &highPart, FILE_BEGIN);
-        EXPECT_TRUE(SetEndOfFile(file) && SetFileTime(file, nullptr, nullptr, &time));
+        EXPECT_TRUE(SetEndOfFile(file) && SetFileTime(file, nullptr, &access, &time));
         CloseHandle(file);
         if (high == 1) {
             std::filesystem::permissions(ToNative(PathOf(name)), std::filesystem::perms::owner_read);
@@ -130,8 +131,8 @@ TEST_F(FileSearch, TellsWhatIsThere)
         FindClose(FindFirstFileW(PathOf(name).c_str(), &found));
         EXPECT_EQ(found.nFileSizeLow, static_cast<DWORD>(low));
         EXPECT_EQ(found.nFileSizeHigh, static_cast<DWORD>(high));
-        EXPECT_EQ(found.ftLastWriteTime.dwLowDateTime, time.dwLowDateTime);
-        EXPECT_EQ(found.ftLastWriteTime.dwHighDateTime, time.dwHighDateTime);
+        EXPECT_EQ(std::memcmp(&found.ftLastAccessTime, &access, sizeof(access)), 0);
+        EXPECT_EQ(std::memcmp(&found.ftLastWriteTime, &time, sizeof(time)), 0);
         EXPECT_EQ(found.dwFileAttributes, static_cast<DWORD>(attributes));
     }
     EXPECT_FALSE(DeleteFileW(PathOf("f\\Z").c_str()));

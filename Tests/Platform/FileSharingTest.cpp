@@ -75,7 +75,8 @@ TEST_F(FileSharing, ThreeOpeningsConflictWhereTwoDo)
     for (DWORD number = 0; number < ALL_MODES * ALL_MODES; ++number) {
         const Mode first = ModeOf(number / ALL_MODES);
         const Mode second = ModeOf(number % ALL_MODES);
-        ASSERT_EQ(Open(first, one), DWORD{ERROR_SUCCESS});
+        std::filesystem::remove(native_);
+        ASSERT_EQ(Open(first, one, CREATE_NEW), DWORD{ERROR_SUCCESS}) << number;
         const bool isRefused = Conflict(first, second);
         EXPECT_EQ(Open(second, other), isRefused ? DWORD{ERROR_SHARING_VIOLATION} : DWORD{ERROR_SUCCESS})
             << number;

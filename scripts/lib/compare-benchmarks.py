@@ -4,7 +4,7 @@
 
 Only the measurements whose name has the word in it are run. Times are processor time, the user's and the system's:
 what else the machine does at the same time counts less; a benchmark that counts bytes is measured by those. Files
-of the benchmarks lie beside the program.
+of the benchmarks lie beside the program. The status is 77 where no name has the word.
 """
 
 import json
@@ -16,6 +16,7 @@ from pathlib import Path
 ROUNDS = 9
 SECONDS_A_PROCESS = "0.1"
 SECONDS_UNTIL_STUCK = 120
+STATUS_NOTHING_NAMED_SO = 77
 
 # What is measured, the peer, the largest ratio that is good enough; None: for information.
 TEXT = [
@@ -110,7 +111,7 @@ def main():
     program = Path(sys.argv[2]).resolve()
     word = sys.argv[3] if len(sys.argv) > 3 else ""
     if not any(word in name for name, _, _ in measurements):
-        sys.exit(f"No measurement has {word} in its name.")
+        sys.exit(STATUS_NOTHING_NAMED_SO)
     print(f"Medians of {ROUNDS} processes each, ours and the peer's in turn; a limit is the largest ratio that is good.")
     print(f"{'':32}{'ours':>10}{'peer':>10}  {'':12}{'ratio':>6}{'limit':>7}")
     for name, peer, limit in measurements:

@@ -158,6 +158,21 @@ TEST_F(FileFailures, OnlyReachableNamesAreFound)
     EXPECT_EQ(lastError, ERROR_DIRECTORY);
 }
 
+TEST_F(FileFailures, LargeFoldersAreReadWhole)
+{
+    const std::string rest(240, 'x');
+    for (int i = 1000; i < 1300; ++i) {
+        std::ofstream(scratch_.Path() / (std::to_string(i) + rest));
+    }
+    int next = 1000;
+    auto* const search = FindFirstFileW(PathOf("1*").c_str(), &found_);
+    do {
+        EXPECT_EQ(ToUtf8(found_.cFileName), std::to_string(next++) + rest);
+    } while (FindNextFileW(search, &found_));
+    FindClose(search);
+    EXPECT_EQ(next, 1300);
+}
+
 TEST_F(FileFailures, WindowsPatternsBeyondWines)
 {
     const std::tuple<const char16_t*, const char16_t*, bool> rows[] = {
@@ -174,13 +189,16 @@ TEST_F(FileFailures, WindowsPatternsBeyondWines)
 
 TEST_F(FileFailures, ReadOnlyFilesAreNotWritten)
 {
-    std::filesystem::permissions(scratch_.Path() / "another", std::filesystem::perms::owner_read);
+    auto* const made =
+        CreateFileW(new_.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, FILE_ATTRIBUTE_READONLY, nullptr);
+    EXPECT_TRUE(WriteFile(made, "text", 4, &done_, nullptr)); // who makes it may write it
+    CloseHandle(made);
     for (const DWORD disposition : {CREATE_ALWAYS, OPEN_EXISTING, OPEN_ALWAYS, TRUNCATE_EXISTING}) {
-        EXPECT_FALSE(Opened(CreateFileW(old_.c_str(), GENERIC_WRITE, 0, nullptr, disposition, 0, nullptr)));
+        EXPECT_FALSE(Opened(CreateFileW(new_.c_str(), GENERIC_WRITE, 0, nullptr, disposition, 0, nullptr)));
         EXPECT_EQ(lastError, ERROR_ACCESS_DENIED);
     }
-    EXPECT_TRUE(Opened(CreateFileW(old_.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr)));
-    EXPECT_EQ(std::filesystem::file_size(scratch_.Path() / "another"), 4u);
+    EXPECT_TRUE(Opened(CreateFileW(new_.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr)));
+    EXPECT_EQ(std::filesystem::file_size(ToNative(new_)), 4u);
 }
 
 TEST_F(FileFailures, WindowsAnswersWhereWineHasOthers)

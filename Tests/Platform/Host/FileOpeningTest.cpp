@@ -7,8 +7,8 @@
 
 #include <gtest/gtest.h>
 
+#include <csignal>
 #include <fstream>
-#include <sys/mman.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <tuple>
@@ -115,6 +115,21 @@ TEST_F(FileOpening, DeletingKeepsToSharesWhateverTheHostAllows)
     EXPECT_TRUE(DeleteFileW(PathOf("file").c_str()));
 }
 
+TEST_F(FileOpening, WhoMayOnlyReadDeniesWhoReadsAlready)
+{
+    std::filesystem::permissions(scratch_.Path(), std::filesystem::perms::all);
+    chmod(Native("file").c_str(), 0444);
+    const uid_t user = geteuid();
+    EXPECT_TRUE(user != 0 || seteuid(65534) == 0); // the superuser could write it
+    for (const DWORD first : {SHARE_ALL, FILE_SHARE_WRITE}) {
+        auto* const reader = Open("file", GENERIC_READ, first);
+        EXPECT_EQ(TryOpen("file", GENERIC_READ, FILE_SHARE_WRITE), ERROR_SHARING_VIOLATION) << first;
+        CloseHandle(reader);
+    }
+    EXPECT_EQ(TryOpen("file", GENERIC_READ, 0), ERROR_SUCCESS);
+    EXPECT_TRUE(user != 0 || seteuid(user) == 0);
+}
+
 TEST_F(FileOpening, WhoEmptiesAFileWritesUntilItIsEmpty)
 {
     for (const DWORD access : {DWORD{0}, GENERIC_READ}) {
@@ -140,18 +155,26 @@ TEST_F(FileOpening, WhoEmptiesAFileWritesUntilItIsEmpty)
 
 TEST_F(FileOpening, AWriteThatFailsHalfWayHasDoneNothing)
 {
-    const auto page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
-    auto* const bytes = static_cast<char*>(
-        mmap(nullptr, 2 * page, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
-    ASSERT_EQ(mprotect(bytes + page, page, PROT_NONE), 0);
     auto* const file = Open("file", BOTH, 0);
+    SetFilePointer(file, 2, nullptr, FILE_BEGIN);
+    rlimit limit{};
+    getrlimit(RLIMIT_FSIZE, &limit);
+    const rlimit small{5, limit.rlim_max};
+    const auto handler = std::signal(SIGXFSZ, SIG_IGN);
     DWORD done = 9;
-    EXPECT_FALSE(WriteFile(file, bytes + page - 2, 4, &done, nullptr));
-    EXPECT_EQ(lastError, ERROR_INVALID_USER_BUFFER);
+    setrlimit(RLIMIT_FSIZE, &small);
+    const DWORD error = ErrorOf(WriteFile(file, "abcdef", 6, &done, nullptr));
+    setrlimit(RLIMIT_FSIZE, &limit);
+    std::signal(SIGXFSZ, handler);
+    EXPECT_EQ(std::filesystem::file_size(Native("file")), 5u); // half of it went
+    EXPECT_EQ(error, ERROR_DISK_FULL);
     EXPECT_EQ(done, 0u);
-    EXPECT_EQ(SetFilePointer(file, 0, nullptr, FILE_CURRENT), 0u);
+    EXPECT_EQ(SetFilePointer(file, 0, nullptr, FILE_CURRENT), 2u);
+    EXPECT_TRUE(WriteFile(file, "abcdef", 6, &done, nullptr));
     CloseHandle(file);
-    munmap(bytes, 2 * page);
+    std::string content;
+    std::ifstream(Native("file")) >> content;
+    EXPECT_EQ(content, "teabcdef");
 }
 
 TEST(FileTimes, TheHostsBeyondThePlatformsAreItsFirstAndLast)
@@ -168,6 +191,11 @@ TEST(FileTimes, TheHostsBeyondThePlatformsAreItsFirstAndLast)
     };
     for (const auto& [seconds, nanoseconds, steps] : rows) {
         EXPECT_EQ(StepsOf(ToFileTime({seconds, nanoseconds})), steps) << seconds;
+    }
+    for (const std::int64_t steps : {std::int64_t{1}, FILE_TIME_OF_1970 - 1, FILE_TIME_OF_1970 + 1, MOST}) {
+        const timespec time = FromSteps(steps);
+        EXPECT_EQ((time.tv_sec - FIRST_SECOND) * FILE_TIME_STEPS_A_SECOND + time.tv_nsec / 100, steps);
+        EXPECT_TRUE(time.tv_nsec >= 0 && time.tv_nsec < 1'000'000'000) << steps;
     }
 }
 
