@@ -200,7 +200,8 @@ DWORD Opening::Truncate()
 DWORD Opening::Create(const std::string& native)
 {
     const bool isReadOnly = (request_.flagsAndAttributes & FILE_ATTRIBUTE_READONLY) != 0;
-    const int flags = (Flags() & ~O_PATH) | O_CREAT | O_EXCL;
+    const int flags = (Flags() & ~O_PATH) | O_CREAT | O_EXCL |
+                      (!Changes() && NeedsWriting(request_.access, request_.shareMode) ? O_RDWR : 0);
     file_ =
         SharedFile(Descriptor(open(native.c_str(), flags, isReadOnly ? NEW_FILE & ~ANY_WRITING : NEW_FILE)));
     isNew_ = file_.IsOpen();
