@@ -6,6 +6,7 @@
 #include "Platform/Host/Gate.h"
 #include "Platform/Host/Handles.h"
 #include "Platform/Host/ProcessStart.h"
+#include "Platform/Host/ShareModes.h"
 #include "Platform/Host/Utf.h"
 
 #include <algorithm>
@@ -253,6 +254,7 @@ DWORD Spawn(Launch& launch, pid_t& id)
         error = posix_spawn_file_actions_addclosefrom_np(actions.Get(), STDERR_FILENO + 1);
     }
     if (error == 0) {
+        const std::lock_guard starts(startOfProcess);
         error = posix_spawn(&id, launch.program.c_str(), actions.Get(), nullptr,
                             Pointers(launch.arguments).data(), Pointers(launch.environment).data());
     }

@@ -148,10 +148,13 @@ bool NeedsWriting(DWORD access, DWORD shareMode)
     return (access & GENERIC_READ) != 0 && (shareMode & FILE_SHARE_READ) == 0;
 }
 
+std::shared_mutex startOfProcess;
+
 SharedFile::~SharedFile()
 {
     if (holds_) {
-        TryLock(Number(), BothRegions(F_UNLCK));
+        const std::shared_lock nobodyStarts(startOfProcess);
+        file_ = Descriptor();
     }
 }
 

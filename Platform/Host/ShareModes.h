@@ -20,6 +20,8 @@
 #include "Platform/Host/Api/Types.h"
 #include "Platform/Host/WholeFile.h"
 
+#include <shared_mutex>
+
 namespace Platform::Host {
 
 enum class Sharing {
@@ -31,8 +33,11 @@ enum class Sharing {
 // Whether a file has to be open for writing too, so that a handle that only reads can have its lock.
 bool NeedsWriting(DWORD access, DWORD shareMode);
 
-// An open file with its share of it. The share is given up before the descriptor is closed: a process that
-// another thread is about to start has a copy of the descriptor for a moment.
+// Who starts a process holds it until the new program runs. In between the process has copies of all
+// descriptors, with which the shares of files that were closed meanwhile would live on.
+extern std::shared_mutex startOfProcess;
+
+// An open file with its share of it.
 class SharedFile {
 public:
     explicit SharedFile(Descriptor file = Descriptor()) : file_(std::move(file)) {}
