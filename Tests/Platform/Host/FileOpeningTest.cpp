@@ -2,17 +2,17 @@
 // permissions, no descriptors left), and where the layer keeps to Windows and Wine does not.
 #include "Platform/Host/FileTimes.h"
 #include "Platform/Host/LastError.h"
+#include "Platform/Host/Restrictions.h"
+#include "Platform/Host/WholeFile.h"
 #include "Tests/Support/ScratchFolder.h"
 #include "Tests/Support/Target.h"
 
 #include <gtest/gtest.h>
 
-#include <csignal>
 #include <fstream>
-#include <sys/resource.h>
-#include <sys/stat.h>
+#include <optional>
 #include <tuple>
-#include <unistd.h>
+#include <utility>
 
 namespace {
 
@@ -98,19 +98,16 @@ TEST_F(FileOpening, PipesAreRefusedAndDevicesReadAsTheirBytesCome)
 TEST_F(FileOpening, DeletingKeepsToSharesWhateverTheHostAllows)
 {
     auto* const file = Open("file", GENERIC_WRITE, SHARE_ALL);
-    rlimit limit{};
-    getrlimit(RLIMIT_NOFILE, &limit);
-    const rlimit none{0, limit.rlim_max};
-    setrlimit(RLIMIT_NOFILE, &none);
-    EXPECT_EQ(ErrorOf(DeleteFileW(PathOf("file").c_str())), ERROR_TOO_MANY_OPEN_FILES);
-    setrlimit(RLIMIT_NOFILE, &limit);
-
+    {
+        const LoweredLimit noDescriptor(RLIMIT_NOFILE, 0);
+        EXPECT_EQ(ErrorOf(DeleteFileW(PathOf("file").c_str())), ERROR_TOO_MANY_OPEN_FILES);
+    }
     std::filesystem::permissions(scratch_.Path(), std::filesystem::perms::all);
-    chmod(Native("file").c_str(), 0222);
-    const uid_t user = geteuid();
-    EXPECT_TRUE(user != 0 || seteuid(65534) == 0); // the superuser could read it
-    EXPECT_EQ(ErrorOf(DeleteFileW(PathOf("file").c_str())), ERROR_SHARING_VIOLATION);
-    EXPECT_TRUE(user != 0 || seteuid(user) == 0);
+    std::filesystem::permissions(Native("file"), std::filesystem::perms{0222});
+    {
+        const OrdinaryUser user; // the superuser could read it
+        EXPECT_EQ(ErrorOf(DeleteFileW(PathOf("file").c_str())), ERROR_SHARING_VIOLATION);
+    }
     CloseHandle(file);
     EXPECT_TRUE(DeleteFileW(PathOf("file").c_str()));
 }
@@ -118,16 +115,14 @@ TEST_F(FileOpening, DeletingKeepsToSharesWhateverTheHostAllows)
 TEST_F(FileOpening, WhoMayOnlyReadDeniesWhoReadsAlready)
 {
     std::filesystem::permissions(scratch_.Path(), std::filesystem::perms::all);
-    chmod(Native("file").c_str(), 0444);
-    const uid_t user = geteuid();
-    EXPECT_TRUE(user != 0 || seteuid(65534) == 0); // the superuser could write it
+    std::filesystem::permissions(Native("file"), std::filesystem::perms{0444});
+    const OrdinaryUser user; // the superuser could write it
     for (const DWORD first : {SHARE_ALL, FILE_SHARE_WRITE}) {
         auto* const reader = Open("file", GENERIC_READ, first);
         EXPECT_EQ(TryOpen("file", GENERIC_READ, FILE_SHARE_WRITE), ERROR_SHARING_VIOLATION) << first;
         CloseHandle(reader);
     }
     EXPECT_EQ(TryOpen("file", GENERIC_READ, 0), ERROR_SUCCESS);
-    EXPECT_TRUE(user != 0 || seteuid(user) == 0);
 }
 
 TEST_F(FileOpening, WhoEmptiesAFileWritesUntilItIsEmpty)
@@ -157,15 +152,10 @@ TEST_F(FileOpening, AWriteThatFailsHalfWayHasDoneNothing)
 {
     auto* const file = Open("file", BOTH, 0);
     SetFilePointer(file, 2, nullptr, FILE_BEGIN);
-    rlimit limit{};
-    getrlimit(RLIMIT_FSIZE, &limit);
-    const rlimit small{5, limit.rlim_max};
-    const auto handler = std::signal(SIGXFSZ, SIG_IGN);
+    std::optional<LoweredLimit> limit(std::in_place, RLIMIT_FSIZE, 5);
     DWORD done = 9;
-    setrlimit(RLIMIT_FSIZE, &small);
     const DWORD error = ErrorOf(WriteFile(file, "abcdef", 6, &done, nullptr));
-    setrlimit(RLIMIT_FSIZE, &limit);
-    std::signal(SIGXFSZ, handler);
+    limit.reset();                                             // what is printed may go to a file
     EXPECT_EQ(std::filesystem::file_size(Native("file")), 5u); // half of it went
     EXPECT_EQ(error, ERROR_DISK_FULL);
     EXPECT_EQ(done, 0u);
