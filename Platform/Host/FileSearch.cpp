@@ -63,9 +63,7 @@ bool Fits(std::string_view name)
 // The name has to fit.
 void Name(std::string_view name, WIN32_FIND_DATAW& found)
 {
-    const auto put = [&](const auto& text) {
-        *std::copy_n(text.begin(), std::min(text.size(), LONGEST_NAME), found.cFileName) = 0;
-    };
+    const auto put = [&](const auto& text) { *std::copy(text.begin(), text.end(), found.cFileName) = 0; };
     if (IsAscii(name)) {
         put(name);
     } else {

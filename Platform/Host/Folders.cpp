@@ -103,7 +103,7 @@ bool IsRefusal(int error)
 }
 
 // Has the file alone, unless another was quicker to delete it.
-DWORD TakeAlone(SharedFile& file)
+DWORD TakeAlone(const SharedFile& file)
 {
     const Sharing sharing = file.TakeAlone();
     struct stat status {};

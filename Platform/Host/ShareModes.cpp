@@ -152,39 +152,36 @@ std::shared_mutex startOfProcess;
 
 SharedFile::~SharedFile()
 {
-    if (holds_) {
+    if (IsOpen()) {
         const std::shared_lock nobodyStarts(startOfProcess);
         file_ = Descriptor();
     }
 }
 
-Sharing SharedFile::Take(DWORD access, DWORD shareMode)
+Sharing SharedFile::Take(DWORD access, DWORD shareMode) const
 {
     const bool reads = (access & GENERIC_READ) != 0;
     const bool writes = (access & GENERIC_WRITE) != 0;
     if (!reads && !writes) {
         return Sharing::TAKEN;
     }
-    holds_ = true;
     return TakeBoth(Number(), LockOfWriting(writes, (shareMode & FILE_SHARE_WRITE) == 0),
                     LockOfReading(reads, (shareMode & FILE_SHARE_READ) == 0));
 }
 
-Sharing SharedFile::TakeAlone()
+Sharing SharedFile::TakeAlone() const
 {
-    holds_ = true;
     return TakeOnce(Number(), BothRegions(F_WRLCK));
 }
 
 // The host changes the lock that is there in one step, so nobody comes between.
-void SharedFile::StopWriting(DWORD access, DWORD shareMode)
+void SharedFile::StopWriting(DWORD access, DWORD shareMode) const
 {
     if ((access & GENERIC_READ) != 0) {
         const bool denies = (shareMode & FILE_SHARE_WRITE) == 0;
         TryLock(Number(), {static_cast<short>(denies ? F_RDLCK : F_UNLCK), WRITING, REGION_LENGTH});
     } else {
         TryLock(Number(), BothRegions(F_UNLCK));
-        holds_ = false;
     }
 }
 

@@ -41,34 +41,25 @@ extern std::shared_mutex startOfProcess;
 class SharedFile {
 public:
     explicit SharedFile(Descriptor file = Descriptor()) : file_(std::move(file)) {}
-    SharedFile(SharedFile&& other) noexcept
-        : file_(std::move(other.file_)), holds_(std::exchange(other.holds_, false))
-    {
-    }
-    SharedFile& operator=(SharedFile&& other) noexcept
-    {
-        std::swap(file_, other.file_);
-        std::swap(holds_, other.holds_);
-        return *this;
-    }
+    SharedFile(SharedFile&&) noexcept = default;
+    SharedFile& operator=(SharedFile&&) noexcept = default;
     ~SharedFile();
 
     [[nodiscard]] int Number() const { return file_.Number(); }
     [[nodiscard]] bool IsOpen() const { return file_.IsOpen(); }
 
     // To be called once. Access 0 takes no part in it.
-    Sharing Take(DWORD access, DWORD shareMode);
+    [[nodiscard]] Sharing Take(DWORD access, DWORD shareMode) const;
 
     // Refused while anybody has the file open with access. Where it is open for writing, nobody else can have
     // it until it is closed.
-    Sharing TakeAlone();
+    [[nodiscard]] Sharing TakeAlone() const;
 
     // Makes of a share that was taken with GENERIC_WRITE added the one of this access, which has none.
-    void StopWriting(DWORD access, DWORD shareMode);
+    void StopWriting(DWORD access, DWORD shareMode) const;
 
 private:
     Descriptor file_;
-    bool holds_ = false;
 };
 
 } // namespace Platform::Host
