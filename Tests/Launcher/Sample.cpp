@@ -65,7 +65,7 @@ int main(int argc, char** argv)
 
     PrintTitle("The game is there");
     const DWORD started = Show(install, commandLine, 1);
-    std::filesystem::remove(install.Game());
+    RemoveProgram(install.Game());
     PrintTitle("The game is missing");
     const DWORD failed = Show(install, commandLine, 0);
     return started == 0 && failed == 1 ? 0 : 1;

@@ -4,6 +4,7 @@
 
 #include <chrono>
 #include <fstream>
+#include <system_error>
 
 namespace {
 
@@ -35,11 +36,16 @@ std::vector<std::filesystem::path> FindReports(const std::filesystem::path& prog
     return reports;
 }
 
+std::chrono::steady_clock::time_point EndOfPatience()
+{
+    return std::chrono::steady_clock::now() + std::chrono::seconds(20);
+}
+
 } // namespace
 
 std::vector<StandInReport> AwaitReports(const std::filesystem::path& program, std::size_t count)
 {
-    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+    const auto end = EndOfPatience();
     std::vector<std::filesystem::path> files = FindReports(program);
     while (files.size() < count && std::chrono::steady_clock::now() < end) {
         Sleep(5);
@@ -51,4 +57,16 @@ std::vector<StandInReport> AwaitReports(const std::filesystem::path& program, st
         std::filesystem::remove(file);
     }
     return reports;
+}
+
+void RemoveProgram(const std::filesystem::path& program)
+{
+    const auto end = EndOfPatience();
+    std::error_code error;
+    while (!std::filesystem::remove(program, error) && error && std::chrono::steady_clock::now() < end) {
+        Sleep(5);
+    }
+    if (error) {
+        throw std::filesystem::filesystem_error("still in use", program, error);
+    }
 }

@@ -17,3 +17,7 @@ struct StandInReport {
 
 // Waits until the program's reports are that many and takes them; fewer when they do not come in 20 seconds.
 std::vector<StandInReport> AwaitReports(const std::filesystem::path& program, std::size_t count);
+
+// Removes a program that may have run a moment ago: the platform keeps the file of a process until it has
+// ended, which is after its report. Throws where that takes longer than 20 seconds.
+void RemoveProgram(const std::filesystem::path& program);
