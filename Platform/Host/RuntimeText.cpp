@@ -38,6 +38,14 @@ int MakeLower(Unit* text, std::size_t size)
     return 0;
 }
 
+template <typename Fold>
+int Compare(LPCWSTR a, LPCWSTR b, const Fold& fold)
+{
+    for (; *a != 0 && fold(*a) == fold(*b); ++a, ++b) {
+    }
+    return fold(*a) - fold(*b);
+}
+
 } // namespace
 
 } // namespace Platform::Host
@@ -60,6 +68,18 @@ std::size_t wcslen(LPCWSTR text)
 {
     GateSees("wcslen");
     return std::char_traits<WCHAR>::length(text);
+}
+
+int wcscmp(LPCWSTR a, LPCWSTR b)
+{
+    GateSees("wcscmp");
+    return Compare(a, b, [](WCHAR unit) { return unit; });
+}
+
+int _wcsicmp(LPCWSTR a, LPCWSTR b)
+{
+    GateSees("_wcsicmp");
+    return Compare(a, b, Lower<WCHAR>);
 }
 
 double DecimalAtof(const char* text)

@@ -29,6 +29,32 @@ TEST(RuntimeText, ComparesWithoutCase)
     }
 }
 
+TEST(RuntimeText, ComparesWideTexts)
+{
+    struct Row {
+        WideText a, b;
+        int exact, withoutCase;
+    };
+    const Row rows[] = {
+        {WIDE(""), WIDE(""), 0, 0},
+        {WIDE("ab"), WIDE("abc"), -1, -1},
+        {WIDE("aBc"), WIDE("AbC"), 1, 0},
+        {WIDE("["), WIDE("A"), 1, -1},
+        {WIDE("_"), WIDE("A"), 1, -1},
+        {WIDE("\u00C4"), WIDE("\u00E4"), -1, -1},
+        {WIDE("\u0416"), WIDE("Z"), 1, 1},
+        {WIDE("\uE000"), WIDE("\U0001F3AE"), 1, 1},
+        {WIDE("\uFFFF"), WIDE("\u0001"), 1, 1},
+    };
+    const auto signOf = [](int value) { return (value > 0) - (value < 0); };
+    for (const auto& [a, b, exact, withoutCase] : rows) {
+        EXPECT_EQ(signOf(wcscmp(a.c_str(), b.c_str())), exact) << ToUtf8(a);
+        EXPECT_EQ(signOf(wcscmp(b.c_str(), a.c_str())), -exact) << ToUtf8(a);
+        EXPECT_EQ(signOf(_wcsicmp(a.c_str(), b.c_str())), withoutCase) << ToUtf8(a);
+        EXPECT_EQ(signOf(_wcsicmp(b.c_str(), a.c_str())), -withoutCase) << ToUtf8(a);
+    }
+}
+
 TEST(RuntimeText, WritesIntegers)
 {
     struct Row {

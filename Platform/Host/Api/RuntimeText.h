@@ -28,6 +28,10 @@ int _wcslwr_s(LPWSTR text, std::size_t size);
 
 std::size_t wcslen(LPCWSTR text);
 
+// Below 0, 0 or above 0. wcscmp goes by the units, _wcsicmp by them with all letters taken as lower case.
+int wcscmp(LPCWSTR a, LPCWSTR b);
+int _wcsicmp(LPCWSTR a, LPCWSTR b);
+
 // atof as the platform's runtime has it: what begins like a decimal number, else 0. The host's own reads
 // "inf", "nan" and hexadecimals too, and may be inlined, so that another definition would not always be the
 // one used.
