@@ -1,5 +1,6 @@
 #include "Plinth/Config/RegistryValues.h"
 
+#include "Plinth/Config/CRegistryKey.h"
 #include "Plinth/Text/CWideString.h"
 
 #include <cstring>
@@ -14,49 +15,6 @@ constexpr std::size_t STRING_ROOM = 1024; // with the terminator that is put beh
 
 // Not one of the named roots: it has no key, but falls back like them.
 constexpr auto FALLBACK_ONLY_ROOT = static_cast<RegistryRoot>(3);
-
-// Closes what it holds.
-class CRegistryKey {
-public:
-    CRegistryKey() = default;
-    ~CRegistryKey()
-    {
-        if (handle_ != nullptr) {
-            RegCloseKey(handle_);
-        }
-    }
-    CRegistryKey(const CRegistryKey&) = delete;
-    CRegistryKey& operator=(const CRegistryKey&) = delete;
-
-    bool Open(HKEY root, const CWideString& path)
-    {
-        return RegOpenKeyExW(root, path.c_str(), 0, KEY_READ, &handle_) == ERROR_SUCCESS;
-    }
-
-    bool Create(HKEY root, const CWideString& path)
-    {
-        return RegCreateKeyExW(root, path.c_str(), 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &handle_,
-                               nullptr) == ERROR_SUCCESS;
-    }
-
-    bool Set(const CWideString& name, DWORD type, const void* data, DWORD size)
-    {
-        return RegSetValueExW(handle_, name.c_str(), 0, type, static_cast<const BYTE*>(data), size) ==
-               ERROR_SUCCESS;
-    }
-
-    // The size is the room on entry and the bytes read afterwards.
-    bool Query(const CWideString& name, DWORD type, void* data, DWORD& size)
-    {
-        DWORD typeRead = type;
-        return RegQueryValueExW(handle_, name.c_str(), nullptr, &typeRead, static_cast<BYTE*>(data), &size) ==
-                   ERROR_SUCCESS &&
-               typeRead == type;
-    }
-
-private:
-    HKEY handle_ = nullptr;
-};
 
 std::uint32_t Length(const char* text)
 {
@@ -109,14 +67,14 @@ bool WriteValue(HKEY root, const CWideString& path, const CWideString& name, DWO
                 DWORD size)
 {
     CRegistryKey key;
-    return key.Create(root, path) && key.Set(name, type, data, size);
+    return key.Create(root, path.c_str()) && key.Set(name.c_str(), type, data, size);
 }
 
 bool ReadValue(HKEY root, const CWideString& path, const CWideString& name, DWORD type, void* data,
                DWORD& size)
 {
     CRegistryKey key;
-    return key.Open(root, path) && key.Query(name, type, data, size);
+    return key.Open(root, path.c_str()) && key.Query(name.c_str(), type, data, size);
 }
 
 // Null: there is no second attempt.
