@@ -14,4 +14,5 @@ enum class LaunchStage : DWORD {
     CurrentDirectory = 0x42, // the folder cannot be made the current directory
     ProgramPath = 0x52,      // the path of the game or of the updater is too long
     StartGame = 0x62,        // the game's process could not be created
+    StartUpdater = 0x72,     // the updater was due, but its process could not be created
 };

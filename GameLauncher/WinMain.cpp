@@ -1,10 +1,14 @@
-// The launcher's entry: finds the install folder, starts the game from it and ends without waiting for it.
+// The launcher's entry: finds the install folder, starts the game's updater from it where that is due and the
+// game where it is not, and ends without waiting for what it started.
 //
 // The launch is a chain of platform calls. The first that fails ends it: its stage and the last error taken
 // right after the call go into the failure message. The calls, their order and the last errors are what
 // support staff read out of an error code, so nothing may come between a call and its GetLastError.
 #include "GameLauncher/FailureMessage.h"
 #include "GameLauncher/LaunchStage.h"
+#include "GameLauncher/PathBuffer.h"
+#include "GameLauncher/ProgramStart.h"
+#include "GameLauncher/UpdaterHandOff.h"
 #include "Platform/Win32.h"
 
 namespace {
@@ -14,10 +18,6 @@ constexpr LPCWSTR UPDATER_PATH = WIDE("Support\\Base\\GameUpdate\\BrenvaultGameU
 
 // The longest path that the launcher accepts for itself, terminator included. Less than a PathBuffer holds.
 constexpr DWORD MODULE_PATH_CAPACITY = 772;
-
-struct PathBuffer {
-    WCHAR text[1548] = {};
-};
 
 // Each step runs only when those before it went well; a step that fails leaves its stage behind.
 class LaunchSequence {
@@ -30,6 +30,7 @@ private:
     bool FindModule();
     bool EnterLauncherFolder();
     bool BuildProgramPath(PathBuffer& path, LPCWSTR relative);
+    bool StartUpdaterOrGame();
     bool StartGame();
     bool FailAt(LaunchStage stage);
 
@@ -87,22 +88,24 @@ bool LaunchSequence::BuildProgramPath(PathBuffer& path, LPCWSTR relative)
     return appended || FailAt(LaunchStage::ProgramPath);
 }
 
-// The game inherits the error mode: it starts with the platform's default, not with the launcher's. Its
-// handles stay open: the process ends right away and the platform closes them.
 bool LaunchSequence::StartGame()
 {
-    STARTUPINFOW startupInfo = {};
-    startupInfo.cb = sizeof(startupInfo);
-    static_assert(sizeof(void*) != 4 || sizeof(startupInfo) == 68);
-    PROCESS_INFORMATION processInformation = {};
+    const bool started = StartProgram(gamePath_.text, commandLine_, lastError_);
+    reinstallHint_ = !started;
+    return started || FailAt(LaunchStage::StartGame);
+}
 
-    SetErrorMode(0);
-    const BOOL created = CreateProcessW(gamePath_.text, commandLine_, nullptr, nullptr, FALSE, 0, nullptr,
-                                        nullptr, &startupInfo, &processInformation);
-    lastError_ = GetLastError();
-    SetErrorMode(SEM_FAILCRITICALERRORS);
-    reinstallHint_ = !created;
-    return created || FailAt(LaunchStage::StartGame);
+bool LaunchSequence::StartUpdaterOrGame()
+{
+    switch (TryStartUpdater(updaterPath_, folder_.text, gamePath_.text, &lastError_)) {
+    case UpdaterStarted:
+        return true;
+    case UpdaterStartFailed:
+        reinstallHint_ = true;
+        return FailAt(LaunchStage::StartUpdater);
+    default:
+        return StartGame();
+    }
 }
 
 int LaunchSequence::Run()
@@ -111,7 +114,7 @@ int LaunchSequence::Run()
     SetLastError(0);
     if (TakeCommandLine() && FindModule() && EnterLauncherFolder() &&
         BuildProgramPath(gamePath_, GAME_PATH) && BuildProgramPath(updaterPath_, UPDATER_PATH) &&
-        StartGame()) {
+        StartUpdaterOrGame()) {
         return 0;
     }
     ShowFailureMessage(stage_, lastError_, reinstallHint_);
