@@ -2,6 +2,8 @@
 
 #include "Tests/Support/Target.h"
 
+#include <fstream>
+
 namespace {
 
 constexpr const char* RUNTIME_ASSEMBLY = "Brenvault.Runtime"; // what the Windows launcher needs beside it
@@ -19,7 +21,9 @@ ProcessOptions WithProgram(ProcessOptions options, const InstallFolder& install)
 InstallFolder::InstallFolder(const std::filesystem::path& folder, const std::filesystem::path& launcher)
     : folder_(scratch_.Path() / folder)
 {
-    std::filesystem::create_directories(Game().parent_path());
+    for (const std::filesystem::path& file : {Game(), Updater(), SkuFile()}) {
+        std::filesystem::create_directories(file.parent_path());
+    }
     std::filesystem::copy_file(launcher, Launcher());
     const std::filesystem::path runtime = launcher.parent_path() / RUNTIME_ASSEMBLY;
     if (std::filesystem::exists(runtime)) {
@@ -31,6 +35,26 @@ InstallFolder::InstallFolder(const std::filesystem::path& folder, const std::fil
 std::filesystem::path InstallFolder::Game() const
 {
     return folder_ / "Data" / "Base" / "_Dbg" / "Bin" / "Release" / "BrenvaultR.exe";
+}
+
+std::filesystem::path InstallFolder::Updater() const
+{
+    return folder_ / "Support" / "Base" / "GameUpdate" / "BrenvaultGameUpdate.exe";
+}
+
+std::filesystem::path InstallFolder::SkuFile() const
+{
+    return folder_ / "Data" / "Base" / "Pakk" / "brenvaultsku.ini";
+}
+
+void InstallFolder::PlaceUpdater() const
+{
+    std::filesystem::copy_file(BuiltProgram("StandIn.exe"), Updater());
+}
+
+void InstallFolder::WriteSkuFile(const std::string& bytes) const
+{
+    std::ofstream(SkuFile(), std::ios::binary) << bytes;
 }
 
 RunningLaunch::RunningLaunch(const InstallFolder& install, const ProcessOptions& options)

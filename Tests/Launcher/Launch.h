@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-// The launcher and a stand-in game, laid out as a player has them.
+// The launcher and a stand-in game, laid out as a player has them. Updater and sku file are missing at first.
 class InstallFolder {
 public:
     // A name below a scratch folder, or a whole path; the launcher is the build's own unless another is
@@ -22,6 +22,11 @@ public:
     [[nodiscard]] const std::filesystem::path& Path() const { return folder_; }
     [[nodiscard]] std::filesystem::path Launcher() const { return folder_ / "Launcher.exe"; }
     [[nodiscard]] std::filesystem::path Game() const;
+    [[nodiscard]] std::filesystem::path Updater() const;
+    [[nodiscard]] std::filesystem::path SkuFile() const;
+
+    void PlaceUpdater() const; // a stand-in
+    void WriteSkuFile(const std::string& bytes) const;
 
 private:
     ScratchFolder scratch_;
