@@ -1,6 +1,8 @@
-// Shows what the launcher does: runs it in a sample install folder and prints what came of it.
+// Shows what the launcher does: runs it in a sample install folder through its three outcomes and prints what
+// it found there and what came of it.
 //
 //     Sample LAUNCHER     the launcher to show; colours when the environment has COLOUR
+#include "Plinth/Config/RegistryValues.h"
 #include "Tests/Launcher/Launch.h"
 #include "Tests/Support/Target.h"
 
@@ -8,6 +10,11 @@
 #include <iostream>
 
 namespace {
+
+constexpr LPCWSTR COMMAND_LINE = WIDE("Launcher.exe -window \"two words\"  -lang=de ");
+constexpr LPCWSTR SAMPLE_KEY = WIDE("Software\\Corvanta\\Brenvault Sample");
+constexpr const char* NAMED_KEY = "Software\\Corvanta\\Brenvault Sample\\GameUpdate";
+constexpr const char* UNNAMED_KEY = "SOFTWARE\\Corvanta\\The Brenvault\\GameUpdate";
 
 const char* Colour(const char* sequence)
 {
@@ -19,36 +26,66 @@ void PrintTitle(const std::string& title)
     std::cout << '\n' << Colour("\x1b[1m") << title << Colour("\x1b[0m") << '\n';
 }
 
-void PrintRow(const std::string& name, const std::string& value)
-{
-    std::cout << "  " << Colour("\x1b[36m") << name << Colour("\x1b[0m") << std::string(16 - name.size(), ' ')
-              << value << '\n';
-}
-
 // Lines after the first stand below it.
-void PrintLines(const std::string& name, std::string lines)
+void PrintRow(const std::string& name, std::string lines)
 {
     for (std::size_t end = lines.find('\n'); end != std::string::npos; end = lines.find('\n', end + 1)) {
         lines.replace(end, 1, "\n" + std::string(18, ' '));
     }
-    PrintRow(name, lines);
+    std::cout << "  " << Colour("\x1b[36m") << name << Colour("\x1b[0m") << std::string(16 - name.size(), ' ')
+              << lines << '\n';
 }
 
-// Launches and prints what was started and said; gives the launcher's exit code.
-DWORD Show(const InstallFolder& install, const WideText& commandLine, std::size_t gamesExpected)
+void PrintRegistration(const char* when, const char* key)
 {
-    const LaunchResult result = Launch(install, {.commandLine = commandLine});
-    PrintRow("command line", ToUtf8(commandLine));
-    for (const StandInReport& report : AwaitReports(install.Game(), gamesExpected)) {
+    std::string values;
+    for (const char* const name : {"Info", "InstallDir", "ExecPath"}) {
+        Plinth::CString value;
+        if (Plinth::GetRegString(HKEY_LOCAL_MACHINE, key, nullptr, name, value)) {
+            values += (values.empty() ? "" : "\n") + std::string(name) + " = " + value.CStr();
+        }
+    }
+    PrintRow(when, values.empty() ? "nothing" : values);
+}
+
+// Gives the number of programs.
+std::size_t PrintStarted(const std::filesystem::path& program, std::size_t expected)
+{
+    const std::vector<StandInReport> reports = AwaitReports(program, expected);
+    for (const StandInReport& report : reports) {
         PrintRow("started", report.values.at("program"));
         PrintRow("  command line", report.values.at("command line"));
         PrintRow("  folder", report.values.at("folder"));
     }
+    return reports.size();
+}
+
+struct Outcome {
+    const char* title;
+    std::string skuFile; // empty: there is none
+    const char* key;     // where the registration is looked for
+    std::size_t updaters, games;
+    DWORD exitCode;
+};
+
+// Whether it came as expected.
+bool Show(const InstallFolder& install, const Outcome& outcome)
+{
+    PrintTitle(outcome.title);
+    PrintRow("command line", ToUtf8(COMMAND_LINE));
+    PrintRow("sku file", outcome.skuFile.empty() ? "none" : outcome.skuFile);
+    PrintRow("registry key", outcome.key);
+    PrintRegistration("  before", outcome.key);
+    const LaunchResult result = Launch(install, {.commandLine = COMMAND_LINE});
+    PrintRegistration("  after", outcome.key);
+    const bool isAsExpected = PrintStarted(install.Updater(), outcome.updaters) == outcome.updaters &&
+                              PrintStarted(install.Game(), outcome.games) == outcome.games &&
+                              result.exitCode == outcome.exitCode;
     for (const SeenMessageBox& box : result.boxes) {
-        PrintLines("message box", ToUtf8(box.caption) + "\n" + ToUtf8(box.text));
+        PrintRow("message box", ToUtf8(box.caption) + "\n" + ToUtf8(box.text));
     }
     PrintRow("exit code", std::to_string(result.exitCode));
-    return result.exitCode;
+    return isAsExpected;
 }
 
 } // namespace
@@ -59,14 +96,23 @@ int main(int argc, char** argv)
         std::cerr << "usage: Sample LAUNCHER\n";
         return 2;
     }
+    const std::string skuFile = "[GameUpdate]\n"
+                                "Info=Brenvault 1.0\n"
+                                "GameName=Brenvault Sample\n"
+                                "ExecPath=Data\\Base\\_Dbg\\Bin\\Release\\BrenvaultR.exe";
+    const ScratchRegistry registry;
     const InstallFolder install("The Brenvault", std::filesystem::absolute(argv[1]));
-    const WideText commandLine = WIDE("Launcher.exe -window \"two words\"  -lang=de ");
     std::cout << "Install folder: " << ToUtf8(ToPlatform(install.Path())) << '\n';
 
-    PrintTitle("The game is there");
-    const DWORD started = Show(install, commandLine, 1);
+    RegDeleteTreeW(HKEY_LOCAL_MACHINE, SAMPLE_KEY); // one that was broken off may have left it
+    install.PlaceUpdater();
+    install.WriteSkuFile(skuFile);
+    bool isAsExpected =
+        Show(install, {"The sku file names the game: the updater goes first", skuFile, NAMED_KEY, 1, 0, 0});
+    RegDeleteTreeW(HKEY_LOCAL_MACHINE, SAMPLE_KEY);
+    std::filesystem::remove(install.SkuFile());
+    isAsExpected &= Show(install, {"Nothing is registered: the game starts", "", UNNAMED_KEY, 0, 1, 0});
     RemoveProgram(install.Game());
-    PrintTitle("The game is missing");
-    const DWORD failed = Show(install, commandLine, 0);
-    return started == 0 && failed == 1 ? 0 : 1;
+    isAsExpected &= Show(install, {"The game is missing", "", UNNAMED_KEY, 0, 0, 1});
+    return isAsExpected ? 0 : 1;
 }
