@@ -11,11 +11,13 @@ from pathlib import Path
 
 import pefile
 
-LARGEST_PROGRAM = 96 * 1024
+LARGEST_PROGRAM = 256 * 1024
 ASSEMBLY = "Brenvault.Runtime"
 RUNTIME_LIBRARIES = {"libgcc_s_dw2-1.dll", "libstdc++-6.dll"}
 TREE = {"Launcher.exe", ASSEMBLY, f"{ASSEMBLY}/{ASSEMBLY}.manifest"} | {f"{ASSEMBLY}/{name}" for name in RUNTIME_LIBRARIES}
-PROGRAM_IMPORTS = {"KERNEL32.dll", "msvcrt.dll", "SHLWAPI.dll", "USER32.dll"} | RUNTIME_LIBRARIES
+# All but the runtime's are on the platform's list of known libraries: they come from its own folder, whatever lies beside
+# the program. An import that is not would be taken from there.
+PROGRAM_IMPORTS = {"ADVAPI32.dll", "KERNEL32.dll", "msvcrt.dll", "SHLWAPI.dll", "USER32.dll"} | RUNTIME_LIBRARIES
 RUNTIME_IMPORTS = {"KERNEL32.dll", "msvcrt.dll"} | RUNTIME_LIBRARIES
 
 # Executable, line numbers and symbols stripped, 32 bits; not: relocations stripped.

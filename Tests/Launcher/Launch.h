@@ -43,6 +43,8 @@ public:
     // Without a program named, the install folder's launcher is started.
     RunningLaunch(const InstallFolder& install, const ProcessOptions& options);
 
+    [[nodiscard]] const StartedProcess& Process() const { return process_; }
+
     // Waits for the end, answering message boxes. After 15 seconds the launcher is ended by force.
     LaunchResult Finish();
 

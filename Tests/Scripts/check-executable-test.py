@@ -14,6 +14,7 @@ TREE, DEBUG, VERSION = Path(sys.argv[1]), Path(sys.argv[2]), sys.argv[3]
 CHECKER = Path(__file__).parents[2] / "scripts" / "check-executable.py"
 PROGRAM = "Launcher.exe"
 ASSEMBLY = "Brenvault.Runtime"
+RUNTIME_LIBRARIES = ("libgcc_s_dw2-1.dll", "libstdc++-6.dll")
 LIBRARY = f"{ASSEMBLY}/libstdc++-6.dll"
 ASSEMBLY_MANIFEST = f"{ASSEMBLY}/{ASSEMBLY}.manifest"
 DEBUG_FILE = "../Launcher.debug"  # as seen from the tree
@@ -91,11 +92,15 @@ def copy(old, new):
     return lambda folder: shutil.copyfile(folder / old, folder / new)
 
 
+def both(first, second):
+    return lambda folder: (first(folder), second(folder))
+
+
 DAMAGES = [
     ("is missing", lambda folder: (folder / LIBRARY).unlink()),
     ("does not belong to the tree", lambda folder: (folder / "Launcher.debug").touch()),
     ("does not belong to the tree", lambda folder: (folder / "empty").mkdir()),
-    ("more than 98304", lambda folder: (folder / PROGRAM).open("ab").write(bytes(98304))),
+    ("more than 262144", lambda folder: (folder / PROGRAM).open("ab").write(bytes(262144))),
     ("Launcher.exe: not built for i386", header("FILE_HEADER", "Machine", lambda _: 0x1C0)),
     ("libstdc++-6.dll: not built for i386", header("FILE_HEADER", "Machine", lambda _: 0x1C0, LIBRARY)),
     ("no GUI program", header("OPTIONAL_HEADER", "Subsystem", lambda _: 3)),
@@ -114,7 +119,7 @@ DAMAGES = [
     ("Launcher.exe: not stripped", text(".gnu_debuglink", ".debug_inform\0")),
     ("imports SHELL32.dll", text("SHLWAPI.dll", "SHELL32.dll")),
     ("libstdc++-6.dll: imports msvcrx.dll", replace(LIBRARY, b"\0msvcrt.dll\0", b"\0msvcrx.dll\0")),
-    ("imports nothing of the runtime", text("libgcc_s_dw2-1.dll", "KERNEL32.dll\0")),
+    ("imports nothing of the runtime", both(*(text(name, "KERNEL32.dll\0") for name in RUNTIME_LIBRARIES))),
     ("lacks functions that others import", copy(LIBRARY, f"{ASSEMBLY}/libgcc_s_dw2-1.dll")),
     ("no link with the debug file", text(".gnu_debuglink", ".gnu_debuglinx")),
     ("the debug file is not Launcher.debug", text("Launcher.debug", "Launchet.debug")),
