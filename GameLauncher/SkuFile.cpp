@@ -1,11 +1,11 @@
 #include "GameLauncher/SkuFile.h"
 
-#include "GameLauncher/WholeText.h"
 #include "Plinth/Config/CIniFile.h"
 #include "Plinth/FileSystem/CFileStream.h"
 #include "Plinth/FileSystem/CWindowsFileSystem.h"
 #include "Plinth/Streams/CMemoryStream.h"
 #include "Plinth/Streams/OpenMode.h"
+#include "Plinth/Streams/WholeText.h"
 
 using namespace Plinth;
 
@@ -16,9 +16,9 @@ constexpr const char* SECTION = "GameUpdate";
 
 CString PathOfSkuFile(LPCWSTR launcherFolder)
 {
-    CWideString path = Widen(WithTrailingSeparator(Narrow(launcherFolder), 0));
+    CWideString path = WidenWhole(WithTrailingSeparator(NarrowWhole(launcherFolder), 0));
     path += SKU_PATH;
-    return Narrow(path.c_str());
+    return NarrowWhole(path.c_str());
 }
 
 // A missing file leaves the document empty. All that is open is closed when this returns.
@@ -42,7 +42,7 @@ SkuFile ReadSkuFile(LPCWSTR launcherFolder) noexcept
         ReadDocument(document, PathOfSkuFile(launcherFolder));
         return {document.GetString(SECTION, "Info", ""), document.GetString(SECTION, "GameName", ""),
                 document.GetString(SECTION, "ExecPath", "")};
-    } catch (...) { // whatever it is: the game is more than its sku file
+    } catch (...) { // the game is more than its sku file, whatever is wrong with that
         return {};
     }
 }

@@ -2,10 +2,10 @@
 
 #include "GameLauncher/ProgramStart.h"
 #include "GameLauncher/SkuFile.h"
-#include "GameLauncher/WholeText.h"
 #include "Plinth/Config/CRegistryKey.h"
 #include "Plinth/Config/RegistryValues.h"
 #include "Plinth/FileSystem/CFileSearch.h"
+#include "Plinth/Streams/WholeText.h"
 
 using namespace Plinth;
 
@@ -52,7 +52,7 @@ bool ReadRegistration(LPCWSTR keyPath, RegisteredPath& path)
 CWideString KeyOfGame(const CString& gameName)
 {
     CWideString key(WIDE("Software\\Corvanta\\"));
-    key += Widen(gameName);
+    key += WidenWhole(gameName);
     key += WIDE("\\GameUpdate");
     return key;
 }
@@ -68,7 +68,7 @@ CString PathBelow(const CString& folder, const CString& execPath)
     return path;
 }
 
-// The user may lack the right to write there. Then what the registry has already decides.
+// What cannot be written, for lack of rights or of memory, is passed over: what the registry has decides.
 void Register(const CString& key, const char* name, const CString& value)
 {
     if (!value.IsEmpty()) {
@@ -76,14 +76,14 @@ void Register(const CString& key, const char* name, const CString& value)
     }
 }
 
-// All texts are made before the first is written, so that there is no registration of half a game.
+// All texts are made before the first is written: one that is not whole leaves the registration alone.
 bool IsNamedGameRegistered(const SkuFile& sku, LPCWSTR launcherFolder)
 {
-    const CString folder = Narrow(launcherFolder);
+    const CString folder = NarrowWhole(launcherFolder);
     const CString execPath = PathBelow(folder, sku.execPath);
-    const CWideString wideExecPath = Widen(execPath);
+    const CWideString wideExecPath = WidenWhole(execPath);
     const CWideString wideKey = KeyOfGame(sku.gameName);
-    const CString key = Narrow(wideKey.c_str());
+    const CString key = NarrowWhole(wideKey.c_str());
     Register(key, "info", sku.info);
     Register(key, "installdir", folder);
     Register(key, "execPath", execPath);

@@ -1,8 +1,10 @@
 // The decision whether the game's updater has to run before the game, and its start.
 //
-// The updater is due when it is there, when the registry has its registration, and when the path registered
-// is that of this game: the one that the sku file names or, where that names none, the launcher's own. A sku
-// file that names a game is registered first, as far as the user may do that.
+// The updater is due when it is there, when the registry has its whole registration, and when the path
+// registered is this game's. For a sku file that names a game that is its ExecPath below the folder, to the
+// letter; without an ExecPath the updater is never due. For any other it is the game's path, ASCII letters in
+// either case. What a sku file says of the game that it names is registered first, as far as the user may do
+// that.
 #pragma once
 
 #include "GameLauncher/PathBuffer.h"

@@ -1,6 +1,7 @@
 #include "Plinth/Config/CIniFile.h"
 
 #include "Plinth/Config/CIniFileImpl.h"
+#include "Plinth/Streams/WholeText.h"
 
 #include <cstdlib>
 
@@ -57,7 +58,7 @@ CString CIniFile::GetValue(const char* section, const char* key) const
 CString CIniFile::GetString(const char* section, const char* key, const CString& defaultValue) const
 {
     const CString* const value = FindValue(section, key);
-    return value != nullptr ? value->Trim() : defaultValue;
+    return value != nullptr ? TrimWhole(*value) : CopyWhole(defaultValue);
 }
 
 void CIniFile::SetInt(const char* section, const char* key, int value)

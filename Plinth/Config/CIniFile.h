@@ -6,8 +6,8 @@
 //
 // Names are exact: letter case counts and blanks do. Names and values are bytes; the empty text is a name
 // like others. Nothing is ever removed but by Parse, which replaces all. What is missing is answered by the
-// default, never by an exception. Where memory runs out, the operations that store throw "Out of memory!"
-// (CException), and the constructor std::bad_alloc. A document is used by one thread at a time.
+// default, never by an exception. Where memory runs out, the operations that store or give texts throw "Out
+// of memory!" (CException), and the constructor std::bad_alloc. A document is used by one thread at a time.
 #pragma once
 
 #include "Plinth/Text/CString.h"

@@ -1,9 +1,10 @@
 // A key of the registry, as an object that closes it.
 //
 //     CRegistryKey key;
-//     DWORD size = sizeof(text);
-//     if (key.Open(HKEY_LOCAL_MACHINE, WIDE("Software\\Maker")) && key.Query(WIDE("Version"), REG_SZ, text,
-//     size))
+//     DWORD version = 0;
+//     DWORD size = sizeof(version);
+//     if (key.Open(HKEY_LOCAL_MACHINE, WIDE("Software\\Maker")) &&
+//         key.Query(WIDE("Version"), REG_DWORD, &version, size)) {
 //
 // Open or Create comes first, once; both say whether they succeeded. Nothing is thrown, no memory is taken.
 #pragma once
@@ -37,13 +38,15 @@ public:
                ERROR_SUCCESS;
     }
 
+    // The size is in bytes; a text has its terminator in it.
     bool Set(LPCWSTR name, DWORD type, const void* data, DWORD size)
     {
         return RegSetValueExW(handle_, name, 0, type, static_cast<const BYTE*>(data), size) == ERROR_SUCCESS;
     }
 
     // Whether the value is there, of that type, and fits. The size is the room on entry and the bytes read
-    // afterwards. Null data ask only for the first two.
+    // afterwards. A text comes as it is stored, maybe without a terminator. After a failure data and size are
+    // undefined. Null data ask only for the first two.
     bool Query(LPCWSTR name, DWORD type, void* data, DWORD& size)
     {
         DWORD typeRead = type;

@@ -4,7 +4,7 @@
 #include "Plinth/FileSystem/PathText.h"
 #include "Plinth/Streams/CBufferedStream.h"
 #include "Plinth/Streams/CWindowsFileStream.h"
-#include "Plinth/Streams/Exceptions.h"
+#include "Plinth/Streams/WholeText.h"
 #include "Plinth/Text/CStringArray.h"
 
 #include <cstddef>
@@ -43,24 +43,6 @@ void AddTrailingSeparator(CTextBuilder& text)
 {
     if (text.GetLength() != 0 && !IsSeparatorOrColon(LastOf(text))) {
         text.AppendChar('\\');
-    }
-}
-
-// A copy that is whole.
-CString CopyOf(const CString& text)
-{
-    CString copy(text);
-    if (copy.GetLength() != text.GetLength()) {
-        ThrowOutOfMemory();
-    }
-    return copy;
-}
-
-// Makes the text's block large enough for a whole text of that size, its terminator included.
-void ReserveWholeOrThrow(CString& text, std::uint64_t size)
-{
-    if (text.GetBuffer(SizeOrThrow(size)) == nullptr) {
-        ThrowOutOfMemory();
     }
 }
 
@@ -129,7 +111,7 @@ CWindowsFileSystem::CWindowsFileSystem(const CString& root, bool useIndex)
 // Half an index would take files for missing, so a whole one is made first.
 void CWindowsFileSystem::SetRoot(const CString& root, bool useIndex)
 {
-    CString newRoot = CopyOf(root);
+    CString newRoot = CopyWhole(root);
     newRoot.Replace('/', '\\');
     newRoot.RemoveTrailingSeparator();
     if (!(newRoot == root_)) {
@@ -146,7 +128,7 @@ void CWindowsFileSystem::SetRoot(const CString& root, bool useIndex)
 CString& CWindowsFileSystem::GetFullPath(CString& fullPath, const CString& path) const
 {
     CString joined;
-    ReserveWholeOrThrow(joined, std::uint64_t{root_.GetLength()} + path.GetLength() + 2);
+    ReserveWhole(joined, std::uint64_t{root_.GetLength()} + path.GetLength() + 2);
     joined = root_;
     joined.AddTrailingSeparator();
     joined.Append(path);
@@ -189,8 +171,8 @@ void CWindowsFileSystem::MakeDirectory(const CString& path, bool allLevels)
     if (path.IsEmpty()) {
         return;
     }
-    CString base = CopyOf(root_);
-    ReserveWholeOrThrow(base, std::uint64_t{root_.GetLength()} + 2);
+    CString base = CopyWhole(root_);
+    ReserveWhole(base, std::uint64_t{root_.GetLength()} + 2);
     base.AddTrailingSeparator();
     if (!allLevels) {
         CreateDirectoryBelow(base, path);
@@ -199,7 +181,7 @@ void CWindowsFileSystem::MakeDirectory(const CString& path, bool allLevels)
     CStringArray pieces;
     path.Split("\\/", &pieces, 0);
     CString level;
-    ReserveWholeOrThrow(level, std::uint64_t{path.GetLength()} + 2);
+    ReserveWhole(level, std::uint64_t{path.GetLength()} + 2);
     for (std::uint32_t i = 0; i < pieces.GetCount(); ++i) {
         level.Append(*pieces.GetAt(i));
         level.Append("\\");
@@ -249,7 +231,7 @@ bool CWindowsFileSystem::MakeRelative(CString& path)
 
 void CWindowsFileSystem::GetDirectoryRoot(CString& root, const CString& path, std::uint32_t /*unused*/)
 {
-    CString found = IsDirectory(path, 0) ? CopyOf(root_) : CString();
+    CString found = IsDirectory(path, 0) ? CopyWhole(root_) : CString();
     root.Swap(found);
 }
 

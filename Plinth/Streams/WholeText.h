@@ -1,0 +1,68 @@
+// Texts that are whole or are not: "Out of memory!" is thrown in their place. The library's strings say
+// nothing where they find no memory, and half a path names another file, half a key another value.
+#pragma once
+
+#include "Plinth/Streams/Exceptions.h"
+#include "Plinth/Text/CString.h"
+#include "Plinth/Text/CWideString.h"
+
+#include <cstdint>
+
+namespace Plinth {
+
+// Makes the text's block large enough for `size` bytes, terminator included.
+inline void ReserveWhole(CString& text, std::uint64_t size)
+{
+    if (text.GetBuffer(SizeOrThrow(size)) == nullptr) {
+        ThrowOutOfMemory();
+    }
+}
+
+inline CString CopyWhole(const CString& text)
+{
+    CString copy(text);
+    if (copy.GetLength() != text.GetLength()) {
+        ThrowOutOfMemory();
+    }
+    return copy;
+}
+
+// See CString::Trim.
+inline CString TrimWhole(const CString& text)
+{
+    CString trimmed = text.Trim();
+    if (trimmed.IsEmpty() != text.IsEmpty()) {
+        ThrowOutOfMemory();
+    }
+    return trimmed;
+}
+
+inline CString NarrowWhole(LPCWSTR text)
+{
+    CString narrow(text);
+    if (narrow.IsEmpty() != (*text == 0)) {
+        ThrowOutOfMemory();
+    }
+    return narrow;
+}
+
+inline CWideString WidenWhole(const CString& text)
+{
+    CWideString wide(text);
+    if (wide.empty() != text.IsEmpty()) {
+        ThrowOutOfMemory();
+    }
+    return wide;
+}
+
+// The text and, unless it is empty or has one, a separator; with room for `more` bytes behind.
+inline CString WithTrailingSeparator(const CString& text, std::uint32_t more)
+{
+    CString separated;
+    ReserveWhole(separated, std::uint64_t{text.GetLength()} + more + 2);
+    separated = text;
+    separated.AddTrailingSeparator();
+    return separated;
+}
+
+} // namespace Plinth
