@@ -3,9 +3,6 @@
 // LaunchBenchmark.cpp makes due.
 #include "Platform/Win32.h"
 
-#include <algorithm>
-#include <iterator>
-
 namespace {
 
 constexpr LPCWSTR KEY = WIDE("Software\\Corvanta\\Launch Benchmark\\GameUpdate");

@@ -151,6 +151,23 @@ TEST(CIniFile, LooksUpWithoutABlock)
     EXPECT_EQ(watch.Blocks(), 1u); // the value's
 }
 
+TEST(CIniFile, GivesWholeTextsOrThrows)
+{
+    CIniFile document;
+    document.SetString("s", "k", " a value ");
+    const CString defaultValue(" a default ");
+    FailingInTurn points("CIniFile::GetString");
+    while (points.Next()) {
+        const TraceCapture trace;
+        bool isWhole = true;
+        points.Try([&] {
+            isWhole = std::string_view(document.GetString("s", "k", defaultValue).CStr()) == "a value" &&
+                      document.GetString("s", "missing", defaultValue) == defaultValue;
+        });
+        EXPECT_TRUE(isWhole);
+    }
+}
+
 TEST(CIniFile, StoresWholeOrNotAtAll)
 {
     FailingInTurn points("CIniFile::SetString");
