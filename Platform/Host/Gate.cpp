@@ -12,7 +12,7 @@ struct GateState {
     std::mutex mutex;
     GateRule rule;
     unsigned counted = 0;
-    bool failed = false;
+    std::optional<std::size_t> firstFailed;
     std::vector<std::string> calls;
     std::function<void(std::string_view)> observer;
 };
@@ -54,7 +54,9 @@ bool ConsultGate(const char* function, DWORD& error)
     if (!RuleHits(state, function)) {
         return false;
     }
-    state.failed = true;
+    if (!state.firstFailed.has_value()) {
+        state.firstFailed = state.calls.size() - 1;
+    }
     error = state.rule.error;
     return true;
 }
@@ -66,7 +68,7 @@ GateWatch::GateWatch(GateRule rule)
     assert(!gateWatched && "one watch at a time");
     state.rule = rule;
     state.counted = 0;
-    state.failed = false;
+    state.firstFailed.reset();
     state.calls.clear();
     state.observer = nullptr;
     gateWatched = true;
@@ -106,9 +108,14 @@ unsigned GateWatch::Points() const
 
 bool GateWatch::Failed() const
 {
+    return FirstFailed().has_value();
+}
+
+std::optional<std::size_t> GateWatch::FirstFailed() const
+{
     GateState& state = State();
     const std::lock_guard lock(state.mutex);
-    return state.failed;
+    return state.firstFailed;
 }
 
 } // namespace Platform::Host

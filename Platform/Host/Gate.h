@@ -13,6 +13,7 @@
 
 #include <functional>
 #include <new>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -20,7 +21,7 @@
 namespace Platform::Host {
 
 // Which call fails, and how. The function's own failure result is returned and `error` becomes the last
-// error; a function whose result is the error returns that.
+// error; a function whose result is the error returns that, or ERROR_GEN_FAILURE in place of none.
 struct GateRule {
     std::string_view function; // empty: calls of every function that can fail count
     unsigned ordinal = 0;      // 1 for the first counted call; 0: none fails
@@ -43,6 +44,7 @@ public:
     [[nodiscard]] unsigned Count(std::string_view function) const;
     [[nodiscard]] unsigned Points() const; // calls that the rule is about, failed or not
     [[nodiscard]] bool Failed() const;     // whether the rule made a call fail
+    [[nodiscard]] std::optional<std::size_t> FirstFailed() const; // which: its place in Calls()
 };
 
 // Records the call; true when it has to fail, `error` being why.
@@ -82,7 +84,9 @@ LONG GuardedStatus(const char* function, Body&& body)
         error = body();
         return true;
     };
-    Guarded(function, false, run, error);
+    if (!Guarded(function, false, run, error) && error == ERROR_SUCCESS) {
+        error = ERROR_GEN_FAILURE;
+    }
     lastError = before;
     return static_cast<LONG>(error);
 }

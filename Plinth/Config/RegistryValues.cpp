@@ -121,7 +121,10 @@ CString RegistryKeyPath(const char* key, const char* subKey)
     path.Append("\\", separated ? 0 : 1);
     path.Append(subKey, subKeyLength);
     const std::uint64_t length = std::uint64_t{keyLength} + (separated ? 0 : 1) + subKeyLength;
-    return path.GetLength() == length ? path : CString();
+    if (path.GetLength() != length) {
+        path.Clear();
+    }
+    return path;
 }
 
 bool SetRegString(HKEY root, const char* key, const char* subKey, const char* name, const CString& value)

@@ -149,7 +149,8 @@ std::uint8_t* CMemoryStream::Detach()
 std::uint32_t CMemoryStream::CopyFrom(IStream& source, std::uint32_t extra, bool rewind)
 {
     const std::uint32_t size = source.GetSize();
-    name_ = source.GetName();
+    CString name = source.GetName();
+    name_.Swap(name);
     if (extra > 0) {
         Resize(0, false);
         Reserve(SizeOrThrow(std::uint64_t{extra} + size));

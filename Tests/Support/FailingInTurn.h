@@ -33,6 +33,9 @@ public:
         return round_ == FIRST_ROUND || round_ <= points_ * 2;
     }
 
+    // Whether what fails in this round is the one block alone, or none.
+    [[nodiscard]] bool FailsOnce() const { return round_ % 2 != 0 || round_ == 0; }
+
     // Whether the operation came to its end.
     template <typename Operation>
     bool Try(const Operation& operation)

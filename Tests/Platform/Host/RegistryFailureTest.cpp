@@ -134,11 +134,15 @@ TEST_F(RegistryFailures, TheGateFailsFunctionsByTheirResult)
     const Key key(HKEY_CURRENT_USER, OUTER, KEY_ALL_ACCESS);
     const Bytes before = ReadFile(file_);
     for (const Operation& operation : OPERATIONS) {
-        const GateWatch watch({.function = operation.function, .ordinal = 1, .error = ERROR_DISK_FULL});
-        HKEY result = nullptr;
-        EXPECT_EQ(Call([&] { return operation.run(key, result); }), ERROR_DISK_FULL) << operation.function;
-        EXPECT_TRUE(watch.Failed());
-        EXPECT_EQ(result, nullptr);
+        for (const DWORD error : {ERROR_DISK_FULL, ERROR_SUCCESS}) { // none is not the result of a failure
+            const GateWatch watch({.function = operation.function, .ordinal = 1, .error = error});
+            HKEY result = nullptr;
+            EXPECT_EQ(Call([&] { return operation.run(key, result); }),
+                      error == ERROR_SUCCESS ? ERROR_GEN_FAILURE : error)
+                << operation.function;
+            EXPECT_EQ(watch.FirstFailed(), 1u) << operation.function;
+            EXPECT_EQ(result, nullptr);
+        }
     }
     EXPECT_EQ(ReadFile(file_), before);
 }
