@@ -15,7 +15,6 @@ struct SkuFile {
     Plinth::CString execPath; // below the install folder
 };
 
-// A key that is missing, or that there is no memory for, reads as the empty text, and so do all three where
-// the file is missing, cannot be read to its end, or there is no memory to parse it. The file is closed
-// again.
+// A key that is missing reads as the empty text, and so do all three where the file is missing, cannot be
+// read to its end, or there is no memory for it. The file is closed again.
 SkuFile ReadSkuFile(LPCWSTR launcherFolder) noexcept;
