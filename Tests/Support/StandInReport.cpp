@@ -8,10 +8,21 @@
 
 namespace {
 
+std::chrono::steady_clock::time_point EndOfPatience()
+{
+    return std::chrono::steady_clock::now() + std::chrono::seconds(20);
+}
+
+// Who gave the report its name has it open for a moment longer, and Wine then lets nobody read it.
 StandInReport ReadReport(const std::filesystem::path& file)
 {
-    StandInReport report{file, {}, {}};
+    const auto end = EndOfPatience();
     std::ifstream lines(file, std::ios::binary);
+    while (!lines.is_open() && std::chrono::steady_clock::now() < end) {
+        Sleep(5);
+        lines.open(file, std::ios::binary);
+    }
+    StandInReport report{file, {}, {}};
     for (std::string line; std::getline(lines, line);) {
         const std::size_t colon = line.find(": ");
         const std::string name = line.substr(0, colon);
@@ -34,11 +45,6 @@ std::vector<std::filesystem::path> FindReports(const std::filesystem::path& prog
         }
     }
     return reports;
-}
-
-std::chrono::steady_clock::time_point EndOfPatience()
-{
-    return std::chrono::steady_clock::now() + std::chrono::seconds(20);
 }
 
 } // namespace

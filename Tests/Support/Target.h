@@ -5,6 +5,7 @@
 #include "Tests/Support/WideText.h"
 
 #include <filesystem>
+#include <functional>
 
 // Between paths as the platform's functions take them and paths as the standard library does. The native path
 // of a file that is not there is where it would be; it is empty where its folder is not there.
@@ -39,6 +40,10 @@ public:
 private:
     ScratchFolder folder_;
 };
+
+// Runs the function while the registry refuses to be written. False where the target cannot refuse it: the
+// function has then not run.
+bool RunWithoutRegistryWriting(const std::function<void()>& run);
 
 // Handles that this process got from the one that started it, standard input, output and error apart.
 int CountInheritedHandles();

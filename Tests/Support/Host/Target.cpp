@@ -2,6 +2,7 @@
 
 #include "Platform/Host/Control.h"
 #include "Platform/Host/Drives.h"
+#include "Platform/Host/Gate.h"
 
 #include <string>
 #include <system_error>
@@ -41,6 +42,13 @@ ScratchRegistry::ScratchRegistry()
 ScratchRegistry::~ScratchRegistry()
 {
     Platform::Host::SetRegistryFile("");
+}
+
+bool RunWithoutRegistryWriting(const std::function<void()>& run)
+{
+    const Platform::Host::GateWatch watch({"RegCreateKeyExW", 1, ERROR_ACCESS_DENIED, true});
+    run();
+    return true;
 }
 
 int CountInheritedHandles()

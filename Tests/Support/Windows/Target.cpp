@@ -48,6 +48,11 @@ ScratchRegistry::ScratchRegistry() = default;
 
 ScratchRegistry::~ScratchRegistry() = default;
 
+bool RunWithoutRegistryWriting(const std::function<void()>& /*run*/)
+{
+    return false;
+}
+
 // An inherited handle keeps its mark as inheritable; a process makes few such handles of its own accord.
 int CountInheritedHandles()
 {
