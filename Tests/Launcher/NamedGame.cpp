@@ -13,7 +13,7 @@ namespace {
 using namespace Plinth;
 
 constexpr const char* NAMES[] = {"Info", "InstallDir", "ExecPath"};
-const Registration BEFORE = {"info before", "folder before", "path before"};
+const RegisteredTexts BEFORE = {"info before", "folder before", "path before"};
 
 std::string KeyOf(const std::string& game)
 {
@@ -37,7 +37,7 @@ PathBuffer BufferOf(const std::filesystem::path& path)
 
 } // namespace
 
-void Register(const std::string& game, const Registration& registration)
+void Register(const std::string& game, const RegisteredTexts& registration)
 {
     for (std::size_t i = 0; i < std::size(NAMES); ++i) {
         EXPECT_TRUE(SetRegString(HKEY_LOCAL_MACHINE, KeyOf(game).c_str(), nullptr, NAMES[i],
@@ -77,7 +77,7 @@ UpdaterResult NamedGame::TryStart(DWORD& lastError) const
 void NamedGame::ExpectWholeValues() const
 {
     const std::string folder = ToUtf8(folder_.text);
-    const Registration whole = {"Gr\u00fc\u00dfe", folder, folder + "\\Bin\\Run.exe"};
+    const RegisteredTexts whole = {"Gr\u00fc\u00dfe", folder, folder + "\\Bin\\Run.exe"};
     for (std::size_t i = 0; i < std::size(NAMES); ++i) {
         const std::string value = ReadValue(NAME, NAMES[i]);
         EXPECT_TRUE(value == BEFORE.at(i) || value == whole.at(i)) << NAMES[i] << ": " << value;

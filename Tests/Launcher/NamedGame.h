@@ -7,9 +7,9 @@
 
 #include <array>
 
-using Registration = std::array<std::string, 3>; // "Info", "InstallDir", "ExecPath" in UTF-8
+using RegisteredTexts = std::array<std::string, 3>; // "Info", "InstallDir", "ExecPath" in UTF-8
 
-void Register(const std::string& game, const Registration& registration);
+void Register(const std::string& game, const RegisteredTexts& registration);
 
 class NamedGame {
 public:
