@@ -13,8 +13,8 @@ namespace {
 
 constexpr LPCWSTR COMMAND_LINE = WIDE("Launcher.exe -window \"two words\"  -lang=de ");
 constexpr LPCWSTR SAMPLE_KEY = WIDE("Software\\Corvanta\\Brenvault Sample");
-constexpr const char* NAMED_KEY = "Software\\Corvanta\\Brenvault Sample\\GameUpdate";
-constexpr const char* UNNAMED_KEY = "SOFTWARE\\Corvanta\\The Brenvault\\GameUpdate";
+constexpr const char* NAMED_KEY = R"(Software\Corvanta\Brenvault Sample\GameUpdate)";
+constexpr const char* UNNAMED_KEY = R"(SOFTWARE\Corvanta\The Brenvault\GameUpdate)";
 
 const char* Colour(const char* sequence)
 {
