@@ -37,6 +37,10 @@ void SetShownTime(std::optional<SYSTEMTIME> time);
 // open before are deleted ones unless the new registry has them.
 void SetRegistryFile(const std::optional<std::string>& nativePath);
 
+// Refuses handles that may write to keys below HKEY_LOCAL_MACHINE, as the platform does to a user without an
+// administrator's rights. In this process alone; handles of before stay what they are.
+void SetMachineKeysReadOnly(bool readOnly);
+
 // The error mode, read without passing the gate.
 UINT CurrentErrorMode();
 

@@ -1,5 +1,6 @@
 #include "Platform/Host/Api/Registry.h"
 
+#include "Platform/Host/Control.h"
 #include "Platform/Host/Gate.h"
 #include "Platform/Host/RegistryStore.h"
 
@@ -10,6 +11,8 @@
 namespace Platform::Host {
 
 namespace {
+
+bool machineKeysAreReadOnly = false;
 
 // What a handle stands for, be it predefined or opened.
 struct KeyReference {
@@ -151,6 +154,12 @@ DWORD HandOut(const RegistryValue& value, LPBYTE data, LPDWORD room)
     return ERROR_SUCCESS;
 }
 
+bool IsRefused(const OpenKey& opened)
+{
+    return machineKeysAreReadOnly && opened.Path().front() == u"HKEY_LOCAL_MACHINE" &&
+           (opened.Allows(KEY_SET_VALUE) || opened.Allows(KEY_CREATE_SUB_KEY));
+}
+
 // ERROR_FILE_NOT_FOUND where there is no such key.
 DWORD OpenExisting(const KeyReference& reference, OpenKey& opened)
 {
@@ -162,6 +171,9 @@ DWORD OpenExisting(const KeyReference& reference, OpenKey& opened)
     if (FindKey(registry.Top(), reference.path) == nullptr) {
         return ERROR_FILE_NOT_FOUND;
     }
+    if (IsRefused(opened)) {
+        return ERROR_ACCESS_DENIED;
+    }
     opened.Watch();
     return ERROR_SUCCESS;
 }
@@ -171,6 +183,9 @@ DWORD OpenMissing(const KeyReference& reference, OpenKey& opened, DWORD& disposi
 {
     if (!CanBeMade(reference.path)) {
         return ERROR_INVALID_PARAMETER;
+    }
+    if (IsRefused(opened)) {
+        return ERROR_ACCESS_DENIED;
     }
     RegistryChange registry;
     DWORD error = Check(registry, reference);
@@ -213,6 +228,11 @@ bool IsEmpty(LPCWSTR text)
 }
 
 } // namespace
+
+void SetMachineKeysReadOnly(bool readOnly)
+{
+    machineKeysAreReadOnly = readOnly;
+}
 
 } // namespace Platform::Host
 

@@ -27,7 +27,7 @@ inline CString CopyWhole(const CString& text)
     return copy;
 }
 
-// See CString::Trim.
+// See CString::Trim. The text has no zeros.
 inline CString TrimWhole(const CString& text)
 {
     CString trimmed = text.Trim();

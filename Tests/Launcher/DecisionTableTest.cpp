@@ -63,11 +63,6 @@ private:
     HANDLE holder_ = INVALID_HANDLE_VALUE;
 };
 
-void RemoveRegistrations()
-{
-    RegDeleteTreeW(HKEY_LOCAL_MACHINE, WIDE("Software\\Corvanta"));
-}
-
 WideText KeyOf(const std::string& gameName)
 {
     return WIDE("Software\\Corvanta\\") + Widened(gameName) + WIDE("\\GameUpdate");
@@ -175,9 +170,8 @@ protected:
 
     void ExpectHandOff(DWORD expected, const Situation& afterwards) const
     {
-        const WideText path = ToPlatform(InstallWith(afterwards.updater).Updater());
-        PathBuffer updater;
-        std::copy(path.begin(), path.end(), updater.text);
+        const PathBuffer updater = BufferOf(InstallWith(afterwards.updater).Updater());
+        const WideText path = updater.text;
         SetCurrentDirectoryW(afterwards.folder.c_str());
         DWORD lastError = UNWRITTEN;
         DWORD result = UNWRITTEN;

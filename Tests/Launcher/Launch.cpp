@@ -2,7 +2,9 @@
 
 #include "Tests/Support/Target.h"
 
+#include <algorithm>
 #include <fstream>
+#include <stdexcept>
 
 namespace {
 
@@ -55,6 +57,22 @@ void InstallFolder::PlaceUpdater() const
 void InstallFolder::WriteSkuFile(const std::string& bytes) const
 {
     std::ofstream(SkuFile(), std::ios::binary) << bytes;
+}
+
+void RemoveRegistrations()
+{
+    if (!IsRegistryForTests()) {
+        throw std::runtime_error("the registry is not for tests");
+    }
+    RegDeleteTreeW(HKEY_LOCAL_MACHINE, WIDE("Software\\Corvanta"));
+}
+
+PathBuffer BufferOf(const std::filesystem::path& path)
+{
+    const WideText text = ToPlatform(path);
+    PathBuffer buffer;
+    std::copy(text.begin(), text.end(), buffer.text);
+    return buffer;
 }
 
 RunningLaunch::RunningLaunch(const InstallFolder& install, const ProcessOptions& options)

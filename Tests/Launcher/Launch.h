@@ -1,6 +1,7 @@
 // A sample install folder and real launches from it.
 #pragma once
 
+#include "GameLauncher/PathBuffer.h"
 #include "Tests/Launcher/MessageBoxWatcher.h"
 #include "Tests/Support/ScratchFolder.h"
 #include "Tests/Support/StandInReport.h"
@@ -37,6 +38,11 @@ struct LaunchResult {
     DWORD exitCode; // of the launcher; STILL_ACTIVE when it did not start or had to be ended by force
     std::vector<SeenMessageBox> boxes;
 };
+
+// Removes all that games have registered. Throws where that could be a real game.
+void RemoveRegistrations();
+
+PathBuffer BufferOf(const std::filesystem::path& path);
 
 class RunningLaunch {
 public:

@@ -1,5 +1,6 @@
 // Whole launches: the real launcher as a process, a stand-in for the game, judged from outside.
 #include "Tests/Launcher/Launch.h"
+#include "Tests/Support/RegistryKey.h"
 #include "Tests/Support/Target.h"
 
 #include <gtest/gtest.h>
@@ -87,6 +88,19 @@ TEST(Launch, WorksFromADriveRoot)
     const StandInReport report = LaunchGame(install, {.program = WIDE("X:\\Launcher.exe")});
     EXPECT_EQ(report.values.at("folder"), "X:\\");
     EXPECT_EQ(report.values.at("program"), "X:\\Data\\Base\\_Dbg\\Bin\\Release\\BrenvaultR.exe");
+
+    const ScratchRegistry registry;
+    RemoveRegistrations();
+    install.PlaceUpdater();
+    install.WriteSkuFile("[GameUpdate]\nInfo=i\nGameName=Brenvault Tests\nExecPath=Bin\\Run.exe\n");
+    ExpectEnd(Launch(install, {.program = WIDE("X:\\Launcher.exe")}), 0, "");
+    const std::vector<StandInReport> reports = AwaitReports(install.Updater(), 1);
+    ASSERT_EQ(reports.size(), 1u);
+    EXPECT_EQ(reports[0].values.at("folder"), "X:\\Support\\Base\\GameUpdate");
+    const Key key(HKEY_LOCAL_MACHINE, WIDE("Software\\Corvanta\\Brenvault Tests\\GameUpdate"), KEY_READ);
+    EXPECT_EQ(GetValue(key, WIDE("InstallDir"))->second, TerminatedBytesOf(WIDE("X:\\")));
+    EXPECT_EQ(GetValue(key, WIDE("ExecPath"))->second, TerminatedBytesOf(WIDE("X:\\Bin\\Run.exe")));
+    RemoveRegistrations();
 }
 
 TEST(Launch, SaysThatTheGameIsMissingOrNoProgram)

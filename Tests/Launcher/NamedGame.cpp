@@ -2,11 +2,8 @@
 
 #include "Plinth/Config/RegistryValues.h"
 #include "Plinth/Text/CWideString.h"
-#include "Tests/Support/Target.h"
 
 #include <gtest/gtest.h>
-
-#include <algorithm>
 
 namespace {
 
@@ -25,14 +22,6 @@ std::string ReadValue(const std::string& game, const char* name)
     CString text;
     GetRegStringFallback(RegistryRoot::LocalMachine, KeyOf(game).c_str(), nullptr, name, text);
     return text.CStr();
-}
-
-PathBuffer BufferOf(const std::filesystem::path& path)
-{
-    const WideText text = ToPlatform(path);
-    PathBuffer buffer;
-    std::copy(text.begin(), text.end(), buffer.text);
-    return buffer;
 }
 
 } // namespace
@@ -74,13 +63,18 @@ UpdaterResult NamedGame::TryStart(DWORD& lastError) const
     return TryStartUpdater(updater_, folder_.text, game_.text, &lastError);
 }
 
-void NamedGame::ExpectWholeValues() const
+std::string NamedGame::ExpectWholeValues() const
 {
     const std::string folder = ToUtf8(folder_.text);
     const RegisteredTexts whole = {"Gr\u00fc\u00dfe", folder, folder + "\\Bin\\Run.exe"};
+    std::string written;
     for (std::size_t i = 0; i < std::size(NAMES); ++i) {
         const std::string value = ReadValue(NAME, NAMES[i]);
         EXPECT_TRUE(value == BEFORE.at(i) || value == whole.at(i)) << NAMES[i] << ": " << value;
-        EXPECT_EQ(ReadValue(OTHER, NAMES[i]), "");
+        written += value == whole.at(i) ? '+' : '-';
+        for (const char* other : {OTHER, ""}) {
+            EXPECT_EQ(ReadValue(other, NAMES[i]), "") << other;
+        }
     }
+    return written;
 }

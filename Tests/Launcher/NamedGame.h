@@ -30,8 +30,10 @@ public:
     // The hand-off, and nothing beside it that takes memory.
     UpdaterResult TryStart(DWORD& lastError) const;
 
-    // Expects that each registered value is as Reset left it, or the whole text of the sku file and folder.
-    void ExpectWholeValues() const;
+    // Expects that each registered value is as Reset left it ('-'), or the whole text of the sku file and
+    // folder
+    // ('+'), in that order, and that no other game has any.
+    std::string ExpectWholeValues() const;
 
 private:
     InstallFolder install_;

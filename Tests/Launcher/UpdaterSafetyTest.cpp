@@ -1,11 +1,10 @@
 // What sku files and folder names that mean harm could reach: another program, another part of the registry.
 #include "GameLauncher/UpdaterHandOff.h"
 #include "Tests/Launcher/Launch.h"
+#include "Tests/Support/RegistryKey.h"
 #include "Tests/Support/Target.h"
 
 #include <gtest/gtest.h>
-
-#include <algorithm>
 
 namespace {
 
@@ -14,8 +13,8 @@ constexpr LPCWSTR MAKER = WIDE("Software\\Corvanta");
 // A registry without the maker's keys, before and after.
 class UpdaterSafety : public testing::Test {
 protected:
-    UpdaterSafety() { RegDeleteTreeW(HKEY_LOCAL_MACHINE, MAKER); }
-    ~UpdaterSafety() override { RegDeleteTreeW(HKEY_LOCAL_MACHINE, MAKER); }
+    UpdaterSafety() { RemoveRegistrations(); }
+    ~UpdaterSafety() override { RemoveRegistrations(); }
 
 private:
     ScratchRegistry registry_;
@@ -23,9 +22,7 @@ private:
 
 bool IsKey(const WideText& path)
 {
-    HKEY key = nullptr;
-    const LSTATUS error = RegOpenKeyExW(HKEY_LOCAL_MACHINE, path.c_str(), 0, KEY_READ, &key);
-    return error == ERROR_SUCCESS && RegCloseKey(key) == ERROR_SUCCESS;
+    return Key(HKEY_LOCAL_MACHINE, path.c_str(), KEY_READ).Error() == ERROR_SUCCESS;
 }
 
 std::string SkuText(const std::string& gameName)
@@ -35,12 +32,9 @@ std::string SkuText(const std::string& gameName)
 
 UpdaterResult TryStartUpdater(const InstallFolder& install)
 {
-    PathBuffer updater;
-    const WideText path = ToPlatform(install.Updater());
-    std::copy(path.begin(), path.end(), updater.text);
     DWORD lastError = 0;
-    return TryStartUpdater(updater, ToPlatform(install.Path()).c_str(), ToPlatform(install.Game()).c_str(),
-                           &lastError);
+    return TryStartUpdater(BufferOf(install.Updater()), ToPlatform(install.Path()).c_str(),
+                           ToPlatform(install.Game()).c_str(), &lastError);
 }
 
 // A path that is not named apart from a command line would be looked for up to each of its blanks.
@@ -77,6 +71,7 @@ TEST_F(UpdaterSafety, GameNamesLeadNowhereButBelowTheMakersKey)
         {"\\", WIDE("GameUpdate")},
         {"A/B", WIDE("A/B\\GameUpdate")},
         {"%TEMP%", WIDE("%TEMP%\\GameUpdate")},
+        {"T\xFFry", WIDE("T\uFFFDry\\GameUpdate")},
         {"HKEY_LOCAL_MACHINE\\Software\\Outside", WIDE("HKEY_LOCAL_MACHINE\\Software\\Outside\\GameUpdate")},
         {std::string(255, 'n'), WideText(255, 'n') + WIDE("\\GameUpdate")},
         {std::string(300, 'n'), WideText(300, 'n') + WIDE("\\GameUpdate")}, // refused: no key has such a name
@@ -85,7 +80,7 @@ TEST_F(UpdaterSafety, GameNamesLeadNowhereButBelowTheMakersKey)
     install.PlaceUpdater();
     for (const auto& [gameName, place] : rows) {
         SCOPED_TRACE(gameName);
-        RegDeleteTreeW(HKEY_LOCAL_MACHINE, MAKER);
+        RemoveRegistrations();
         install.WriteSkuFile(SkuText(gameName));
         const bool lands = gameName.size() <= 255;
         EXPECT_EQ(TryStartUpdater(install), lands ? UpdaterStarted : UpdaterNotDue);

@@ -41,8 +41,11 @@ private:
     ScratchFolder folder_;
 };
 
-// Runs the function while the registry refuses to be written. False where the target cannot refuse it: the
-// function has then not run.
+// Whether a game that is installed on this machine cannot lose its registration.
+bool IsRegistryForTests();
+
+// Runs the function while HKEY_LOCAL_MACHINE refuses to be written. False where the target cannot refuse it:
+// the function has then not run.
 bool RunWithoutRegistryWriting(const std::function<void()>& run);
 
 // Handles that this process got from the one that started it, standard input, output and error apart.

@@ -36,8 +36,11 @@ Observed RunWinMain(const std::u16string& modulePath, const GateRule& rule)
         return IDOK;
     });
     GateWatch watch(rule);
-    watch.OnCall(
-        [&](std::string_view function) { observed.errorModeAt[std::string(function)] = CurrentErrorMode(); });
+    watch.OnCall([&](std::string_view function) {
+        observed.errorModeAt[std::string(function)] = CurrentErrorMode();
+        observed.firstLastError = function == "GetCommandLineW" ? lastError : observed.firstLastError;
+    });
+    lastError = 77;
     observed.exitCode = WinMain(nullptr, nullptr, nullptr, 0);
     observed.calls = watch.Calls();
     observed.firstFailed = watch.FirstFailed();
@@ -86,17 +89,17 @@ void Launches::Begin()
     SetChildErrorFile(FileOf(exitCodes_.size()));
 }
 
-void Launches::End(int exitCode)
+std::string Launches::End(int exitCode)
 {
-    game_.ExpectWholeValues();
     exitCodes_.push_back(exitCode);
+    return game_.ExpectWholeValues();
 }
 
 Observed Launches::Run(const GateRule& rule)
 {
     Begin();
     Observed observed = RunWinMain(ModulePath(), rule);
-    End(observed.exitCode);
+    observed.written = End(observed.exitCode);
     return observed;
 }
 

@@ -15,6 +15,8 @@ struct Observed {
     Platform::Host::GateRule rule;
     std::optional<std::size_t> firstFailed; // of the calls
     unsigned points = 0;                    // calls that the rule is about
+    DWORD firstLastError = UINT32_MAX;      // at the first call that may set it
+    std::string written;                    // see NamedGame::ExpectWholeValues
 };
 
 Observed RunWinMain(const std::u16string& modulePath, const Platform::Host::GateRule& rule = {});
@@ -53,7 +55,7 @@ public:
 
     // The same in steps: what comes before it, and what after it.
     void Begin();
-    void End(int exitCode);
+    std::string End(int exitCode);
 
     // What each launch started: "game", "updater", or several of them with blanks between.
     [[nodiscard]] std::vector<std::string> Starts() const;

@@ -40,6 +40,7 @@ void ExpectCalls(Launches& launches, const Calls& expected, const char* started)
     EXPECT_EQ(observed.calls, expected);
     EXPECT_EQ(observed.exitCode, 0);
     EXPECT_EQ(observed.errorModeAt["GetCommandLineW"], SEM_FAILCRITICALERRORS);
+    EXPECT_EQ(observed.firstLastError, 0u);
     EXPECT_EQ(CurrentErrorMode(), SEM_FAILCRITICALERRORS);
     EXPECT_EQ(launches.Starts().back(), started);
 }
@@ -68,6 +69,16 @@ TEST(LaunchSequence, MakesItsCallsInOrderAndNoOthers)
     calls = toTheUpdater;
     calls.insert(calls.end(), start.begin(), start.end());
     ExpectCalls(launches, calls, "game");
+}
+
+TEST(LaunchSequence, WritesInfoThenFolderThenPath)
+{
+    Launches launches(SCENARIOS[0]);
+    unsigned ordinal = 0;
+    for (const char* const written : {"---", "+--", "++-", "+++"}) {
+        EXPECT_EQ(launches.Run({"RegSetValueExW", ++ordinal, ERROR_ACCESS_DENIED, true}).written, written);
+    }
+    EXPECT_EQ(launches.Starts(), (std::vector<std::string>{"game", "game", "game", "updater"}));
 }
 
 TEST(LaunchSequence, JudgesTheModulePath)

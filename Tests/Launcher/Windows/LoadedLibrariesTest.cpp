@@ -104,6 +104,7 @@ std::map<std::string, path> ModulesAtTheBox(const StartedProcess& process)
            std::chrono::steady_clock::now() < end) {
         Sleep(5);
     }
+    EXPECT_TRUE(BoxStands(process));
     return Modules(process);
 }
 

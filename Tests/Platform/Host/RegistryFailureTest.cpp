@@ -128,6 +128,21 @@ TEST_F(RegistryFailures, WithoutMemoryNothingHappens)
     EXPECT_EQ(reached, points);
 }
 
+TEST_F(RegistryFailures, KeysOfTheMachineCanBeReadOnly)
+{
+    constexpr LPCWSTR THERE = u"Software\\there";
+    EXPECT_EQ(Key(HKEY_LOCAL_MACHINE, THERE, KEY_ALL_ACCESS, true).Error(), ERROR_SUCCESS);
+    SetMachineKeysReadOnly(true);
+    EXPECT_EQ(Key(HKEY_LOCAL_MACHINE, THERE, KEY_READ).Error(), ERROR_SUCCESS);
+    EXPECT_EQ(Key(HKEY_LOCAL_MACHINE, THERE, KEY_ALL_ACCESS).Error(), ERROR_ACCESS_DENIED);
+    EXPECT_EQ(Key(HKEY_LOCAL_MACHINE, THERE, KEY_SET_VALUE, true).Error(), ERROR_ACCESS_DENIED);
+    EXPECT_EQ(Key(HKEY_LOCAL_MACHINE, u"missing", KEY_ALL_ACCESS).Error(), ERROR_FILE_NOT_FOUND);
+    EXPECT_EQ(Key(HKEY_LOCAL_MACHINE, u"missing", KEY_ALL_ACCESS, true).Error(), ERROR_ACCESS_DENIED);
+    EXPECT_EQ(Key(HKEY_CURRENT_USER, THERE, KEY_ALL_ACCESS, true).Error(), ERROR_SUCCESS);
+    SetMachineKeysReadOnly(false);
+    EXPECT_EQ(Key(HKEY_LOCAL_MACHINE, u"missing", KEY_READ).Error(), ERROR_FILE_NOT_FOUND);
+}
+
 TEST_F(RegistryFailures, TheGateFailsFunctionsByTheirResult)
 {
     Put("");

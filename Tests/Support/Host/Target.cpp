@@ -2,7 +2,6 @@
 
 #include "Platform/Host/Control.h"
 #include "Platform/Host/Drives.h"
-#include "Platform/Host/Gate.h"
 
 #include <string>
 #include <system_error>
@@ -46,8 +45,14 @@ ScratchRegistry::~ScratchRegistry()
 
 bool RunWithoutRegistryWriting(const std::function<void()>& run)
 {
-    const Platform::Host::GateWatch watch({"RegCreateKeyExW", 1, ERROR_ACCESS_DENIED, true});
+    Platform::Host::SetMachineKeysReadOnly(true);
     run();
+    Platform::Host::SetMachineKeysReadOnly(false);
+    return true;
+}
+
+bool IsRegistryForTests()
+{
     return true;
 }
 

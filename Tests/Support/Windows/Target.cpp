@@ -53,6 +53,12 @@ bool RunWithoutRegistryWriting(const std::function<void()>& /*run*/)
     return false;
 }
 
+// Nobody has the game under Wine.
+bool IsRegistryForTests()
+{
+    return GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "wine_get_version") != nullptr;
+}
+
 // An inherited handle keeps its mark as inheritable; a process makes few such handles of its own accord.
 int CountInheritedHandles()
 {
