@@ -1,6 +1,6 @@
 #include "Plinth/Config/CIniFileImpl.h"
 
-#include "Plinth/Streams/Exceptions.h"
+#include "Plinth/Streams/WholeText.h"
 
 namespace Plinth {
 
@@ -10,22 +10,6 @@ namespace {
 constexpr std::uint32_t HEADER_EXTRA = 4;       // brackets, CR LF
 constexpr std::uint32_t LATER_HEADER_EXTRA = 6; // and the blank line before it
 constexpr std::uint32_t KEY_EXTRA = 5;          // " = ", CR LF
-
-void AssignWhole(CString& string, std::string_view text)
-{
-    const auto length = static_cast<std::uint32_t>(text.size());
-    string.Assign(text.data(), length);
-    if (string.GetLength() != length) {
-        ThrowOutOfMemory();
-    }
-}
-
-CString WholeString(std::string_view text)
-{
-    CString string;
-    AssignWhole(string, text);
-    return string;
-}
 
 } // namespace
 
@@ -43,7 +27,7 @@ KeyMap& CIniFileImpl::AddSection(std::string_view name)
     }
     const std::uint32_t extra = sections.GetCount() == 0 ? HEADER_EXTRA : LATER_HEADER_EXTRA;
     const std::uint32_t newTextSize = SizeOrThrow(std::uint64_t{textSize} + extra + name.size());
-    KeyMap& added = sections.Add(place, WholeString(name), KeyMap());
+    KeyMap& added = sections.Add(place, CopyWhole(name), KeyMap());
     textSize = newTextSize;
     return added;
 }
@@ -61,7 +45,7 @@ void CIniFileImpl::SetValue(KeyMap& section, std::string_view key, std::string_v
     }
     const std::uint32_t newTextSize =
         SizeOrThrow(std::uint64_t{textSize} + value.size() + KEY_EXTRA + key.size());
-    section.Add(place, WholeString(key), WholeString(value));
+    section.Add(place, CopyWhole(key), CopyWhole(value));
     textSize = newTextSize;
 }
 

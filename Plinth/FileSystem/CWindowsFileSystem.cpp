@@ -127,10 +127,7 @@ void CWindowsFileSystem::SetRoot(const CString& root, bool useIndex)
 
 CString& CWindowsFileSystem::GetFullPath(CString& fullPath, const CString& path) const
 {
-    CString joined;
-    ReserveWhole(joined, std::uint64_t{root_.GetLength()} + path.GetLength() + 2);
-    joined = root_;
-    joined.AddTrailingSeparator();
+    CString joined = WithTrailingSeparator(root_, path.GetLength());
     joined.Append(path);
     joined.Replace('/', '\\');
     joined.RemoveTrailingSeparator();
@@ -171,9 +168,7 @@ void CWindowsFileSystem::MakeDirectory(const CString& path, bool allLevels)
     if (path.IsEmpty()) {
         return;
     }
-    CString base = CopyWhole(root_);
-    ReserveWhole(base, std::uint64_t{root_.GetLength()} + 2);
-    base.AddTrailingSeparator();
+    const CString base = WithTrailingSeparator(root_, 0);
     if (!allLevels) {
         CreateDirectoryBelow(base, path);
         return;

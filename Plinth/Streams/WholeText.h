@@ -7,6 +7,7 @@
 #include "Plinth/Text/CWideString.h"
 
 #include <cstdint>
+#include <string_view>
 
 namespace Plinth {
 
@@ -18,13 +19,26 @@ inline void ReserveWhole(CString& text, std::uint64_t size)
     }
 }
 
-inline CString CopyWhole(const CString& text)
+// The bytes, of which there are less than 4 GiB. When it throws, the text is as it was.
+inline void AssignWhole(CString& text, std::string_view bytes)
 {
-    CString copy(text);
-    if (copy.GetLength() != text.GetLength()) {
+    const auto length = static_cast<std::uint32_t>(bytes.size());
+    text.Assign(bytes.data(), length);
+    if (text.GetLength() != length) {
         ThrowOutOfMemory();
     }
+}
+
+inline CString CopyWhole(std::string_view bytes)
+{
+    CString copy;
+    AssignWhole(copy, bytes);
     return copy;
+}
+
+inline CString CopyWhole(const CString& text)
+{
+    return CopyWhole(std::string_view(text.CStr(), text.GetLength()));
 }
 
 // See CString::Trim. The text has no zeros.

@@ -178,8 +178,10 @@ protected:
         const auto handOff = [&] {
             result = TryStartUpdater(updater, afterwards.folder.c_str(), afterwards.game.c_str(), &lastError);
         };
-        if (afterwards.mayWrite || !RunWithoutRegistryWriting(handOff)) {
+        if (afterwards.mayWrite) {
             handOff();
+        } else {
+            EXPECT_TRUE(RunWithoutRegistryWriting(handOff));
         }
         ASSERT_EQ(result, expected);
         EXPECT_EQ(lastError != UNWRITTEN, expected != 2);
