@@ -1,7 +1,10 @@
 // The host's side of Platform/Win32.h: one header a family. The sources lie one folder up.
 #pragma once
 
+#include "Platform/Host/Api/Clipboard.h"
+#include "Platform/Host/Api/DebugHelp.h"
 #include "Platform/Host/Api/Errors.h"
+#include "Platform/Host/Api/Faults.h"
 #include "Platform/Host/Api/Files.h"
 #include "Platform/Host/Api/Memory.h"
 #include "Platform/Host/Api/Modules.h"
@@ -16,3 +19,4 @@
 #include "Platform/Host/Api/Types.h"
 #include "Platform/Host/Api/UserFormatting.h"
 #include "Platform/Host/Api/UserInterface.h"
+#include "Platform/Host/Api/Version.h"

@@ -2,12 +2,15 @@
 #pragma once
 
 #include "Platform/Host/Api/Memory.h"
+#include "Platform/Host/Api/Modules.h"
 #include "Platform/Host/Api/Time.h"
 #include "Platform/Host/Api/Types.h"
+#include "Platform/Host/Api/Version.h"
 
 #include <functional>
 #include <optional>
 #include <string>
+#include <string_view>
 
 namespace Platform::Host {
 
@@ -21,6 +24,22 @@ struct MessageBoxCall {
 // Answers message boxes in place of standard error; its result is the button. An empty hook takes it back.
 using MessageBoxHook = std::function<int(const MessageBoxCall&)>;
 void SetMessageBoxHook(MessageBoxHook hook);
+
+// What GetActiveWindow gives, GetLastActivePopup gives for it, and GetKeyState gives for every key.
+void SetActiveWindow(HWND window, HWND lastActivePopup);
+void SetKeyState(short state);
+
+// Answers OutputDebugStringA in place of standard error. An empty hook takes it back.
+using DebuggerHook = std::function<void(const char* text)>;
+void SetDebuggerHook(DebuggerHook hook);
+
+// Answers GetProcAddress: what it gives for the name, `found` being the library's own function or null. An
+// empty hook takes it back.
+using ExportHook = std::function<FARPROC(std::string_view name, FARPROC found)>;
+void SetExportHook(ExportHook hook);
+
+// What GetVersionExW gives; nullopt for the layer's own.
+void SetShownVersion(std::optional<OSVERSIONINFOEXW> version);
 
 // The path that GetModuleFileNameW gives for the program; nullopt for its real place.
 void SetModulePath(std::optional<std::u16string> path);

@@ -13,6 +13,7 @@
 
 #include <windows.h>
 
+#include <dbghelp.h>
 #include <psapi.h>
 #include <shlwapi.h>
 #include <stdio.h>

@@ -48,6 +48,7 @@ using LPPROCESS_INFORMATION = PROCESS_INFORMATION*;
 
 LPWSTR WINAPI GetCommandLineW();
 DWORD WINAPI GetCurrentProcessId();
+HANDLE WINAPI GetCurrentProcess(); // a stand-in; DuplicateHandle makes a real handle of it
 
 // The block is a copy, owned by the caller and given back with FreeEnvironmentStringsW.
 LPWSTR WINAPI GetEnvironmentStringsW();
@@ -65,6 +66,12 @@ BOOL WINAPI GetExitCodeProcess(HANDLE process, LPDWORD exitCode);
 BOOL WINAPI TerminateProcess(HANDLE process, UINT exitCode);
 DWORD WINAPI WaitForSingleObject(HANDLE handle, DWORD milliseconds);
 BOOL WINAPI CloseHandle(HANDLE object);
+
+constexpr DWORD DUPLICATE_SAME_ACCESS = 0x00000002;
+
+// Within this process, with the same access.
+BOOL WINAPI DuplicateHandle(HANDLE sourceProcess, HANDLE source, HANDLE targetProcess, HANDLE* target,
+                            DWORD access, BOOL inherit, DWORD options);
 
 // The program's entry; the layer's own main calls it.
 int WINAPI WinMain(HINSTANCE instance, HINSTANCE previousInstance, LPSTR commandLine, int showCommand);

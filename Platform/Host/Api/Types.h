@@ -15,6 +15,7 @@ using DWORD = std::uint32_t;
 using UINT = unsigned int;
 using LONG = std::int32_t;
 using SIZE_T = std::size_t;
+using DWORD_PTR = std::uintptr_t;
 using WCHAR = char16_t;
 
 using LPVOID = void*;
