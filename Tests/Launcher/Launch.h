@@ -2,7 +2,7 @@
 #pragma once
 
 #include "GameLauncher/PathBuffer.h"
-#include "Tests/Launcher/MessageBoxWatcher.h"
+#include "Tests/Support/MessageBoxWatcher.h"
 #include "Tests/Support/ScratchFolder.h"
 #include "Tests/Support/StandInReport.h"
 #include "Tests/Support/StartedProcess.h"

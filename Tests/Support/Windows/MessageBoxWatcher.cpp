@@ -1,5 +1,5 @@
 // On Windows a box is a real window of the dialog class; its text is the static control 0xFFFF.
-#include "Tests/Launcher/MessageBoxWatcher.h"
+#include "Tests/Support/MessageBoxWatcher.h"
 
 namespace {
 

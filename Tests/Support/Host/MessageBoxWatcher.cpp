@@ -1,5 +1,5 @@
 // On the host a box is text on standard error: its caption is the first line, all others are its text.
-#include "Tests/Launcher/MessageBoxWatcher.h"
+#include "Tests/Support/MessageBoxWatcher.h"
 
 #include "Platform/Host/Control.h"
 #include "Platform/Host/Utf.h"

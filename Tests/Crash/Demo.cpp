@@ -1,0 +1,56 @@
+// Shows what a fatal report leaves behind: runs the Reporter and prints its log, its box and its dump.
+//
+//     Demo FOLDER     for the files; colours when the environment has COLOUR
+#include "Tests/Crash/ReporterRun.h"
+#include "Tests/Support/Target.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <iostream>
+#include <string_view>
+
+namespace {
+
+const char* Colour(const char* sequence)
+{
+    return std::getenv("COLOUR") != nullptr ? sequence : "";
+}
+
+void PrintTitle(std::string_view title)
+{
+    std::cout << '\n' << Colour("\x1b[1m") << title << Colour("\x1b[0m") << '\n';
+}
+
+void PrintIndented(std::string text)
+{
+    text.erase(std::remove(text.begin(), text.end(), '\r'), text.end());
+    for (std::size_t start = 0; start < text.size();) {
+        const std::size_t end = std::min(text.find('\n', start), text.size());
+        std::cout << "    " << text.substr(start, end - start) << '\n';
+        start = end + 1;
+    }
+}
+
+} // namespace
+
+int main(int count, char** arguments)
+{
+    if (count != 2) {
+        return 2;
+    }
+    const std::filesystem::path folder = std::filesystem::absolute(arguments[1]);
+    const ReporterResult result = RunReporter(folder, "symbols");
+    PrintTitle("The log");
+    PrintIndented(result.log);
+    for (const SeenMessageBox& box : result.boxes) {
+        PrintTitle("The box: " + ToUtf8(box.caption));
+        PrintIndented(ToUtf8(box.text));
+    }
+    PrintTitle("The dump");
+    for (const std::filesystem::path& dump : result.dumps) {
+        std::cout << "    " << dump.filename().string() << ", " << std::filesystem::file_size(dump)
+                  << " bytes\n";
+    }
+    std::cout << "\nexit code " << result.exitCode << '\n';
+    return result.exitCode == 1 && result.boxes.size() == 1 && result.dumps.size() == 1 ? 0 : 1;
+}

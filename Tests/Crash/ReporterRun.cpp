@@ -1,0 +1,52 @@
+#include "Tests/Crash/ReporterRun.h"
+
+#include "Tests/Support/StartedProcess.h"
+#include "Tests/Support/Target.h"
+
+#include <fstream>
+#include <iterator>
+
+namespace {
+
+std::string ReadWhole(const std::filesystem::path& path)
+{
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+std::vector<std::filesystem::path> FindDumps(const std::filesystem::path& folder)
+{
+    std::vector<std::filesystem::path> dumps;
+    for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+        if (entry.path().extension() == ".dmp") {
+            dumps.push_back(entry.path());
+        }
+    }
+    return dumps;
+}
+
+} // namespace
+
+ReporterResult RunReporter(const std::filesystem::path& folder, const std::string& words,
+                           const std::optional<WideText>& environment)
+{
+    constexpr int POLLS = 3000;
+    constexpr DWORD MILLISECONDS = 10;
+    const WideText program = ToPlatform(BuiltProgram("Reporter.exe"));
+    const std::string arguments = " " + ToUtf8(ToPlatform(folder)) + " " + words;
+    MessageBoxWatcher watcher(folder);
+    StartedProcess process(
+        {.program = program,
+         .commandLine = WIDE("Reporter.exe") + WideText(arguments.begin(), arguments.end()),
+         .environment = environment});
+    for (int poll = 0; poll < POLLS && WaitForSingleObject(process.Handle(), MILLISECONDS) == WAIT_TIMEOUT;
+         ++poll) {
+        watcher.Poll(process.Id());
+    }
+    const DWORD exitCode = process.ExitCode();
+    if (exitCode == STILL_ACTIVE) {
+        TerminateProcess(process.Handle(), STILL_ACTIVE);
+    }
+    return {exitCode, watcher.Boxes(), ReadWhole(folder / "report.log"), ReadWhole(folder / "heap.log"),
+            FindDumps(folder)};
+}

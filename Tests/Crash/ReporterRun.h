@@ -1,0 +1,24 @@
+// The Reporter as a process, with what it left behind.
+#pragma once
+
+#include "Tests/Support/MessageBoxWatcher.h"
+#include "Tests/Support/ScratchFolder.h"
+#include "Tests/Support/WideText.h"
+
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+struct ReporterResult {
+    DWORD exitCode; // STILL_ACTIVE when it did not end within 30 seconds
+    std::vector<SeenMessageBox> boxes;
+    std::string log;     // with the platform's line ends
+    std::string heapLog; // empty without the word "counted"
+    std::vector<std::filesystem::path> dumps;
+};
+
+// The folder is the Reporter's to write into. A picture of each box goes there too where the target has boxes
+// that can be seen, as "box.bmp".
+ReporterResult RunReporter(const std::filesystem::path& folder, const std::string& words,
+                           const std::optional<WideText>& environment = std::nullopt);
