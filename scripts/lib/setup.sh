@@ -3,7 +3,7 @@
 
 HOST_PACKAGES=(cmake ninja-build g++ googletest)
 CHECK_PACKAGES=(clang-14 clang-format-14 clang-tidy-14 shellcheck python3 git)
-WINDOWS_PACKAGES=(g++-mingw-w64-i686-win32)
+WINDOWS_PACKAGES=(g++-mingw-w64-i686-win32 python3)
 SHIPPING_PACKAGES=(python3-pefile git)
 ICON_PACKAGES=(librsvg2-bin icoutils python3-pil)
 WINE_PACKAGES=(debootstrap bubblewrap)
