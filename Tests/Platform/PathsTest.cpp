@@ -166,6 +166,16 @@ DWORD ModulePath(HMODULE module, std::string& path, DWORD size)
     return GetModuleFileNameA(module, path.data(), size);
 }
 
+std::string AsUtf8(const WideText& path)
+{
+    return ToUtf8(path);
+}
+
+std::string AsUtf8(const std::string& path)
+{
+    return path;
+}
+
 template <typename Text>
 class ModulePaths : public testing::Test {
 };
@@ -179,7 +189,9 @@ TYPED_TEST(ModulePaths, AreCutToTheirBuffer)
     ASSERT_GT(length, 4u);
     EXPECT_EQ(path[length], 0);
     path.resize(length);
-    const WideText wide(path.begin(), path.end()); // the build's own folder has a plain name
+    WideText wide(2000, '#');
+    wide.resize(ModulePath(nullptr, wide, 2000));
+    EXPECT_EQ(AsUtf8(path), ToUtf8(wide));
     EXPECT_TRUE(std::filesystem::equivalent(ToNative(wide), BuiltProgram("PlatformTests.exe")));
     for (const DWORD size : {length + 1, length, DWORD{1}}) {
         TypeParam cut(2000, '#');

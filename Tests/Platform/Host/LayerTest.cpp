@@ -165,6 +165,15 @@ TEST(HostPaths, TheCurrentDirectoryHasAtMost258Characters)
     }
 }
 
+TEST(HostPaths, TheModulePathIsUtf8InBytes)
+{
+    SetModulePath(u"Z:\\\u00FC");
+    char path[10];
+    EXPECT_EQ(GetModuleFileNameA(nullptr, path, sizeof(path)), 5u);
+    EXPECT_STREQ(path, "Z:\\\xC3\xBC");
+    SetModulePath(std::nullopt);
+}
+
 TEST(Drives, LeadThereAndBack)
 {
     const ScratchFolder scratch;
