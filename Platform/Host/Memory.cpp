@@ -2,12 +2,9 @@
 
 #include "Platform/Host/Control.h"
 #include "Platform/Host/Gate.h"
+#include "Platform/Host/SystemFigures.h"
 
-#include <cstdlib>
-#include <cstring>
-#include <fcntl.h>
 #include <sys/resource.h>
-#include <unistd.h>
 
 namespace Platform::Host {
 
@@ -22,30 +19,11 @@ std::optional<MEMORYSTATUS>& ShownStatus()
     return status;
 }
 
-// One of the system's text files of "Name:   1234 kB" lines, kept on the stack: who asks may be out of
-// memory.
-class Figures {
-public:
-    explicit Figures(const char* path)
-    {
-        const int file = open(path, O_RDONLY | O_CLOEXEC);
-        const ssize_t length = file >= 0 ? read(file, text_, sizeof(text_) - 1) : 0;
-        text_[length > 0 ? length : 0] = 0;
-        if (file >= 0) {
-            close(file);
-        }
-    }
-
-    // In bytes; 0 for a name that is not there. The name carries its line end and colon: "\nMemFree:".
-    [[nodiscard]] SIZE_T Bytes(const char* name) const
-    {
-        const char* const found = std::strstr(text_, name);
-        return found != nullptr ? std::strtoull(found + std::strlen(name), nullptr, 10) * 1024 : 0;
-    }
-
-private:
-    char text_[8192];
-};
+// In bytes; the file counts in kilobytes.
+SIZE_T Bytes(const SystemFigures& figures, const char* name)
+{
+    return figures.Number(name) * 1024;
+}
 
 SIZE_T VirtualLimit()
 {
@@ -56,15 +34,15 @@ SIZE_T VirtualLimit()
 
 MEMORYSTATUS ReadStatus()
 {
-    const Figures memory("/proc/meminfo");
-    const Figures process("/proc/self/status");
+    const SystemFigures memory("/proc/meminfo");
+    const SystemFigures process("/proc/self/status");
     MEMORYSTATUS status{};
-    status.dwTotalPhys = memory.Bytes("MemTotal:");
-    status.dwAvailPhys = memory.Bytes("\nMemAvailable:");
-    status.dwTotalPageFile = status.dwTotalPhys + memory.Bytes("\nSwapTotal:");
-    status.dwAvailPageFile = status.dwAvailPhys + memory.Bytes("\nSwapFree:");
+    status.dwTotalPhys = Bytes(memory, "MemTotal:");
+    status.dwAvailPhys = Bytes(memory, "\nMemAvailable:");
+    status.dwTotalPageFile = status.dwTotalPhys + Bytes(memory, "\nSwapTotal:");
+    status.dwAvailPageFile = status.dwAvailPhys + Bytes(memory, "\nSwapFree:");
     status.dwTotalVirtual = VirtualLimit();
-    const SIZE_T used = process.Bytes("\nVmSize:");
+    const SIZE_T used = Bytes(process, "\nVmSize:");
     status.dwAvailVirtual = used < status.dwTotalVirtual ? status.dwTotalVirtual - used : 0;
     if (status.dwTotalPhys != 0) {
         const SIZE_T usedPhysical = status.dwTotalPhys - status.dwAvailPhys;

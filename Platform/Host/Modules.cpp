@@ -3,10 +3,10 @@
 #include "Platform/Host/Control.h"
 #include "Platform/Host/Drives.h"
 #include "Platform/Host/Gate.h"
+#include "Platform/Host/Utf.h"
 
 #include <algorithm>
 #include <climits>
-#include <cstring>
 #include <unistd.h>
 
 namespace Platform::Host {
@@ -29,6 +29,30 @@ std::u16string ProgramPath()
     return length > 0 ? ToDrivePath({program, static_cast<std::size_t>(length)}) : std::u16string();
 }
 
+// Empty: not known, the last error says why.
+std::u16string PathOf(HMODULE module)
+{
+    std::u16string path = module == nullptr ? ProgramPath() : std::u16string();
+    if (path.empty()) {
+        lastError = module == nullptr ? ERROR_GEN_FAILURE : ERROR_MOD_NOT_FOUND;
+    }
+    return path;
+}
+
+// What GetModuleFileNameW gives for a path that is not empty.
+template <typename Character>
+DWORD CopyPath(const std::basic_string<Character>& path, Character* fileName, DWORD size)
+{
+    const bool fits = path.size() < size;
+    if (size != 0) {
+        const std::size_t copied = std::min<std::size_t>(path.size(), size - 1);
+        std::copy_n(path.data(), copied, fileName);
+        fileName[copied] = 0;
+    }
+    lastError = fits ? ERROR_SUCCESS : ERROR_INSUFFICIENT_BUFFER;
+    return fits ? static_cast<DWORD>(path.size()) : size;
+}
+
 } // namespace
 
 void SetModulePath(std::optional<std::u16string> path)
@@ -43,22 +67,15 @@ using namespace Platform::Host;
 DWORD WINAPI GetModuleFileNameW(HMODULE module, LPWSTR fileName, DWORD size)
 {
     return Guarded("GetModuleFileNameW", DWORD{0}, [&]() -> DWORD {
-        if (module != nullptr) {
-            lastError = ERROR_MOD_NOT_FOUND;
-            return 0;
-        }
-        const std::u16string path = ProgramPath();
-        if (path.empty()) {
-            lastError = ERROR_GEN_FAILURE;
-            return 0;
-        }
-        const bool fits = path.size() < size;
-        if (size != 0) {
-            const std::size_t copied = std::min<std::size_t>(path.size(), size - 1);
-            std::memcpy(fileName, path.data(), copied * sizeof(WCHAR));
-            fileName[copied] = 0;
-        }
-        lastError = fits ? ERROR_SUCCESS : ERROR_INSUFFICIENT_BUFFER;
-        return fits ? static_cast<DWORD>(path.size()) : size;
+        const std::u16string path = PathOf(module);
+        return path.empty() ? 0 : CopyPath(path, fileName, size);
+    });
+}
+
+DWORD WINAPI GetModuleFileNameA(HMODULE module, LPSTR fileName, DWORD size)
+{
+    return Guarded("GetModuleFileNameA", DWORD{0}, [&]() -> DWORD {
+        const std::string path = ToHost(PathOf(module));
+        return path.empty() ? 0 : CopyPath(path, fileName, size);
     });
 }

@@ -3,15 +3,35 @@
 #include "Platform/Host/Control.h"
 #include "Platform/Host/Gate.h"
 #include "Platform/Host/StandardError.h"
+#include "Platform/Host/SystemFigures.h"
 #include "Platform/Host/Utf.h"
 
 namespace Platform::Host {
 
 namespace {
 
-MessageBoxHook& Hook()
+// What the program sees of its windows and keys.
+struct ShownInput {
+    HWND activeWindow = nullptr;
+    HWND lastActivePopup = nullptr;
+    short keyState = 0;
+};
+
+ShownInput& Input()
+{
+    static ShownInput input;
+    return input;
+}
+
+MessageBoxHook& BoxHook()
 {
     static MessageBoxHook hook;
+    return hook;
+}
+
+DebuggerHook& OutputHook()
+{
+    static DebuggerHook hook;
     return hook;
 }
 
@@ -20,11 +40,41 @@ bool PrintBox(const MessageBoxCall& call)
     return WriteToStandardError(ToHost(call.caption) + '\n' + ToHost(call.text) + '\n');
 }
 
+// Gives the button. No lock is held: the hook may call the layer.
+int ShowBox(const MessageBoxCall& call)
+{
+    if (BoxHook()) {
+        return BoxHook()(call);
+    }
+    return PrintBox(call) ? IDOK : Fail(ERROR_GEN_FAILURE);
+}
+
+bool DebuggerIsAttached()
+{
+    return SystemFigures("/proc/self/status").Number("\nTracerPid:") != 0;
+}
+
 } // namespace
 
 void SetMessageBoxHook(MessageBoxHook hook)
 {
-    Hook() = std::move(hook);
+    BoxHook() = std::move(hook);
+}
+
+void SetActiveWindow(HWND window, HWND lastActivePopup)
+{
+    Input().activeWindow = window;
+    Input().lastActivePopup = lastActivePopup;
+}
+
+void SetKeyState(short state)
+{
+    Input().keyState = state;
+}
+
+void SetDebuggerHook(DebuggerHook hook)
+{
+    OutputHook() = std::move(hook);
 }
 
 } // namespace Platform::Host
@@ -33,12 +83,53 @@ using namespace Platform::Host;
 
 int WINAPI MessageBoxW(HWND owner, LPCWSTR text, LPCWSTR caption, UINT type)
 {
-    return Guarded("MessageBoxW", 0, [&]() -> int {
-        const MessageBoxCall call{owner != nullptr, text != nullptr ? text : u"",
-                                  caption != nullptr ? caption : u"Error", type};
-        if (Hook()) {
-            return Hook()(call);
-        }
-        return PrintBox(call) ? IDOK : Fail(ERROR_GEN_FAILURE);
+    return Guarded("MessageBoxW", 0, [&] {
+        return ShowBox(
+            {owner != nullptr, text != nullptr ? text : u"", caption != nullptr ? caption : u"Error", type});
     });
+}
+
+int WINAPI MessageBoxA(HWND owner, LPCSTR text, LPCSTR caption, UINT type)
+{
+    return Guarded("MessageBoxA", 0, [&] {
+        return ShowBox({owner != nullptr, FromHost(text != nullptr ? text : ""),
+                        FromHost(caption != nullptr ? caption : "Error"), type});
+    });
+}
+
+HWND WINAPI GetActiveWindow()
+{
+    GateSees("GetActiveWindow");
+    return Input().activeWindow;
+}
+
+HWND WINAPI GetLastActivePopup(HWND window)
+{
+    if (GateStops("GetLastActivePopup")) {
+        return window;
+    }
+    if (window == nullptr || window != Input().activeWindow) {
+        Fail(ERROR_INVALID_WINDOW_HANDLE);
+        return window;
+    }
+    return Input().lastActivePopup;
+}
+
+short WINAPI GetKeyState(int /*key*/)
+{
+    GateSees("GetKeyState");
+    return Input().keyState;
+}
+
+void WINAPI OutputDebugStringA(LPCSTR text)
+{
+    GateSees("OutputDebugStringA");
+    if (text == nullptr) {
+        return;
+    }
+    if (OutputHook()) {
+        OutputHook()(text);
+    } else if (DebuggerIsAttached()) {
+        WriteToStandardError(text);
+    }
 }

@@ -155,22 +155,54 @@ TEST(Paths, ADriveRootKeepsItsBackslash)
     ASSERT_EQ(Enter(ToPlatform(std::filesystem::temp_directory_path())), UNTOUCHED);
 }
 
-TEST(Paths, TheModulePathIsCutToItsBuffer)
+// Both forms of GetModuleFileName, told apart by the buffer.
+DWORD ModulePath(HMODULE module, WideText& path, DWORD size)
 {
-    WideText path(2000, '#');
-    const DWORD length = GetModuleFileNameW(nullptr, path.data(), 2000);
+    return GetModuleFileNameW(module, path.data(), size);
+}
+
+DWORD ModulePath(HMODULE module, std::string& path, DWORD size)
+{
+    return GetModuleFileNameA(module, path.data(), size);
+}
+
+std::string AsUtf8(const WideText& path)
+{
+    return ToUtf8(path);
+}
+
+std::string AsUtf8(const std::string& path)
+{
+    return path;
+}
+
+template <typename Text>
+class ModulePaths : public testing::Test {
+};
+using Texts = testing::Types<WideText, std::string>;
+TYPED_TEST_SUITE(ModulePaths, Texts);
+
+TYPED_TEST(ModulePaths, AreCutToTheirBuffer)
+{
+    TypeParam path(2000, '#');
+    const DWORD length = ModulePath(nullptr, path, 2000);
     ASSERT_GT(length, 4u);
-    EXPECT_TRUE(
-        std::filesystem::equivalent(ToNative(path.substr(0, length)), BuiltProgram("PlatformTests.exe")));
+    EXPECT_EQ(path[length], 0);
+    path.resize(length);
+    WideText wide(2000, '#');
+    wide.resize(ModulePath(nullptr, wide, 2000));
+    EXPECT_EQ(AsUtf8(path), ToUtf8(wide));
+    EXPECT_TRUE(std::filesystem::equivalent(ToNative(wide), BuiltProgram("PlatformTests.exe")));
     for (const DWORD size : {length + 1, length, DWORD{1}}) {
-        WideText cut(2000, '#');
+        TypeParam cut(2000, '#');
         SetLastError(UNTOUCHED);
-        EXPECT_EQ(GetModuleFileNameW(nullptr, cut.data(), size), std::min(size, length));
+        EXPECT_EQ(ModulePath(nullptr, cut, size), std::min(size, length));
         EXPECT_EQ(GetLastError(), size > length ? ERROR_SUCCESS : ERROR_INSUFFICIENT_BUFFER) << size;
+        EXPECT_EQ(cut.substr(0, size - 1), path.substr(0, size - 1));
         EXPECT_EQ(cut[size], '#');
     }
     SetLastError(UNTOUCHED);
-    EXPECT_EQ(GetModuleFileNameW(reinterpret_cast<HMODULE>(&path), path.data(), 2000), 0u);
+    EXPECT_EQ(ModulePath(reinterpret_cast<HMODULE>(&path), path, length), 0u);
     EXPECT_EQ(GetLastError(), ERROR_MOD_NOT_FOUND);
 }
 

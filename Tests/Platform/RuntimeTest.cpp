@@ -1,4 +1,4 @@
-// The runtime's texts in the C locale, threads, the clock and the memory.
+// The runtime's texts in the C locale, threads, the clock, the memory and the system's version.
 #include "Tests/Support/WideText.h"
 
 #include <gtest/gtest.h>
@@ -148,6 +148,39 @@ TEST(Threads, RunAndAreAwaited)
     EXPECT_TRUE(CloseHandle(thread));
 }
 
+struct Contest {
+    CRITICAL_SECTION section;
+    bool entered; // by the second thread
+};
+
+DWORD WINAPI EnterOnce(LPVOID argument)
+{
+    auto& contest = *static_cast<Contest*>(argument);
+    EnterCriticalSection(&contest.section);
+    contest.entered = true;
+    LeaveCriticalSection(&contest.section);
+    return 0;
+}
+
+TEST(Threads, ACriticalSectionLetsItsOwnerInAgainAndNobodyElse)
+{
+    Contest contest{};
+    InitializeCriticalSection(&contest.section);
+    EnterCriticalSection(&contest.section);
+    EnterCriticalSection(&contest.section);
+    auto* const thread = CreateThread(nullptr, 0, EnterOnce, &contest, 0, nullptr);
+    ASSERT_NE(thread, nullptr);
+    LeaveCriticalSection(&contest.section);
+    EXPECT_EQ(WaitForSingleObject(thread, 50), WAIT_TIMEOUT);
+    EXPECT_FALSE(contest.entered);
+    LeaveCriticalSection(&contest.section);
+    EXPECT_EQ(WaitForSingleObject(thread, 20000), WAIT_OBJECT_0);
+    EnterCriticalSection(&contest.section);
+    EXPECT_TRUE(contest.entered);
+    LeaveCriticalSection(&contest.section);
+    EXPECT_TRUE(CloseHandle(thread));
+}
+
 TEST(Time, IsTheLocalTimeOfDay)
 {
     const std::time_t before = std::time(nullptr);
@@ -180,6 +213,28 @@ TEST(Memory, FiguresHangTogether)
     EXPECT_LT(status.dwAvailVirtual, status.dwTotalVirtual);
 }
 
+TEST(Version, IsGivenForTheLongerFormsSizeAndNoOther)
+{
+    OSVERSIONINFOEXW version{};
+    const auto get = [&](DWORD size) {
+        version = {.dwOSVersionInfoSize = size};
+        return GetVersionExW(reinterpret_cast<LPOSVERSIONINFOW>(&version));
+    };
+    for (const DWORD size : {0u, 275u, 283u, 285u}) {
+        EXPECT_FALSE(get(size)) << size;
+        EXPECT_EQ(version.dwMajorVersion, 0u);
+    }
+    SetLastError(77);
+    ASSERT_TRUE(get(sizeof(version)));
+    EXPECT_EQ(GetLastError(), 77u);
+    EXPECT_EQ(version.dwOSVersionInfoSize, sizeof(version));
+    EXPECT_GE(version.dwMajorVersion, 5u);
+    EXPECT_GT(version.dwBuildNumber, 2000u);
+    EXPECT_EQ(version.dwPlatformId, DWORD{VER_PLATFORM_WIN32_NT});
+    EXPECT_NE(version.wProductType, 0);
+}
+
+static_assert(sizeof(OSVERSIONINFOEXW) == 284);
 static_assert(sizeof(MEMORYSTATUS) == 8 + 6 * sizeof(SIZE_T) && sizeof(SYSTEMTIME) == 16);
 
 } // namespace

@@ -6,14 +6,20 @@
 
 constexpr UINT CF_TEXT = 1;
 
-BOOL WINAPI OpenClipboard(HWND newOwner); // ERROR_ACCESS_DENIED while another thread has it open
+// ERROR_ACCESS_DENIED while another thread has it open. There are no windows: the owner is null.
+BOOL WINAPI OpenClipboard(HWND newOwner);
+
+// Who has not opened it gets ERROR_CLIPBOARD_NOT_OPEN from these and the two below.
 BOOL WINAPI EmptyClipboard();
 BOOL WINAPI CloseClipboard();
 
-// The block is the clipboard's own from now on; a failure leaves it the caller's.
+// The block is the clipboard's own from now on, in place of the format's former one; a failure leaves it the
+// caller's. The last byte of CF_TEXT becomes a terminator. A null block takes the former one away and gives
+// null without an error, as does one of no bytes, which changes nothing.
 HANDLE WINAPI SetClipboardData(UINT format, HANDLE memory);
 
-// The clipboard's own block, valid until it is closed; null: nothing of that format is there.
+// The clipboard's own block, valid until it is closed; null: failed, or, with the last error left alone,
+// nothing of that format is there.
 HANDLE WINAPI GetClipboardData(UINT format);
 
 // --- Movable blocks
@@ -23,7 +29,7 @@ using HGLOBAL = HANDLE;
 constexpr UINT GMEM_MOVEABLE = 0x0002;
 
 HGLOBAL WINAPI GlobalAlloc(UINT flags, SIZE_T bytes); // null: failed. Movable blocks alone
-LPVOID WINAPI GlobalLock(HGLOBAL memory);
-BOOL WINAPI GlobalUnlock(HGLOBAL memory);  // FALSE with ERROR_SUCCESS when the last lock went
-SIZE_T WINAPI GlobalSize(HGLOBAL memory);  // 0: no such block
-HGLOBAL WINAPI GlobalFree(HGLOBAL memory); // null, or the block when it failed
+LPVOID WINAPI GlobalLock(HGLOBAL memory);             // null: failed, or the block has no bytes
+BOOL WINAPI GlobalUnlock(HGLOBAL memory);             // FALSE with ERROR_SUCCESS when the last lock went
+SIZE_T WINAPI GlobalSize(HGLOBAL memory);             // 0: failed, or it has no bytes
+HGLOBAL WINAPI GlobalFree(HGLOBAL memory); // null, or the block when it failed. Locks do not matter

@@ -15,7 +15,7 @@ int WINAPI MessageBoxW(HWND owner, LPCWSTR text, LPCWSTR caption, UINT type);
 int WINAPI MessageBoxA(HWND owner, LPCSTR text, LPCSTR caption, UINT type); // UTF-8
 
 HWND WINAPI GetActiveWindow();
-HWND WINAPI GetLastActivePopup(HWND window);
+HWND WINAPI GetLastActivePopup(HWND window); // the window itself when it is none, with the last error set
 
 constexpr int VK_CONTROL = 0x11;
 short WINAPI GetKeyState(int key); // below 0: down

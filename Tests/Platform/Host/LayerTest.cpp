@@ -1,11 +1,14 @@
 // What the host layer has beyond the platform: the gate, the command line's way through the host's arguments,
-// drives, letter case.
+// drives, letter case, and what tests may say of message boxes, windows, clipboard and version.
 #include "Platform/Host/CommandLine.h"
 #include "Platform/Host/Control.h"
 #include "Platform/Host/Drives.h"
 #include "Platform/Host/Gate.h"
 #include "Platform/Host/ProcessStart.h"
+#include "Platform/Host/SystemFigures.h"
 #include "Platform/Host/Utf.h"
+#include "Platform/Win32.h"
+#include "Tests/Support/HeapWatch.h"
 #include "Tests/Support/ScratchFolder.h"
 #include "Tests/Support/StartedProcess.h"
 #include "Tests/Support/Target.h"
@@ -13,8 +16,10 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <cstring>
 #include <fstream>
 #include <thread>
+#include <tuple>
 
 namespace {
 
@@ -160,6 +165,15 @@ TEST(HostPaths, TheCurrentDirectoryHasAtMost258Characters)
     }
 }
 
+TEST(HostPaths, TheModulePathIsUtf8InBytes)
+{
+    SetModulePath(u"Z:\\\u00FC");
+    char path[10];
+    EXPECT_EQ(GetModuleFileNameA(nullptr, path, sizeof(path)), 5u);
+    EXPECT_STREQ(path, "Z:\\\xC3\xBC");
+    SetModulePath(std::nullopt);
+}
+
 TEST(Drives, LeadThereAndBack)
 {
     const ScratchFolder scratch;
@@ -204,18 +218,140 @@ TEST(Drives, LeadThereAndBack)
     EXPECT_EQ(ToDrivePath(scratch.Path().native())[0], u'Z');
 }
 
-TEST(MessageBoxes, GoToTheHook)
+TEST(MessageBoxes, GoToTheHookWhichMayCallTheLayer)
 {
     std::vector<MessageBoxCall> calls;
     SetMessageBoxHook([&](const MessageBoxCall& call) {
         calls.push_back(call);
-        return 7;
+        return calls.size() == 1 ? MessageBoxA(nullptr, nullptr, "\xC3\xBC", MB_OK) : 7;
     });
     EXPECT_EQ(MessageBoxW(nullptr, u"text", nullptr, MB_ICONERROR), 7);
+    EXPECT_EQ(MessageBoxA(reinterpret_cast<HWND>(&calls), "text \xF0\x9F\x8E\xAE", nullptr, MB_OK), 7);
     SetMessageBoxHook({});
-    ASSERT_EQ(calls.size(), 1u);
-    EXPECT_EQ(calls[0].text, u"text");
-    EXPECT_EQ(calls[0].caption, u"Error");
+    const MessageBoxCall expected[] = {{false, u"text", u"Error", MB_ICONERROR},
+                                       {false, u"", u"\u00FC", MB_OK},
+                                       {true, u"text \U0001F3AE", u"Error", MB_OK}};
+    ASSERT_EQ(calls.size(), std::size(expected));
+    for (std::size_t i = 0; i < calls.size(); ++i) {
+        EXPECT_EQ(calls[i].hasOwner, expected[i].hasOwner) << i;
+        EXPECT_EQ(calls[i].text, expected[i].text) << i;
+        EXPECT_EQ(calls[i].caption, expected[i].caption) << i;
+        EXPECT_EQ(calls[i].type, expected[i].type) << i;
+    }
+}
+
+TEST(MessageBoxes, GoToStandardErrorWithoutAHook)
+{
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(MessageBoxA(nullptr, "text \xC3\xBC", nullptr, MB_OK), IDOK);
+    EXPECT_EQ(MessageBoxW(nullptr, u"text \u00FC", u"caption", MB_OK), IDOK);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "Error\ntext \xC3\xBC\ncaption\ntext \xC3\xBC\n");
+}
+
+TEST(Windows, AreNoneUnlessATestSaysOtherwise)
+{
+    auto* const window = reinterpret_cast<HWND>(0x10);
+    auto* const popup = reinterpret_cast<HWND>(0x20);
+    EXPECT_EQ(GetActiveWindow(), nullptr);
+    EXPECT_EQ(GetKeyState(VK_CONTROL), 0);
+    SetActiveWindow(window, popup);
+    SetKeyState(-1);
+    EXPECT_EQ(GetActiveWindow(), window);
+    EXPECT_LT(GetKeyState(VK_CONTROL), 0);
+    EXPECT_EQ(GetLastActivePopup(window), popup);
+    SetActiveWindow(nullptr, nullptr);
+    SetKeyState(0);
+    for (HWND none : {HWND{nullptr}, window}) {
+        lastError = 77;
+        EXPECT_EQ(GetLastActivePopup(none), none);
+        EXPECT_EQ(lastError, ERROR_INVALID_WINDOW_HANDLE);
+    }
+}
+
+TEST(DebuggerOutput, GoesToTheHookWithoutHeapMemory)
+{
+    static std::size_t length = 0;
+    SetDebuggerHook([](const char* text) { length += std::strlen(text); });
+    unsigned blocks = 1;
+    {
+        const HeapWatch watch;
+        OutputDebugStringA("a text that is longer than any small buffer of a string object");
+        OutputDebugStringA(nullptr);
+        blocks = watch.Blocks();
+    }
+    SetDebuggerHook({});
+    EXPECT_EQ(blocks, 0u);
+    EXPECT_EQ(length, 62u);
+}
+
+TEST(DebuggerOutput, GoesToStandardErrorWhereADebuggerIsAttached)
+{
+    const bool attached = SystemFigures("/proc/self/status").Number("\nTracerPid:") != 0;
+    testing::internal::CaptureStderr();
+    OutputDebugStringA("text");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), attached ? "text" : "");
+}
+
+TEST(HostClipboard, IsOfOneThreadUntilThatClosesItOrEnds)
+{
+    const auto errorElsewhere = [] {
+        DWORD error = ERROR_SUCCESS;
+        std::thread([&] { error = OpenClipboard(nullptr) ? ERROR_SUCCESS : GetLastError(); }).join();
+        return error;
+    };
+    EXPECT_TRUE(OpenClipboard(nullptr));
+    EXPECT_EQ(errorElsewhere(), ERROR_ACCESS_DENIED);
+    EXPECT_TRUE(CloseClipboard());
+    EXPECT_EQ(errorElsewhere(), ERROR_SUCCESS); // and it is left open
+    EXPECT_TRUE(OpenClipboard(nullptr));
+    EXPECT_TRUE(CloseClipboard());
+}
+
+TEST(HostClipboard, KeepsItsBlocksFromTheirFormerOwner)
+{
+    auto* const block = GlobalAlloc(GMEM_MOVEABLE, 5);
+    EXPECT_EQ(GlobalAlloc(0, 5), nullptr);
+    EXPECT_EQ(GetLastError(), ERROR_INVALID_PARAMETER);
+    ASSERT_TRUE(OpenClipboard(nullptr));
+    {
+        GateWatch watch({.function = "SetClipboardData", .ordinal = 1, .error = 5});
+        EXPECT_EQ(SetClipboardData(CF_TEXT, block), nullptr);
+        EXPECT_EQ(GetClipboardData(CF_TEXT), nullptr);
+    }
+    for (unsigned n = 1, failed = 1; failed != 0; ++n) {
+        const HeapWatch watch({.ordinal = n});
+        lastError = 77;
+        const bool set = SetClipboardData(CF_TEXT, block) != nullptr;
+        failed = watch.Failures();
+        EXPECT_EQ(lastError, failed != 0 ? ERROR_NOT_ENOUGH_MEMORY : 77u);
+        EXPECT_EQ(GetClipboardData(CF_TEXT), set ? block : nullptr);
+    }
+    lastError = 77;
+    EXPECT_EQ(GlobalFree(block), block);
+    EXPECT_EQ(lastError, ERROR_INVALID_HANDLE);
+    EXPECT_EQ(SetClipboardData(CF_TEXT, block), nullptr);
+    EXPECT_EQ(GetClipboardData(CF_TEXT), block);
+    EXPECT_EQ(SetClipboardData(CF_TEXT, nullptr), nullptr);
+    EXPECT_EQ(GlobalSize(block), 0u);
+    EXPECT_TRUE(CloseClipboard());
+}
+
+TEST(HostVersion, IsTheTestsOwnWhereItHasOne)
+{
+    const auto shown = [] {
+        OSVERSIONINFOEXW version{.dwOSVersionInfoSize = sizeof(version), .szCSDVersion = u"old"};
+        EXPECT_TRUE(GetVersionExW(&version));
+        EXPECT_EQ(version.dwOSVersionInfoSize, sizeof(version));
+        return std::tuple(version.dwMajorVersion, version.dwMinorVersion, version.dwBuildNumber,
+                          std::u16string(version.szCSDVersion));
+    };
+    const std::tuple own(6u, 2u, 9200u, std::u16string());
+    EXPECT_EQ(shown(), own);
+    SetShownVersion(OSVERSIONINFOEXW{
+        .dwMajorVersion = 5, .dwMinorVersion = 1, .dwBuildNumber = 2600, .szCSDVersion = u"Service Pack 3"});
+    EXPECT_EQ(shown(), std::tuple(5u, 1u, 2600u, std::u16string(u"Service Pack 3")));
+    SetShownVersion(std::nullopt);
+    EXPECT_EQ(shown(), own);
 }
 
 } // namespace

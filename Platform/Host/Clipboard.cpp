@@ -1,0 +1,272 @@
+#include "Platform/Host/Api/Clipboard.h"
+
+#include "Platform/Host/Api/Processes.h"
+#include "Platform/Host/Gate.h"
+#include "Platform/Host/Handles.h"
+
+#include <algorithm>
+#include <atomic>
+#include <map>
+#include <mutex>
+
+namespace Platform::Host {
+
+namespace {
+
+constexpr unsigned MOST_LOCKS = 255; // the platform counts no further
+
+class Block : public KernelObject {
+public:
+    explicit Block(SIZE_T size) : bytes_(std::make_unique_for_overwrite<char[]>(size)), size_(size) {}
+
+    DWORD Wait(DWORD /*milliseconds*/) override
+    {
+        Fail(ERROR_INVALID_HANDLE);
+        return WAIT_FAILED;
+    }
+
+    [[nodiscard]] SIZE_T Size() const { return size_; }
+
+    void* Lock()
+    {
+        if (size_ == 0) {
+            Fail(ERROR_DISCARDED);
+            return nullptr;
+        }
+        const std::lock_guard lock(mutex_);
+        locks_ = std::min(locks_ + 1, MOST_LOCKS);
+        return bytes_.get();
+    }
+
+    // TRUE while a lock is left.
+    BOOL Unlock()
+    {
+        const std::lock_guard lock(mutex_);
+        if (locks_ == 0) {
+            return Fail(ERROR_NOT_LOCKED);
+        }
+        return --locks_ != 0 ? TRUE : Fail(ERROR_SUCCESS);
+    }
+
+    // Makes the block the clipboard's. False: it is that already.
+    bool Take() { return !taken_.exchange(true); }
+    [[nodiscard]] bool IsTaken() const { return taken_; }
+
+    // Only for blocks that have bytes.
+    void Terminate() { bytes_[size_ - 1] = 0; }
+
+private:
+    std::mutex mutex_;
+    std::unique_ptr<char[]> bytes_;
+    SIZE_T size_;
+    unsigned locks_ = 0;
+    std::atomic<bool> taken_{false};
+};
+
+// Stands for its thread, which closes the clipboard when it ends.
+struct ThreadMark {
+    ThreadMark() = default;
+    ~ThreadMark();
+    ThreadMark(const ThreadMark&) = delete;
+    ThreadMark& operator=(const ThreadMark&) = delete;
+};
+
+thread_local ThreadMark ownMark;
+
+struct ClipboardState {
+    std::mutex mutex;
+    const ThreadMark* openedBy = nullptr;
+    std::map<UINT, HANDLE> blocks; // by format
+};
+
+ClipboardState& State()
+{
+    static auto& state = *new ClipboardState; // never destroyed: threads that end after main close it too
+    return state;
+}
+
+ThreadMark::~ThreadMark()
+{
+    ClipboardState& state = State();
+    const std::lock_guard lock(state.mutex);
+    if (state.openedBy == this) {
+        state.openedBy = nullptr;
+    }
+}
+
+// Runs the body on the clipboard that the calling thread has open; without one gives a failure.
+template <typename Result, typename Body>
+Result WithOpenClipboard(Result failure, Body&& body)
+{
+    ClipboardState& state = State();
+    const std::lock_guard lock(state.mutex);
+    if (state.openedBy != &ownMark) {
+        Fail(ERROR_CLIPBOARD_NOT_OPEN);
+        return failure;
+    }
+    return body(state);
+}
+
+void Remove(ClipboardState& state, UINT format)
+{
+    const auto place = state.blocks.find(format);
+    if (place != state.blocks.end()) {
+        ReleaseHandle(place->second);
+        state.blocks.erase(place);
+    }
+}
+
+// Null: nothing happened; that the block is the clipboard's already is an error.
+HANDLE Put(ClipboardState& state, UINT format, HANDLE memory, Block& block)
+{
+    if (block.Size() == 0) {
+        return nullptr;
+    }
+    HANDLE& place = state.blocks[format];
+    if (!block.Take()) {
+        Fail(ERROR_INVALID_HANDLE);
+        return nullptr;
+    }
+    if (format == CF_TEXT) {
+        block.Terminate();
+    }
+    ReleaseHandle(std::exchange(place, memory));
+    return memory;
+}
+
+HANDLE SetData(UINT format, HANDLE memory)
+{
+    const auto block = memory != nullptr ? FindObjectOf<Block>(memory) : nullptr;
+    if (memory != nullptr && block == nullptr) {
+        return nullptr;
+    }
+    return WithOpenClipboard(HANDLE{nullptr}, [&](ClipboardState& state) -> HANDLE {
+        if (format == 0) {
+            Fail(ERROR_CLIPBOARD_NOT_OPEN); // the platform's own word for it
+            return nullptr;
+        }
+        if (block == nullptr) { // to be made when it is asked for, which takes a window
+            Remove(state, format);
+            return nullptr;
+        }
+        return Put(state, format, memory, *block);
+    });
+}
+
+} // namespace
+
+} // namespace Platform::Host
+
+using namespace Platform::Host;
+
+BOOL WINAPI OpenClipboard(HWND newOwner)
+{
+    if (GateStops("OpenClipboard")) {
+        return FALSE;
+    }
+    if (newOwner != nullptr) {
+        return Fail(ERROR_INVALID_WINDOW_HANDLE);
+    }
+    ClipboardState& state = State();
+    const std::lock_guard lock(state.mutex);
+    if (state.openedBy != nullptr && state.openedBy != &ownMark) {
+        return Fail(ERROR_ACCESS_DENIED);
+    }
+    state.openedBy = &ownMark;
+    return TRUE;
+}
+
+BOOL WINAPI EmptyClipboard()
+{
+    if (GateStops("EmptyClipboard")) {
+        return FALSE;
+    }
+    return WithOpenClipboard(FALSE, [](ClipboardState& state) {
+        for (const auto& [format, memory] : state.blocks) {
+            ReleaseHandle(memory);
+        }
+        state.blocks.clear();
+        return TRUE;
+    });
+}
+
+BOOL WINAPI CloseClipboard()
+{
+    if (GateStops("CloseClipboard")) {
+        return FALSE;
+    }
+    return WithOpenClipboard(FALSE, [](ClipboardState& state) {
+        state.openedBy = nullptr;
+        return TRUE;
+    });
+}
+
+HANDLE WINAPI SetClipboardData(UINT format, HANDLE memory)
+{
+    return Guarded("SetClipboardData", HANDLE{nullptr}, [&] { return SetData(format, memory); });
+}
+
+HANDLE WINAPI GetClipboardData(UINT format)
+{
+    if (GateStops("GetClipboardData")) {
+        return nullptr;
+    }
+    return WithOpenClipboard(HANDLE{nullptr}, [&](ClipboardState& state) -> HANDLE {
+        const auto place = state.blocks.find(format);
+        return place != state.blocks.end() ? place->second : nullptr;
+    });
+}
+
+HGLOBAL WINAPI GlobalAlloc(UINT flags, SIZE_T bytes)
+{
+    return Guarded("GlobalAlloc", HGLOBAL{nullptr}, [&]() -> HGLOBAL {
+        if (flags != GMEM_MOVEABLE) {
+            Fail(ERROR_INVALID_PARAMETER);
+            return nullptr;
+        }
+        return OpenHandle(std::make_shared<Block>(bytes));
+    });
+}
+
+LPVOID WINAPI GlobalLock(HGLOBAL memory)
+{
+    if (GateStops("GlobalLock") || memory == nullptr) {
+        return nullptr;
+    }
+    const auto block = FindObjectOf<Block>(memory);
+    return block != nullptr ? block->Lock() : nullptr;
+}
+
+BOOL WINAPI GlobalUnlock(HGLOBAL memory)
+{
+    if (GateStops("GlobalUnlock")) {
+        return FALSE;
+    }
+    const auto block = FindObjectOf<Block>(memory);
+    return block != nullptr ? block->Unlock() : FALSE;
+}
+
+SIZE_T WINAPI GlobalSize(HGLOBAL memory)
+{
+    if (GateStops("GlobalSize")) {
+        return 0;
+    }
+    const auto block = FindObjectOf<Block>(memory);
+    return block != nullptr ? block->Size() : 0;
+}
+
+HGLOBAL WINAPI GlobalFree(HGLOBAL memory)
+{
+    if (GateStops("GlobalFree") || memory == nullptr) {
+        return memory;
+    }
+    const auto block = FindObjectOf<Block>(memory);
+    if (block == nullptr) {
+        return memory;
+    }
+    if (block->IsTaken() || !ReleaseHandle(memory)) {
+        Fail(ERROR_INVALID_HANDLE);
+        return memory;
+    }
+    return nullptr;
+}
