@@ -3,8 +3,9 @@
 //     Reporter FOLDER [WORD...]    writes FOLDER\report.log and FOLDER\Report_TIME.dmp
 //
 // Words: "symbols" has the symbol engine started first; "continue" makes the report one that returns; "deep"
-// files it from 40 functions further in; "again" reports from the callback with each line; "counted" writes
-// the program's heap blocks so far behind each line into FOLDER\heap.log, all of them failing.
+// files it from 40 functions further in; "twice" files it from two threads at once; "again" files another one
+// from the callback, on the thread that dumps the stack; "counted" writes the program's heap blocks so far
+// before each line into FOLDER\heap.log; "starved" lets all of them fail.
 //
 // The exit code is 3 after a report that returned.
 #include "Plinth/Debug/ErrorReport.h"
@@ -14,6 +15,8 @@
 #include "Plinth/Text/ZeroTerminatedText.h"
 #include "Tests/Support/HeapWatch.h"
 
+#include <atomic>
+#include <cstring>
 #include <optional>
 #include <sstream>
 #include <string>
@@ -25,16 +28,18 @@ constexpr int RETURNED = 3;
 HANDLE heapLog;
 std::optional<HeapWatch> heap;
 
-void WriteCountBehind(const char* line)
+void WriteWithCount(const char* line)
 {
     char text[1400];
     Plinth::FormatText(text, sizeof(text), "%u %s", heap->Blocks(), line);
     Plinth::WriteLogFile(heapLog, text, static_cast<std::uint32_t>(std::strlen(text)));
 }
 
-void ReportAgain(const char* /*line*/)
+void ReportAgain(const char* line)
 {
-    Plinth::ReportError(0, nullptr, 0, nullptr, "from the callback");
+    if (std::strstr(line, "Stack dump:") != nullptr) {
+        Plinth::ReportError(0, nullptr, 0, nullptr, "from the callback");
+    }
 }
 
 } // namespace
@@ -50,8 +55,8 @@ namespace Game {
 
 [[gnu::noinline]] int LoadLevel(std::uint32_t flags, int further)
 {
-    const int width = further > 0 ? LoadLevel(flags, further - 1) : CheckTexture(flags, 5000);
-    return width + 1; // so that the call is not the function's last act
+    volatile int width = further > 0 ? LoadLevel(flags, further - 1) : CheckTexture(flags, 5000);
+    return width + 1; // as volatile it makes this neither a jump nor a loop
 }
 
 [[gnu::noinline]] int Run(std::uint32_t flags, bool deep)
@@ -60,6 +65,63 @@ namespace Game {
 }
 
 } // namespace Game
+
+namespace {
+
+struct Wanted {
+    std::uint32_t flags = 0;
+    bool deep = false;
+    bool twice = false;
+    bool starved = false;
+};
+
+Wanted wanted;
+
+void StartSymbols()
+{
+    Plinth::LoadDbgHelp();
+    Plinth::InitSymbols();
+}
+
+void Take(const std::string& word, const std::string& folder)
+{
+    if (word == "symbols") {
+        StartSymbols();
+    } else if (word == "continue") {
+        wanted.flags |= Plinth::ReportFlagContinue;
+    } else if (word == "deep") {
+        wanted.deep = true;
+    } else if (word == "twice") {
+        wanted.twice = true;
+    } else if (word == "again") {
+        Plinth::SetReportCallback(ReportAgain);
+    } else if (word == "starved") {
+        wanted.starved = true;
+    } else if (word == "counted") {
+        heapLog = Plinth::CreateLogFile((folder + "heap.log").c_str(), 0);
+        Plinth::SetReportCallback(WriteWithCount);
+    }
+}
+
+std::atomic<int> waiting{2};
+
+DWORD WINAPI RunTogether(LPVOID /*parameter*/)
+{
+    for (--waiting; waiting > 0;) {
+    }
+    return static_cast<DWORD>(Game::Run(wanted.flags, wanted.deep));
+}
+
+int RunTwice()
+{
+    auto* const other = CreateThread(nullptr, 0, RunTogether, nullptr, 0, nullptr);
+    RunTogether(nullptr);
+    WaitForSingleObject(other, INFINITE);
+    CloseHandle(other);
+    return RETURNED;
+}
+
+} // namespace
 
 int WINAPI WinMain(HINSTANCE, HINSTANCE, LPSTR commandLine, int)
 {
@@ -71,23 +133,12 @@ int WINAPI WinMain(HINSTANCE, HINSTANCE, LPSTR commandLine, int)
         return 1;
     }
     Plinth::SetMinidumpLocation(folder.c_str(), "Report");
-    std::uint32_t flags = 0;
-    bool deep = false;
     for (std::string word; words >> word;) {
-        if (word == "symbols") {
-            Plinth::LoadDbgHelp();
-            Plinth::InitSymbols();
-        } else if (word == "continue") {
-            flags |= Plinth::ReportFlagContinue;
-        } else if (word == "deep") {
-            deep = true;
-        } else if (word == "again") {
-            Plinth::SetReportCallback(ReportAgain);
-        } else if (word == "counted") {
-            heapLog = Plinth::CreateLogFile((folder + "heap.log").c_str(), 0);
-            Plinth::SetReportCallback(WriteCountBehind);
-            heap.emplace(HeapRule{.ordinal = 1, .lasting = true});
-        }
+        Take(word, folder);
     }
-    return Game::Run(flags, deep) != 0 ? RETURNED : 0;
+    if (wanted.twice) {
+        return RunTwice();
+    }
+    heap.emplace(HeapRule{.largest = wanted.starved ? 0 : SIZE_MAX});
+    return Game::Run(wanted.flags, wanted.deep) != 0 ? RETURNED : 0;
 }

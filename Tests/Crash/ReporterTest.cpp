@@ -1,0 +1,114 @@
+// Fatal reports, each in a process of its own.
+#include "Tests/Crash/ReporterRun.h"
+#include "Tests/Support/MinidumpReader.h"
+#include "Tests/Support/Target.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <regex>
+#include <set>
+#include <sstream>
+
+namespace {
+
+// A stack's frames as one "FRAMES", the time as "TIME", line ends as LF.
+std::string Plain(std::string log)
+{
+    log.erase(std::remove(log.begin(), log.end(), '\r'), log.end());
+    log = std::regex_replace(log, std::regex(R"(\[ [^\]]+ \])"), "[ TIME ]");
+    return std::regex_replace(log, std::regex(R"((      [0-9a-f]{4}:[0-9a-f]{8}  0x.*\n)+)"),
+                              "      FRAMES\n");
+}
+
+const std::string HEADING = "\n[ TIME ] ERROR: FATAL ERROR!\n\n"
+                            "    Expression: width <= 4096\n    Error: The texture is 5000 wide\n\n"
+                            "    File: Game/Texture.cpp\n    Line: 118\n\n";
+const std::string DUMP_BEGINS = "    Dumping call stack...\n\n    Stack dump:\n\n      FRAMES\n";
+const std::string DUMP_ENDS =
+    "\n    Minidump successfully written.\n\n    Dumping of call stack finished.\n\n";
+const std::string END = "Assertion: User pressed Ok.\n";
+
+TEST(FatalReport, LeavesLogBoxDumpAndExitCode)
+{
+    struct Row {
+        const char* words;
+        std::string log;
+        std::size_t dumps;
+    };
+    for (const Row& row :
+         {Row{"", HEADING + END, 0}, Row{"symbols", HEADING + DUMP_BEGINS + DUMP_ENDS + END, 1},
+          Row{"symbols deep", HEADING + DUMP_BEGINS + "      <...>\n" + DUMP_ENDS + END, 1}}) {
+        const ScratchFolder scratch;
+        const ReporterResult result = RunReporter(scratch.Path(), row.words);
+        EXPECT_EQ(result.exitCode, 1u);
+        EXPECT_EQ(Plain(result.log), row.log);
+        ASSERT_EQ(result.boxes.size(), 1u);
+        EXPECT_EQ(ToUtf8(result.boxes[0].caption), "Reporter.exe - Error");
+        EXPECT_EQ(ToUtf8(result.boxes[0].text),
+                  "Fatal error!\n\nExpression: width <= 4096\nError: The texture is 5000 "
+                  "wide\n\nFile: Game/Texture.cpp\nLine: 118\n");
+        ASSERT_EQ(result.dumps.size(), row.dumps);
+        for (const std::filesystem::path& dump : result.dumps) {
+            const MinidumpReading reading = ReadMinidump(dump);
+            EXPECT_EQ(reading.fault, "");
+            EXPECT_FALSE(reading.dump.exception.has_value());
+            EXPECT_GE(reading.dump.threads.size(), 2u);
+        }
+    }
+}
+
+// The report from inside comes on the thread that the reporting one waits for.
+TEST(FatalReport, WhoseCallbackReportsFromTheStackDumpComesToItsEnd)
+{
+    const ScratchFolder scratch;
+    const ReporterResult result = RunReporter(scratch.Path(), "symbols again");
+    EXPECT_EQ(result.exitCode, 1u);
+    EXPECT_EQ(result.boxes.size(), 1u);
+    EXPECT_NE(result.log.find("ERROR: Second chance FATAL ERROR!"), std::string::npos) << result.log;
+    EXPECT_NE(result.log.find("Message: from the callback"), std::string::npos) << result.log;
+    EXPECT_NE(result.log.find("Assertion: User pressed Ok."), std::string::npos) << result.log;
+}
+
+TEST(FatalReport, TakesHeapMemoryForItsDumpAlone)
+{
+    const ScratchFolder scratch;
+    const ReporterResult result = RunReporter(scratch.Path(), "symbols counted");
+    EXPECT_EQ(result.exitCode, 1u);
+    std::istringstream lines(result.heapLog);
+    std::vector<std::string> costly; // the lines before which blocks were asked for
+    unsigned before = 0;
+    unsigned blocks = 0;
+    for (std::string line; lines >> blocks && std::getline(lines, line); before = blocks) {
+        if (blocks != before) {
+            costly.push_back(line.substr(line.find_first_not_of(' '), line.find_last_not_of("\r") + 1));
+        }
+    }
+    EXPECT_EQ(costly, CostlyLines()) << result.heapLog;
+}
+
+// With all of the program's heap blocks failing.
+TEST(FatalReport, OutOfMemoryLacksButItsDump)
+{
+    const ScratchFolder scratch;
+    const ReporterResult result = RunReporter(scratch.Path(), "symbols starved");
+    EXPECT_EQ(result.exitCode, 1u);
+    std::string log = Plain(result.log);
+    EXPECT_EQ(log.substr(0, HEADING.size()), HEADING);
+    EXPECT_EQ(log.substr(log.size() - END.size()), END);
+    EXPECT_TRUE(result.dumps.empty());
+}
+
+TEST(Reports, OfTwoThreadsComeOneAfterTheOther)
+{
+    for (int time = 0; time < 3; ++time) { // each the first two of their process
+        const ScratchFolder scratch;
+        const ReporterResult result = RunReporter(scratch.Path(), "continue twice");
+        EXPECT_EQ(result.exitCode, 3u);
+        std::string once = HEADING + END;
+        once.replace(once.find("FATAL ERROR"), 11, "ASSERTION FAILED");
+        EXPECT_EQ(Plain(result.log), once + once);
+    }
+}
+
+} // namespace
