@@ -12,3 +12,7 @@ set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
 
 # CTest and GoogleTest start the built programs through Wine.
 set(CMAKE_CROSSCOMPILING_EMULATOR ${CMAKE_CURRENT_LIST_DIR}/../scripts/wine)
+
+# For whoever reads a crash: frame pointers keep stack walks whole on 32 bits, through GoogleTest's frames too, and
+# Wine's debug-help library reads debug information up to DWARF 4.
+set(CMAKE_CXX_FLAGS_INIT "-fno-omit-frame-pointer -gdwarf-4")
