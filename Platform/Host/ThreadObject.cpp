@@ -120,8 +120,8 @@ DWORD StartThread(const std::shared_ptr<Thread>& thread, LPTHREAD_START_ROUTINE 
 {
     std::promise<DWORD> id;
     std::future<DWORD> started = id.get_future();
-    std::thread([id = std::move(id), thread, start, parameter]() mutable {
-        Holder().thread = std::move(thread);
+    std::thread([id = std::move(id), self = thread, start, parameter]() mutable {
+        Holder().thread = std::move(self);
         Thread& own = *Holder().thread;
         own.Begin();
         id.set_value(static_cast<DWORD>(own.Id()));
