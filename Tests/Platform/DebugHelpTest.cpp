@@ -23,7 +23,7 @@ Function* Bound(Function* /*type*/, const char* name)
     return reinterpret_cast<Function*>(reinterpret_cast<void*>(GetProcAddress(library, name)));
 }
 
-#define BOUND(name) Bound(static_cast<decltype(&name)>(nullptr), #name)
+#define BOUND(name) Bound(static_cast<decltype(&(name))>(nullptr), #name)
 
 TEST(Libraries, AreFoundByNameWhateverTheLetterCase)
 {
