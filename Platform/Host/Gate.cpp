@@ -1,5 +1,7 @@
 #include "Platform/Host/Gate.h"
 
+#include "Platform/Host/Suspension.h"
+
 #include <algorithm>
 #include <cassert>
 #include <mutex>
@@ -23,6 +25,16 @@ GateState& State()
     return state;
 }
 
+// A thread that is stopped with it would stop every other at its next call.
+class StateLock {
+public:
+    explicit StateLock(GateState& state) : lock_(state.mutex) {}
+
+private:
+    StopsLater later_;
+    std::lock_guard<std::mutex> lock_;
+};
+
 bool RuleHits(GateState& state, std::string_view function)
 {
     const GateRule& rule = state.rule;
@@ -39,7 +51,7 @@ bool RuleHits(GateState& state, std::string_view function)
 void RecordCall(const char* function)
 {
     GateState& state = State();
-    const std::lock_guard lock(state.mutex);
+    const StateLock lock(state);
     state.calls.emplace_back(function);
     if (state.observer) {
         state.observer(function);
@@ -50,7 +62,7 @@ bool ConsultGate(const char* function, DWORD& error)
 {
     RecordCall(function);
     GateState& state = State();
-    const std::lock_guard lock(state.mutex);
+    const StateLock lock(state);
     if (!RuleHits(state, function)) {
         return false;
     }
@@ -64,7 +76,7 @@ bool ConsultGate(const char* function, DWORD& error)
 GateWatch::GateWatch(GateRule rule)
 {
     GateState& state = State();
-    const std::lock_guard lock(state.mutex);
+    const StateLock lock(state);
     assert(!gateWatched && "one watch at a time");
     state.rule = rule;
     state.counted = 0;
@@ -82,14 +94,14 @@ GateWatch::~GateWatch()
 void GateWatch::OnCall(std::function<void(std::string_view)> observer)
 {
     GateState& state = State();
-    const std::lock_guard lock(state.mutex);
+    const StateLock lock(state);
     state.observer = std::move(observer);
 }
 
 std::vector<std::string> GateWatch::Calls() const
 {
     GateState& state = State();
-    const std::lock_guard lock(state.mutex);
+    const StateLock lock(state);
     return state.calls;
 }
 
@@ -102,7 +114,7 @@ unsigned GateWatch::Count(std::string_view function) const
 unsigned GateWatch::Points() const
 {
     GateState& state = State();
-    const std::lock_guard lock(state.mutex);
+    const StateLock lock(state);
     return state.counted;
 }
 
@@ -114,7 +126,7 @@ bool GateWatch::Failed() const
 std::optional<std::size_t> GateWatch::FirstFailed() const
 {
     GateState& state = State();
-    const std::lock_guard lock(state.mutex);
+    const StateLock lock(state);
     return state.firstFailed;
 }
 

@@ -20,6 +20,10 @@ public:
     virtual DWORD Wait(DWORD milliseconds) = 0;
 };
 
+// The handles that stand for whoever uses them. They are found like others and need no closing.
+inline const HANDLE CURRENT_PROCESS = reinterpret_cast<HANDLE>(std::intptr_t{-1});
+inline const HANDLE CURRENT_THREAD = reinterpret_cast<HANDLE>(std::intptr_t{-2});
+
 HANDLE OpenHandle(std::shared_ptr<KernelObject> object);
 
 // False when the handle stands for nothing.

@@ -5,6 +5,7 @@
 #include "Platform/Host/Drives.h"
 #include "Platform/Host/Gate.h"
 #include "Platform/Host/Handles.h"
+#include "Platform/Host/ProcessObject.h"
 #include "Platform/Host/ProcessStart.h"
 #include "Platform/Host/ShareModes.h"
 #include "Platform/Host/Utf.h"
@@ -58,7 +59,7 @@ int WaitUntilReadable(pollfd& descriptor, DWORD milliseconds)
 }
 
 // A process that this one started. It is reaped when its end is first seen, so that its id stays its own.
-class ChildProcess : public KernelObject {
+class ChildProcess : public Process {
 public:
     // To be called once, before the object is shared with anybody.
     void SetId(pid_t id) { id_ = id; }
@@ -87,10 +88,10 @@ public:
         return HasEnded() ? WAIT_OBJECT_0 : WAIT_TIMEOUT;
     }
 
-    DWORD ExitCode() { return HasEnded() ? exitCode_ : STILL_ACTIVE; }
+    DWORD ExitCode() override { return HasEnded() ? exitCode_ : STILL_ACTIVE; }
 
     // A process that has ended cannot be ended again.
-    BOOL Terminate(DWORD exitCode)
+    BOOL Terminate(DWORD exitCode) override
     {
         const std::lock_guard lock(mutex_);
         if (Reap()) {
@@ -308,6 +309,12 @@ DWORD WINAPI GetCurrentProcessId()
     return static_cast<DWORD>(getpid());
 }
 
+HANDLE WINAPI GetCurrentProcess()
+{
+    GateSees("GetCurrentProcess");
+    return CURRENT_PROCESS;
+}
+
 LPWSTR WINAPI GetEnvironmentStringsW()
 {
     return Guarded("GetEnvironmentStringsW", LPWSTR{nullptr}, [&]() -> LPWSTR {
@@ -368,11 +375,11 @@ BOOL WINAPI CreateProcessW(LPCWSTR applicationName, LPWSTR commandLine, LPSECURI
 BOOL WINAPI GetExitCodeProcess(HANDLE process, LPDWORD exitCode)
 {
     return Guarded("GetExitCodeProcess", FALSE, [&]() -> BOOL {
-        const auto child = FindObjectOf<ChildProcess>(process);
-        if (child == nullptr) {
+        const auto found = FindProcess(process);
+        if (found == nullptr) {
             return FALSE;
         }
-        *exitCode = child->ExitCode();
+        *exitCode = found->ExitCode();
         return TRUE;
     });
 }
@@ -380,7 +387,7 @@ BOOL WINAPI GetExitCodeProcess(HANDLE process, LPDWORD exitCode)
 BOOL WINAPI TerminateProcess(HANDLE process, UINT exitCode)
 {
     return Guarded("TerminateProcess", FALSE, [&]() -> BOOL {
-        const auto child = FindObjectOf<ChildProcess>(process);
-        return child != nullptr ? child->Terminate(exitCode) : FALSE;
+        const auto found = FindProcess(process);
+        return found != nullptr ? found->Terminate(exitCode) : FALSE;
     });
 }

@@ -123,6 +123,18 @@ Utf16Units EncodeUtf16(char32_t codePoint)
     return {{static_cast<WCHAR>(0xD800 + (rest >> 10)), static_cast<WCHAR>(0xDC00 + (rest & 0x3FF))}, 2};
 }
 
+// The code point at the text's start, which is taken away from it.
+Utf16Units TakeFromHost(std::string_view& text)
+{
+    Decoded next = DecodeUtf8(text.data(), text.size());
+    if (IsEncodedSurrogate(text)) {
+        const auto bits = [text](std::size_t i) { return static_cast<unsigned char>(text[i]) & 0x3Fu; };
+        next = {0xD000u | bits(1) << 6 | bits(2), 3};
+    }
+    text.remove_prefix(next.length);
+    return EncodeUtf16(next.codePoint);
+}
+
 struct Utf8Bytes {
     char bytes[4];
     std::size_t count;
@@ -211,16 +223,24 @@ std::u16string FromHost(std::string_view text)
     std::copy_n(text.begin(), plain, result.begin());
     text.remove_prefix(plain);
     while (!text.empty()) {
-        Decoded next = DecodeUtf8(text.data(), text.size());
-        if (IsEncodedSurrogate(text)) {
-            const auto bits = [text](std::size_t i) { return static_cast<unsigned char>(text[i]) & 0x3Fu; };
-            next = {0xD000u | bits(1) << 6 | bits(2), 3};
-        }
-        const Utf16Units encoded = EncodeUtf16(next.codePoint);
+        const Utf16Units encoded = TakeFromHost(text);
         result.append(encoded.units, encoded.count);
-        text.remove_prefix(next.length);
     }
     return result;
+}
+
+std::size_t FromHost(std::string_view text, char16_t* units, std::size_t room)
+{
+    std::size_t count = 0;
+    while (!text.empty()) {
+        const Utf16Units encoded = TakeFromHost(text);
+        if (encoded.count > room - count) {
+            break;
+        }
+        std::copy_n(encoded.units, encoded.count, units + count);
+        count += encoded.count;
+    }
+    return count;
 }
 
 } // namespace Platform::Host

@@ -1,10 +1,9 @@
 #include "Platform/Host/Api/Threads.h"
 
 #include "Platform/Host/Gate.h"
-#include "Platform/Host/Handles.h"
+#include "Platform/Host/ThreadObject.h"
 
 #include <chrono>
-#include <future>
 #include <system_error>
 #include <thread>
 #include <unistd.h>
@@ -13,41 +12,13 @@ namespace Platform::Host {
 
 namespace {
 
-class Thread : public KernelObject {
-public:
-    DWORD Wait(DWORD milliseconds) override
-    {
-        if (milliseconds == INFINITE) {
-            ended_.wait();
-            return WAIT_OBJECT_0;
-        }
-        const auto status = ended_.wait_for(std::chrono::milliseconds(milliseconds));
-        return status == std::future_status::ready ? WAIT_OBJECT_0 : WAIT_TIMEOUT;
-    }
+constexpr DWORD FAILED_COUNT = 0xFFFFFFFF;
 
-    // Gives the thread's id once the thread runs. Throws std::system_error where the host starts none.
-    DWORD Start(LPTHREAD_START_ROUTINE start, LPVOID parameter)
-    {
-        std::promise<DWORD> id;
-        std::future<DWORD> started = id.get_future();
-        std::packaged_task<void()> body([start, parameter] { start(parameter); });
-        ended_ = body.get_future().share();
-        std::thread([id = std::move(id), body = std::move(body)]() mutable {
-            id.set_value(static_cast<DWORD>(gettid()));
-            body();
-        }).detach();
-        return started.get();
-    }
-
-private:
-    std::shared_future<void> ended_;
-};
-
-HANDLE StartThread(LPTHREAD_START_ROUTINE start, LPVOID parameter, LPDWORD threadId)
+HANDLE OpenThread(LPTHREAD_START_ROUTINE start, LPVOID parameter, LPDWORD threadId)
 {
     auto thread = std::make_shared<Thread>();
     PendingHandle handle(thread);
-    const DWORD id = thread->Start(start, parameter);
+    const DWORD id = StartThread(thread, start, parameter);
     if (threadId != nullptr) {
         *threadId = id;
     }
@@ -75,10 +46,58 @@ HANDLE WINAPI CreateThread(LPSECURITY_ATTRIBUTES /*securityAttributes*/, SIZE_T 
             return nullptr;
         }
         try {
-            return StartThread(start, parameter, threadId);
+            return OpenThread(start, parameter, threadId);
         } catch (const std::system_error&) {
             Fail(ERROR_NOT_ENOUGH_MEMORY);
             return nullptr;
         }
+    });
+}
+
+HANDLE WINAPI GetCurrentThread()
+{
+    GateSees("GetCurrentThread");
+    return CURRENT_THREAD;
+}
+
+DWORD WINAPI GetCurrentThreadId()
+{
+    GateSees("GetCurrentThreadId");
+    return static_cast<DWORD>(gettid());
+}
+
+BOOL WINAPI GetExitCodeThread(HANDLE thread, LPDWORD exitCode)
+{
+    return Guarded("GetExitCodeThread", FALSE, [&]() -> BOOL {
+        const auto found = FindObjectOf<Thread>(thread);
+        if (found == nullptr) {
+            return FALSE;
+        }
+        *exitCode = found->ExitCode();
+        return TRUE;
+    });
+}
+
+DWORD WINAPI SuspendThread(HANDLE thread)
+{
+    return Guarded("SuspendThread", FAILED_COUNT, [&]() -> DWORD {
+        const auto found = FindObjectOf<Thread>(thread);
+        return found != nullptr ? found->Suspend() : FAILED_COUNT;
+    });
+}
+
+DWORD WINAPI ResumeThread(HANDLE thread)
+{
+    return Guarded("ResumeThread", FAILED_COUNT, [&]() -> DWORD {
+        const auto found = FindObjectOf<Thread>(thread);
+        return found != nullptr ? found->Resume() : FAILED_COUNT;
+    });
+}
+
+BOOL WINAPI GetThreadContext(HANDLE thread, LPCONTEXT context)
+{
+    return Guarded("GetThreadContext", FALSE, [&]() -> BOOL {
+        const auto found = FindObjectOf<Thread>(thread);
+        return found != nullptr ? found->GetContext(*context) : FALSE;
     });
 }

@@ -17,4 +17,7 @@ inline bool IsAscii(std::string_view text)
 std::string ToHost(std::u16string_view text);
 std::u16string FromHost(std::string_view text);
 
+// Without heap memory: gives the units written, as many as there is room for.
+std::size_t FromHost(std::string_view text, char16_t* units, std::size_t room);
+
 } // namespace Platform::Host
