@@ -81,7 +81,9 @@ struct ClipboardState {
 
 ClipboardState& State()
 {
-    static auto& state = *new ClipboardState; // never destroyed: threads that end after main close it too
+    // Never destroyed: threads that end after main close it too. Not on the heap: it may be exhausted.
+    alignas(ClipboardState) static char storage[sizeof(ClipboardState)];
+    static auto& state = *new (storage) ClipboardState;
     return state;
 }
 

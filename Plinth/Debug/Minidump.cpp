@@ -5,7 +5,6 @@
 #include "Plinth/Debug/OutputFile.h"
 #include "Plinth/Debug/Trace.h"
 #include "Plinth/FileSystem/PathNames.h"
-#include "Plinth/Streams/WholeText.h"
 
 namespace Plinth {
 
@@ -18,41 +17,44 @@ constexpr char FAILED[] = "\n\nError while writing minidump!\n\n";
 constinit CString dumpFolder;
 constinit CString dumpPrefix;
 
-void FillInDefaults()
+// False: for lack of memory.
+bool FillInDefaults()
 {
     if (dumpFolder.IsEmpty()) {
         const CModulePath program;
-        CString path = NarrowWhole(program.text);
-        GetPathDirectory(path, path);
-        dumpFolder = WithTrailingSeparator(path, 0);
+        CString path(program.text);
+        if (path.IsEmpty() != (program.text[0] == 0)) {
+            return false;
+        }
+        GetPathDirectory(path, path).AddTrailingSeparator();
+        dumpFolder.Swap(path);
     }
     if (dumpPrefix.IsEmpty()) {
-        AssignWhole(dumpPrefix, "MiniDump");
+        dumpPrefix = "MiniDump";
     }
+    return !dumpPrefix.IsEmpty();
 }
 
+// Half of it would be the name of another file: there is all of it or, for lack of memory, the empty text.
 CString FileName()
 {
     constexpr std::uint32_t TIME_SIZE = 32;
-    FillInDefaults();
     SYSTEMTIME time;
     GetLocalTime(&time);
     CString name;
-    ReserveWhole(name, std::uint64_t{dumpFolder.GetLength()} + dumpPrefix.GetLength() + TIME_SIZE);
-    name = dumpFolder;
-    name += dumpPrefix;
-    name.AppendFormat("_%u-%02u-%02u_%02u-%02u-%02u.dmp", time.wYear, time.wMonth, time.wDay, time.wHour,
-                      time.wMinute, time.wSecond);
+    if (name.GetBuffer(dumpFolder.GetLength() + dumpPrefix.GetLength() + TIME_SIZE) != nullptr) {
+        name = dumpFolder;
+        name += dumpPrefix;
+        name.AppendFormat("_%u-%02u-%02u_%02u-%02u-%02u.dmp", time.wYear, time.wMonth, time.wDay, time.wHour,
+                          time.wMinute, time.wSecond);
+    }
     return name;
 }
 
 HANDLE OpenDumpFile()
 {
-    try {
-        return OpenOutputFile(FileName(), OPEN_ALWAYS, 0);
-    } catch (const CException&) {
-        return nullptr;
-    }
+    const CString name = FillInDefaults() ? FileName() : CString();
+    return name.IsEmpty() ? nullptr : OpenOutputFile(name, OPEN_ALWAYS, 0);
 }
 
 bool WriteDump(HANDLE file, EXCEPTION_POINTERS* exception)
@@ -88,12 +90,14 @@ const char* TryWriteMinidump(EXCEPTION_POINTERS* exception)
 
 void SetMinidumpLocation(const CString& folder, const CString& prefix)
 {
-    try {
-        CString newFolder = WithTrailingSeparator(folder, 0);
-        CString newPrefix = CopyWhole(prefix);
+    CString newFolder;
+    CString newPrefix(prefix);
+    if (newFolder.GetBuffer(folder.GetLength() + 2) != nullptr &&
+        newPrefix.GetLength() == prefix.GetLength()) {
+        newFolder = folder;
+        newFolder.AddTrailingSeparator();
         dumpFolder.Swap(newFolder);
         dumpPrefix.Swap(newPrefix);
-    } catch (const CException&) { // both stay
     }
 }
 

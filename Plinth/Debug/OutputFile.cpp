@@ -1,19 +1,19 @@
 #include "Plinth/Debug/OutputFile.h"
 
-#include "Plinth/FileSystem/PathText.h"
+#include "Plinth/Text/CTextBuilder.h"
 
 namespace Plinth {
 
 HANDLE OpenOutputFile(const CString& path, DWORD disposition, DWORD attributes)
 {
-    try {
-        CWidePathText wide(path.CStr(), path.GetLength());
-        auto* const file = CreateFileW(wide.GetText(), GENERIC_WRITE, FILE_SHARE_READ, nullptr, disposition,
-                                       attributes, nullptr);
-        return file != INVALID_HANDLE_VALUE ? file : nullptr;
-    } catch (const CException&) {
+    WCHAR buffer[1024];
+    CWideTextBuilder wide(buffer, sizeof(buffer));
+    if (!wide.Reserve(path.GetLength() + 2)) { // a builder keeps a character to spare
         return nullptr;
     }
+    auto* const file = CreateFileW(wide.AppendUtf8(path.CStr(), path.GetLength()), GENERIC_WRITE,
+                                   FILE_SHARE_READ, nullptr, disposition, attributes, nullptr);
+    return file != INVALID_HANDLE_VALUE ? file : nullptr;
 }
 
 } // namespace Plinth

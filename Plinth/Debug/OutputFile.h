@@ -1,4 +1,5 @@
-// The files that the diagnostics write.
+// The files that the diagnostics write. Nothing is thrown on the way: where memory has run out, the runtime
+// may have none for a thread's first exception either, and ends the process.
 #pragma once
 
 #include "Platform/Win32.h"

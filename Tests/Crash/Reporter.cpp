@@ -2,10 +2,10 @@
 //
 //     Reporter FOLDER [WORD...]    writes FOLDER\report.log and FOLDER\Report_TIME.dmp
 //
-// Words: "symbols" has the symbol engine started first; "continue" makes the report one that returns; "deep"
-// files it from 40 functions further in; "twice" files it from two threads at once; "again" files another one
-// from the callback, on the thread that dumps the stack; "counted" writes the program's heap blocks so far
-// before each line into FOLDER\heap.log; "starved" lets all of them fail.
+// Words: "symbols" has the symbol engine started first; "continue" makes the report one that returns; "twice"
+// files it from two threads at once; "again" files another one from the callback, on the thread that dumps
+// the stack; "counted" writes the program's heap blocks so far before each line into FOLDER\heap.log;
+// "starved" lets all of them fail.
 //
 // The exit code is 3 after a report that returned.
 #include "Plinth/Debug/ErrorReport.h"
@@ -53,15 +53,16 @@ namespace Game {
     return width;
 }
 
-[[gnu::noinline]] int LoadLevel(std::uint32_t flags, int further)
+[[gnu::noinline]] int LoadLevel(std::uint32_t flags)
 {
-    volatile int width = further > 0 ? LoadLevel(flags, further - 1) : CheckTexture(flags, 5000);
-    return width + 1; // as volatile it makes this neither a jump nor a loop
+    volatile int width = CheckTexture(flags, 5000); // as volatile it keeps the call from being a jump
+    return width + 1;
 }
 
-[[gnu::noinline]] int Run(std::uint32_t flags, bool deep)
+[[gnu::noinline]] int Run(std::uint32_t flags)
 {
-    return LoadLevel(flags, deep ? 40 : 2) + 1;
+    volatile int width = LoadLevel(flags);
+    return width + 1;
 }
 
 } // namespace Game
@@ -70,7 +71,6 @@ namespace {
 
 struct Wanted {
     std::uint32_t flags = 0;
-    bool deep = false;
     bool twice = false;
     bool starved = false;
 };
@@ -89,8 +89,6 @@ void Take(const std::string& word, const std::string& folder)
         StartSymbols();
     } else if (word == "continue") {
         wanted.flags |= Plinth::ReportFlagContinue;
-    } else if (word == "deep") {
-        wanted.deep = true;
     } else if (word == "twice") {
         wanted.twice = true;
     } else if (word == "again") {
@@ -109,7 +107,7 @@ DWORD WINAPI RunTogether(LPVOID /*parameter*/)
 {
     for (--waiting; waiting > 0;) {
     }
-    return static_cast<DWORD>(Game::Run(wanted.flags, wanted.deep));
+    return static_cast<DWORD>(Game::Run(wanted.flags));
 }
 
 int RunTwice()
@@ -140,5 +138,5 @@ int WINAPI WinMain(HINSTANCE, HINSTANCE, LPSTR commandLine, int)
         return RunTwice();
     }
     heap.emplace(HeapRule{.largest = wanted.starved ? 0 : SIZE_MAX});
-    return Game::Run(wanted.flags, wanted.deep) != 0 ? RETURNED : 0;
+    return Game::Run(wanted.flags) != 0 ? RETURNED : 0;
 }

@@ -47,7 +47,7 @@ BOOL WINAPI FindSymbol(HANDLE, DWORD_PTR, DWORD_PTR* displacement, PIMAGEHLP_SYM
     return answers.symbol;
 }
 
-BOOL WINAPI FindLine(HANDLE, DWORD_PTR, PDWORD, PIMAGEHLP_LINE line)
+BOOL WINAPI FindLine(HANDLE, DWORD_PTR, LPDWORD, PIMAGEHLP_LINE line)
 {
     static char file[] = "a/b.cpp";
     FaultIn("line");
@@ -67,7 +67,7 @@ BOOL WINAPI FindModule(HANDLE, DWORD_PTR address, PIMAGEHLP_MODULE module)
     return answers.module;
 }
 
-BOOL WINAPI Walk(DWORD machine, HANDLE process, HANDLE thread, LPSTACKFRAME frame, PVOID context,
+BOOL WINAPI Walk(DWORD machine, HANDLE process, HANDLE thread, LPSTACKFRAME frame, LPVOID context,
                  PREAD_PROCESS_MEMORY_ROUTINE, PFUNCTION_TABLE_ACCESS_ROUTINE, PGET_MODULE_BASE_ROUTINE,
                  PTRANSLATE_ADDRESS_ROUTINE)
 {
