@@ -17,6 +17,9 @@ _Unwind_Reason_Code Collect(_Unwind_Context* context, void* argument)
     Collection& collection = *static_cast<Collection*>(argument);
     FrameList& list = *collection.list;
     const Frame frame{_Unwind_GetIP(context), _Unwind_GetCFA(context)};
+    if (list.count != 0 && frame.instruction == 0) {
+        return _URC_END_OF_STACK; // the outermost function returns to nowhere
+    }
     if (list.count == 0 && frame.instruction != collection.from) {
         return ++collection.passed < MOST_FRAMES ? _URC_NO_REASON : _URC_END_OF_STACK;
     }

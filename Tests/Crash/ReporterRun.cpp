@@ -28,17 +28,17 @@ std::vector<std::filesystem::path> FindDumps(const std::filesystem::path& folder
 } // namespace
 
 ReporterResult RunReporter(const std::filesystem::path& folder, const std::string& words,
-                           const std::optional<WideText>& environment)
+                           const std::filesystem::path& picture)
 {
     constexpr int POLLS = 3000;
     constexpr DWORD MILLISECONDS = 10;
     const WideText program = ToPlatform(BuiltProgram("Reporter.exe"));
     const std::string arguments = " " + ToUtf8(ToPlatform(folder)) + " " + words;
     MessageBoxWatcher watcher(folder);
+    watcher.TakePictures(picture);
     StartedProcess process(
         {.program = program,
-         .commandLine = WIDE("Reporter.exe") + WideText(arguments.begin(), arguments.end()),
-         .environment = environment});
+         .commandLine = WIDE("Reporter.exe") + WideText(arguments.begin(), arguments.end())});
     for (int poll = 0; poll < POLLS && WaitForSingleObject(process.Handle(), MILLISECONDS) == WAIT_TIMEOUT;
          ++poll) {
         watcher.Poll(process.Id());

@@ -6,7 +6,6 @@
 #include "Tests/Support/WideText.h"
 
 #include <filesystem>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -18,7 +17,7 @@ struct ReporterResult {
     std::vector<std::filesystem::path> dumps;
 };
 
-// The folder is the Reporter's to write into. A picture of each box goes there too where the target has boxes
-// that can be seen, as "box.bmp".
+// The folder is the Reporter's to write into. A picture of its box goes into a file as MessageBoxWatcher
+// takes it, unless that is empty.
 ReporterResult RunReporter(const std::filesystem::path& folder, const std::string& words,
-                           const std::optional<WideText>& environment = std::nullopt);
+                           const std::filesystem::path& picture = {});

@@ -19,6 +19,10 @@ public:
     MessageBoxWatcher(const MessageBoxWatcher&) = delete;
     MessageBoxWatcher& operator=(const MessageBoxWatcher&) = delete;
 
+    // A picture of each box to come goes into the file, one over the other, as a bitmap. Nothing happens
+    // where the target has no boxes that can be seen.
+    void TakePictures(const std::filesystem::path& file);
+
     // Reads and closes the process's box if one stands. To be called again and again while the process runs.
     void Poll(DWORD processId);
 
@@ -27,5 +31,6 @@ public:
 
 private:
     std::filesystem::path output_;
+    std::filesystem::path picture_; // empty: none is taken
     std::vector<SeenMessageBox> seen_;
 };

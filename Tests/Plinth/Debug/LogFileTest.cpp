@@ -56,9 +56,12 @@ TEST(LogFiles, ThatCannotBeOpenedAreNone)
     Trace("x\n");
     EXPECT_EQ(trace.Text(), "x\n");
     const CString longPath(("X:\\" + std::string(600, 'x')).c_str());
-    const HeapWatch watch({.ordinal = 1, .lasting = true});
-    EXPECT_EQ(CreateLogFile(longPath, 0), nullptr);
-    EXPECT_NE(watch.Failures(), 0u);
+    HANDLE file = nullptr;
+    {
+        const HeapWatch watch({.ordinal = 1, .lasting = true});
+        file = CreateLogFile(longPath, 0);
+    }
+    EXPECT_EQ(file, nullptr);
 }
 
 } // namespace

@@ -29,6 +29,11 @@ MessageBoxWatcher::~MessageBoxWatcher()
     Platform::Host::SetChildErrorFile({});
 }
 
+void MessageBoxWatcher::TakePictures(const std::filesystem::path& file)
+{
+    picture_ = file;
+}
+
 void MessageBoxWatcher::Poll(DWORD) {}
 
 std::vector<SeenMessageBox> MessageBoxWatcher::Boxes() const

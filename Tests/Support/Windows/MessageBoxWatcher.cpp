@@ -1,6 +1,8 @@
 // On Windows a box is a real window of the dialog class; its text is the static control 0xFFFF.
 #include "Tests/Support/MessageBoxWatcher.h"
 
+#include "Tests/Support/Windows/WindowPicture.h"
+
 namespace {
 
 constexpr int TEXT_CONTROL = 0xFFFF;
@@ -48,6 +50,11 @@ MessageBoxWatcher::MessageBoxWatcher(const std::filesystem::path&) {}
 
 MessageBoxWatcher::~MessageBoxWatcher() = default;
 
+void MessageBoxWatcher::TakePictures(const std::filesystem::path& file)
+{
+    picture_ = file;
+}
+
 // A box without a default button to press would stand for ever; its window is then left and not counted.
 void MessageBoxWatcher::Poll(DWORD processId)
 {
@@ -58,6 +65,11 @@ void MessageBoxWatcher::Poll(DWORD processId)
         return;
     }
     SeenMessageBox box{TextOf(search.found), TextOfControl(text)};
+    if (!picture_.empty()) {
+        constexpr DWORD UNTIL_IT_IS_DRAWN = 500;
+        Sleep(UNTIL_IT_IS_DRAWN);
+        SaveWindowPicture(search.found, picture_);
+    }
     DWORD_PTR ignored = 0;
     if (SendMessageTimeoutW(search.found, WM_COMMAND, IDOK, 0, SMTO_NORMAL, 5000, &ignored) != 0) {
         seen_.push_back(std::move(box));
