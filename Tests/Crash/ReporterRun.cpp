@@ -28,14 +28,14 @@ std::vector<std::filesystem::path> FindDumps(const std::filesystem::path& folder
 } // namespace
 
 ReporterResult RunReporter(const std::filesystem::path& folder, const std::string& words,
-                           const std::filesystem::path& picture)
+                           const ReporterOptions& options)
 {
     constexpr int POLLS = 3000;
     constexpr DWORD MILLISECONDS = 10;
-    const WideText program = ToPlatform(BuiltProgram("Reporter.exe"));
+    const WideText program = ToPlatform(options.program);
     const std::string arguments = " " + ToUtf8(ToPlatform(folder)) + " " + words;
     MessageBoxWatcher watcher(folder);
-    watcher.TakePictures(picture);
+    watcher.TakePictures(options.picture);
     StartedProcess process(
         {.program = program,
          .commandLine = WIDE("Reporter.exe") + WideText(arguments.begin(), arguments.end())});

@@ -17,7 +17,11 @@ struct ReporterResult {
     std::vector<std::filesystem::path> dumps;
 };
 
-// The folder is the Reporter's to write into. A picture of its box goes into a file as MessageBoxWatcher
-// takes it, unless that is empty.
+struct ReporterOptions {
+    std::filesystem::path program = BuiltProgram("Reporter.exe");
+    std::filesystem::path picture; // a file for one of the box, as MessageBoxWatcher takes it; empty: none
+};
+
+// The folder is the Reporter's to write into.
 ReporterResult RunReporter(const std::filesystem::path& folder, const std::string& words,
-                           const std::filesystem::path& picture = {});
+                           const ReporterOptions& options = {});
