@@ -67,11 +67,11 @@ void MakeLock()
     }
 }
 
-// The thread that dumps the reporting one's stack acts for it: a callback that reports from there would wait
-// for a lock whose owner waits for that thread.
+// The thread that dumps the owner's stack acts for it: a callback that reports from there would wait for a
+// lock whose owner waits for that thread.
 bool ActsForLockOwner()
 {
-    return reportState.dumpsStack && stackDumpState.thread == GetCurrentThreadId();
+    return stackDumpState.dumping == GetCurrentThreadId() && stackDumpState.dumped == reportState.owner;
 }
 
 class CReportLock {
@@ -174,9 +174,7 @@ void TraceBody(const Report& report, const char* body)
     Trace(body);
     Trace("\n");
     if (report.IsFatal()) {
-        reportState.dumpsStack = true;
         DumpCallStack();
-        reportState.dumpsStack = false;
     }
     TraceUnindent();
 }
@@ -255,7 +253,9 @@ bool ReportError(std::uint32_t flags, const char* file, std::uint32_t line, cons
     SetTraceCallback(reportState.callback);
     switch (++reportState.depth) {
     case 1:
+        reportState.owner = GetCurrentThreadId();
         TellPerson(report);
+        reportState.owner = 0;
         break;
     case 2:
         TraceSecondChance(report);

@@ -1,8 +1,10 @@
 // The state of the error reports.
 #pragma once
 
+#include "Platform/Win32.h"
 #include "Plinth/Debug/Trace.h"
 
+#include <atomic>
 #include <cstdint>
 
 namespace Plinth {
@@ -23,8 +25,8 @@ struct IgnoreTable {
 };
 
 struct ReportState {
-    std::int32_t depth; // of the reports that the thread with the lock is in
-    bool dumpsStack;    // while the first of them waits for the dump of its stack
+    std::int32_t depth;       // of the reports that the thread with the lock is in
+    std::atomic<DWORD> owner; // that thread; 0: there is none
     TraceCallback callback;
     IgnoreTable ignored;
 };

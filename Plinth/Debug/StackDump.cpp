@@ -67,6 +67,7 @@ void DumpThread(HANDLE thread)
     if (stackDumpState.exiting != 0) {
         Trace("No stack will be dumped because the application is currently exiting.\n");
     } else {
+        stackDumpState.dumped = GetCurrentThreadId();
         RunDumpThread(thread);
     }
 }
@@ -88,7 +89,7 @@ void DumpCallStack()
 
 DWORD WINAPI TraceStackDumpThreadProc(LPVOID threadHandle)
 {
-    stackDumpState.thread = GetCurrentThreadId();
+    stackDumpState.dumping = GetCurrentThreadId();
     OutputDebugStringA("TraceStackDumpThreadProc()...\n");
     SuspendThread(threadHandle);
     const bool traced = TraceStack(threadHandle);
@@ -96,7 +97,7 @@ DWORD WINAPI TraceStackDumpThreadProc(LPVOID threadHandle)
     WriteMinidump(nullptr);
     ResumeThread(threadHandle);
     OutputDebugStringA("TraceStackDumpThreadProc() finished!\n");
-    stackDumpState.thread = 0;
+    stackDumpState.dumping = 0;
     return traced ? 1 : 0;
 }
 

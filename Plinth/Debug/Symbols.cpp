@@ -14,6 +14,9 @@ constinit SymbolState symbolState{};
 
 namespace {
 
+static_assert(sizeof(void*) != 4 || (sizeof(IMAGEHLP_SYMBOL) == 24 && sizeof(IMAGEHLP_LINE) == 20 &&
+                                     sizeof(IMAGEHLP_MODULE) == 572));
+
 constexpr std::uint32_t LONGEST_SEARCH_PATH = 4096;
 constexpr std::uint32_t LONGEST_FOLDER = 2047;
 constexpr std::uint32_t LONGEST_SYSTEM_NAME = 255;

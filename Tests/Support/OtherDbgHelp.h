@@ -4,16 +4,13 @@
 
 #include "Tests/Support/ScratchFolder.h"
 
-#include "Platform/Win32.h"
+#include <memory>
 
 class OtherDbgHelp {
 public:
     explicit OtherDbgHelp(const char* missing);
-    ~OtherDbgHelp();
-    OtherDbgHelp(const OtherDbgHelp&) = delete;
-    OtherDbgHelp& operator=(const OtherDbgHelp&) = delete;
 
 private:
     ScratchFolder folder_;
-    HMODULE module_ = nullptr;
+    std::shared_ptr<void> library_; // takes itself away
 };

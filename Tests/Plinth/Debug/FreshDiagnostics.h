@@ -15,7 +15,8 @@ public:
             FreeLibrary(Plinth::symbolState.module);
         }
         Plinth::symbolState = {};
-        Plinth::reportState = {};
+        Plinth::reportState.callback = nullptr;
+        Plinth::reportState.ignored = {};
         Plinth::stackDumpState.exiting = 0;
     }
     FreshDiagnostics(const FreshDiagnostics&) = delete;

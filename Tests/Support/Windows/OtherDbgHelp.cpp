@@ -1,6 +1,8 @@
 // A module of that name that is loaded already is what the platform gives to who asks for the name alone.
 #include "Tests/Support/OtherDbgHelp.h"
 
+#include "Platform/Win32.h"
+
 #include <cstring>
 #include <fstream>
 #include <iterator>
@@ -29,12 +31,6 @@ OtherDbgHelp::OtherDbgHelp(const char* missing)
     const std::string library{std::istreambuf_iterator<char>(standIn), {}};
     const std::filesystem::path path = folder_.Path() / "DbgHelp.dll";
     std::ofstream(path, std::ios::binary) << WithoutExport(library, missing);
-    module_ = LoadLibraryW(path.c_str());
-}
-
-OtherDbgHelp::~OtherDbgHelp()
-{
-    if (module_ != nullptr) {
-        FreeLibrary(module_);
-    }
+    library_ = {LoadLibraryW(path.c_str()),
+                [](void* library) { FreeLibrary(static_cast<HMODULE>(library)); }};
 }

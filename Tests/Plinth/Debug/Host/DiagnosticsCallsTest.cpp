@@ -17,7 +17,6 @@
 namespace Plinth {
 namespace {
 
-using Platform::Host::GateRule;
 using Platform::Host::GateWatch;
 using Calls = std::vector<std::string>;
 
@@ -198,37 +197,35 @@ TEST_F(HostDiagnostics, SymbolsAreLookedForInTheTreeOfTheSources)
         std::vector<const char*> there;
         std::vector<const char*> searched; // behind the program's own folder
     };
-    const char* const devkits = "..\\..\\source\\devkits\\DLLs";
-    const char* const farDevkits = "..\\..\\..\\..\\..\\source\\devkits\\DLLs";
+    const char* const devkits = "../../source/devkits/DLLs";
+    const char* const farDevkits = "../../../../../source/devkits/DLLs";
     const Row rows[] = {
         {5,
          1,
          2,
          true,
-         {"..\\_dbg\\symbols\\WinXPSP2", "..\\..\\symbols", farDevkits, devkits},
-         {"..\\_dbg\\symbols", "..\\_dbg\\symbols\\WinXPSP2", devkits, farDevkits}},
+         {"../_dbg/symbols/WinXPSP2", "../../symbols", farDevkits, devkits},
+         {"../_dbg/symbols", "../_dbg/symbols/WinXPSP2", devkits, farDevkits}},
         {5,
          0,
          0,
          false,
-         {"..\\..\\symbols\\Win2k", "..\\..\\..\\data\\base\\_dbg\\symbols"},
-         {"..\\..\\symbols", "..\\..\\symbols\\Win2k"}},
+         {"../../symbols/Win2k", "../../../data/base/_dbg/symbols"},
+         {"../../symbols", "../../symbols/Win2k"}},
         {5,
          2,
          1,
          false,
-         {"..\\..\\..\\data\\base\\_dbg\\symbols\\SP1", "..\\..\\..\\source\\devkits\\DLLs"},
-         {"..\\..\\..\\data\\base\\_dbg\\symbols", "..\\..\\..\\source\\devkits\\DLLs"}},
-        {6, 1, 0, false, {"..\\..\\..\\..\\source\\devkits\\DLLs"}, {}},
+         {"../../../data/base/_dbg/symbols/SP1", "../../../source/devkits/DLLs"},
+         {"../../../data/base/_dbg/symbols", "../../../source/devkits/DLLs"}},
+        {6, 1, 0, false, {"../../../../source/devkits/DLLs"}, {}},
     };
     for (const Row& row : rows) {
         const ScratchFolder tree;
         const WideText program = ToPlatform(tree.Path()) + WIDE("\\1\\2\\3\\4\\5\\");
         std::filesystem::create_directories(tree.Path() / "1/2/3/4/5");
         for (const char* const folder : row.there) {
-            std::string native = folder;
-            std::replace(native.begin(), native.end(), '\\', '/');
-            std::filesystem::create_directories(tree.Path() / "1/2/3/4/5" / native);
+            std::filesystem::create_directories(tree.Path() / "1/2/3/4/5" / folder);
         }
         Platform::Host::SetModulePath(program + WIDE("Game.exe"));
         Platform::Host::SetShownVersion(OSVERSIONINFOEXW{
@@ -239,7 +236,9 @@ TEST_F(HostDiagnostics, SymbolsAreLookedForInTheTreeOfTheSources)
         EXPECT_TRUE(InitSymbols());
         WideText expected = (row.isNarrow ? WIDE("narrow ") : WIDE("")) + program;
         for (const char* const folder : row.searched) {
-            expected += WIDE(";") + program + WideText(folder, folder + std::strlen(folder)) + WIDE("\\");
+            WideText path(folder, folder + std::strlen(folder));
+            std::replace(path.begin(), path.end(), WIDE('/'), WIDE('\\'));
+            expected += WIDE(";") + program + path + WIDE("\\");
         }
         EXPECT_EQ(ToUtf8(searchPath), ToUtf8(expected));
         CloseHandle(symbolState.process);
