@@ -63,7 +63,7 @@ void MakeLock()
         lockState = LockState::READY;
     }
     while (lockState != LockState::READY) {
-        Sleep(0);
+        Sleep(1); // also for one of lower priority
     }
 }
 
@@ -150,9 +150,8 @@ void TraceHeading(const Report& report)
            time.wMinute, time.wSecond, WordingOf(report).trace);
 }
 
-void ComposeBody(char* body, const Report& report)
+void AppendParts(char* body, const Report& report)
 {
-    *body = 0;
     if (!IsNullOrEmpty(report.expression)) {
         AppendFormatText(body, TEXT_SIZE, "Expression: %s\n", report.expression);
     }
@@ -166,6 +165,15 @@ void ComposeBody(char* body, const Report& report)
         AppendFormatText(body, TEXT_SIZE, "%sFile: %s\nLine: %u\n", *body != 0 ? "\n" : "", report.file,
                          report.line);
     }
+}
+
+// A bad pointer ends it there: the caller may stand under a guard, and a fault that went there would leave
+// the lock behind.
+void ComposeBody(char* body, const Report& report)
+{
+    std::memset(body, 0, TEXT_SIZE);
+    Platform::RunGuarded([=, &report] { AppendParts(body, report); });
+    body[TEXT_SIZE - 1] = 0;
 }
 
 void TraceBody(const Report& report, const char* body)

@@ -6,9 +6,15 @@
 namespace Plinth {
 
 struct CModulePath {
-    CModulePath() { GetModuleFileNameW(nullptr, text, sizeof(text) / sizeof(WCHAR) - 1); }
+    static constexpr DWORD SIZE = 1024;
 
-    WCHAR text[1024] = {};
+    CModulePath()
+    {
+        GetModuleFileNameW(nullptr, text, SIZE);
+        text[SIZE - 1] = 0; // older systems leave a path that is cut without its end
+    }
+
+    WCHAR text[SIZE] = {};
 };
 
 } // namespace Plinth

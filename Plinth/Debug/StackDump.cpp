@@ -28,6 +28,8 @@ void TraceFrames(CStackWalker& walker, const char* frame)
     }
 }
 
+static_assert(CONTEXT_CONTROL == 0x00010001); // of the x86 processor
+
 bool TraceStack(HANDLE thread)
 {
     CONTEXT context{};

@@ -3,9 +3,9 @@
 #include "Plinth/Debug/DbgHelp.h"
 #include "Plinth/Debug/ModulePath.h"
 #include "Plinth/FileSystem/CFileSearch.h"
+#include "Plinth/Text/ZeroTerminatedText.h"
 
 #include <cstddef>
-#include <cstring>
 #include <new>
 
 namespace Plinth {
@@ -116,18 +116,25 @@ CWideString SearchPath()
     return searchPath;
 }
 
+// False for a fault too.
+template <typename Start>
+bool Succeeds(Start start)
+{
+    BOOL result = FALSE;
+    Platform::RunGuarded([&] { result = start(); });
+    return result != FALSE;
+}
+
 bool StartSymbolEngine(const CWideString& searchPath)
 {
+    const DbgHelpFunctions& functions = symbolState.functions;
+    if (functions.SymInitializeW != nullptr) {
+        return Succeeds(
+            [&] { return functions.SymInitializeW(symbolState.process, searchPath.c_str(), TRUE); });
+    }
     const CString narrow(searchPath);
-    bool started = false;
-    Platform::RunGuarded([&] {
-        const DbgHelpFunctions& functions = symbolState.functions;
-        const BOOL result = functions.SymInitializeW != nullptr
-                                ? functions.SymInitializeW(symbolState.process, searchPath.c_str(), TRUE)
-                                : functions.SymInitialize(symbolState.process, narrow.CStr(), TRUE);
-        started = result != FALSE;
-    });
-    return started;
+    return narrow.IsEmpty() == searchPath.empty() &&
+           Succeeds([&] { return functions.SymInitialize(symbolState.process, narrow.CStr(), TRUE); });
 }
 
 bool DuplicateProcessHandle()
@@ -239,7 +246,7 @@ bool AppendSymbolSearchPath(CWideString& searchPath, LPCWSTR base, LPCWSTR relat
 void DescribeAddress(char* buffer, std::uint32_t size, DWORD_PTR address)
 {
     CopyText(buffer, size, "");
-    if (!SymbolsAreReady()) {
+    if (!SymbolsAreReady() || buffer == nullptr || size == 0) {
         return;
     }
     Platform::RunGuarded([=] {

@@ -19,7 +19,8 @@ namespace Plinth {
 bool LoadDbgHelp();
 
 // Whether symbols can be looked up; needs LoadDbgHelp. They are looked for beside the program and in the
-// folders of symbols that a tree of the game's sources has near it.
+// folders of symbols that a tree of the game's sources has near it. For the start of a program: without
+// memory it fails by an exception inside, for which the runtime needs some.
 bool InitSymbols();
 
 // Whether the path leads to a folder. False for null and the empty path.

@@ -160,6 +160,15 @@ TEST_F(Reports, FromInsideAReportAreCutDown)
     EXPECT_FALSE(captured.empty());
 }
 
+TEST_F(Reports, WithABadPointerUnderAGuardLeaveNothingBehind)
+{
+    BoxAnswers answers;
+    EXPECT_TRUE(Platform::RunGuarded(
+        [] { ReportError(ReportFlagContinue, nullptr, 1, "x", reinterpret_cast<const char*>(badAddress)); }));
+    EXPECT_EQ(answers.Take().at(0).text, "Assertion failed!\n\nExpression: x\n");
+    EXPECT_EQ(reportState.depth, 0);
+}
+
 // What the host layer takes for the clipboard, the program's path and the box is its own.
 TEST_F(Reports, ThatReturnTakeNoHeapMemory)
 {

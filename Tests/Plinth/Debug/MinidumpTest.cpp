@@ -2,6 +2,7 @@
 
 #include "Plinth/Debug/Symbols.h"
 #include "Tests/Plinth/Debug/FreshDiagnostics.h"
+#include "Tests/Support/HeapWatch.h"
 #include "Tests/Support/MinidumpReader.h"
 #include "Tests/Support/StartedProcess.h"
 #include "Tests/Support/Target.h"
@@ -116,6 +117,20 @@ TEST_F(Minidumps, GoToTheirFolderUnderTheirPrefix)
     removeDefaults();
     SetMinidumpLocation((sub + "\\missing").c_str(), "B");
     EXPECT_EQ(Write(nullptr), FAILED);
+}
+
+TEST_F(Minidumps, WithoutMemoryHaveTheirWholeNameOrAreNone)
+{
+    ASSERT_TRUE(LoadDbgHelp());
+    for (unsigned ordinal = 1; ordinal <= 12; ++ordinal) {
+        SetMinidumpLocation(Folder(), "");
+        {
+            const HeapWatch watch({.ordinal = ordinal});
+            WriteMinidump(nullptr);
+        }
+        const auto files = std::distance(std::filesystem::directory_iterator(scratch_.Path()), {});
+        EXPECT_EQ(static_cast<std::size_t>(files), Dumps("MiniDump").size());
+    }
 }
 
 BOOL WINAPI Refuse(HANDLE, DWORD, HANDLE, MINIDUMP_TYPE, PMINIDUMP_EXCEPTION_INFORMATION,

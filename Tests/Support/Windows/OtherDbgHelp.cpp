@@ -31,6 +31,5 @@ OtherDbgHelp::OtherDbgHelp(const char* missing)
     const std::string library{std::istreambuf_iterator<char>(standIn), {}};
     const std::filesystem::path path = folder_.Path() / "DbgHelp.dll";
     std::ofstream(path, std::ios::binary) << WithoutExport(library, missing);
-    library_ = {LoadLibraryW(path.c_str()),
-                [](void* library) { FreeLibrary(static_cast<HMODULE>(library)); }};
+    library_ = {LoadLibraryW(path.c_str()), [](void* loaded) { FreeLibrary(static_cast<HMODULE>(loaded)); }};
 }

@@ -13,6 +13,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <fstream>
 
 namespace Plinth {
 namespace {
@@ -255,6 +256,14 @@ TEST_F(HostDiagnostics, WithoutALibraryOrAHandleThereAreNoSymbols)
         EXPECT_EQ(watch.Calls(), Calls{"LoadLibraryW"});
     }
     symbolState = {};
+    Platform::Host::SetExportHook([](std::string_view name, FARPROC found) {
+        return name == "SymGetOptions" ? reinterpret_cast<FARPROC>(0x10)
+                                       : found; // which faults when it is called
+    });
+    EXPECT_FALSE(LoadDbgHelp());
+    Platform::Host::SetExportHook({});
+    EXPECT_EQ(symbolState.module, nullptr);
+    symbolState = {};
     ASSERT_TRUE(LoadDbgHelp());
     const GateWatch watch({.function = "DuplicateHandle", .ordinal = 1});
     EXPECT_FALSE(InitSymbols());
@@ -268,11 +277,17 @@ TEST_F(HostDiagnostics, DumpsAreNamedForTheLocalTime)
     for (const auto& [time, name] :
          {std::pair{SYSTEMTIME{2024, 12, 2, 31, 23, 59, 59, 999}, "Host_2024-12-31_23-59-59.dmp"},
           std::pair{SYSTEMTIME{987, 2, 2, 3, 9, 5, 7, 0}, "Host_987-02-03_09-05-07.dmp"}}) {
+        constexpr std::uintmax_t LARGE = 1 << 24;
+        std::ofstream(scratch_.Path() / name).put('x');
+        std::filesystem::resize_file(scratch_.Path() / name, LARGE);
         Platform::Host::SetShownTime(time);
-        const GateWatch watch;
+        const TraceCapture trace;
         WriteMinidump(nullptr);
         Platform::Host::SetShownTime({});
-        EXPECT_TRUE(std::filesystem::exists(scratch_.Path() / name));
+        EXPECT_EQ(trace.Text(), "\nMinidump successfully written.\n\n");
+        EXPECT_EQ(std::ifstream(scratch_.Path() / name).get(), 'M');
+        EXPECT_EQ(std::filesystem::file_size(scratch_.Path() / name),
+                  LARGE); // what was there is written over
     }
 }
 
