@@ -1,10 +1,10 @@
 // Files an error report as a game would that has its diagnostics on; for the tests and the demonstration.
 //
-//     Reporter FOLDER [WORD...]    writes FOLDER\report.log and FOLDER\Report_TIME.dmp
+//     Reporter [WORD...]    writes report.log and Report_TIME.dmp into the current directory
 //
 // Words: "symbols" has the symbol engine started first; "continue" makes the report one that returns; "twice"
 // files it from two threads at once; "again" files another one from the callback, on the thread that dumps
-// the stack; "counted" writes the program's heap blocks so far before each line into FOLDER\heap.log;
+// the stack; "counted" writes the program's heap blocks so far before each line into heap.log;
 // "starved" lets all of them fail.
 //
 // The exit code is 3 after a report that returned.
@@ -16,6 +16,7 @@
 #include "Tests/Support/HeapWatch.h"
 
 #include <atomic>
+#include <cstdlib>
 #include <cstring>
 #include <optional>
 #include <sstream>
@@ -70,7 +71,8 @@ namespace Game {
 namespace {
 
 struct Wanted {
-    std::uint32_t flags = 0;
+    std::uint32_t flags =
+        Plinth::ReportFlagFatal | Plinth::ReportFlagDebugError; // as the runtime's handlers have it
     bool twice = false;
     bool starved = false;
 };
@@ -83,12 +85,12 @@ void StartSymbols()
     Plinth::InitSymbols();
 }
 
-void Take(const std::string& word, const std::string& folder)
+void Take(const std::string& word)
 {
     if (word == "symbols") {
         StartSymbols();
     } else if (word == "continue") {
-        wanted.flags |= Plinth::ReportFlagContinue;
+        wanted.flags = Plinth::ReportFlagContinue;
     } else if (word == "twice") {
         wanted.twice = true;
     } else if (word == "again") {
@@ -96,7 +98,7 @@ void Take(const std::string& word, const std::string& folder)
     } else if (word == "starved") {
         wanted.starved = true;
     } else if (word == "counted") {
-        heapLog = Plinth::CreateLogFile((folder + "heap.log").c_str(), 0);
+        heapLog = Plinth::CreateLogFile("heap.log", 0);
         Plinth::SetReportCallback(WriteWithCount);
     }
 }
@@ -124,15 +126,13 @@ int RunTwice()
 int WINAPI WinMain(HINSTANCE, HINSTANCE, LPSTR commandLine, int)
 {
     std::istringstream words(commandLine);
-    std::string folder;
-    words >> folder;
-    folder += '\\';
-    if (!Plinth::OpenLogFile((folder + "report.log").c_str(), 0)) {
-        return 1;
+    if (!Plinth::OpenLogFile("report.log", 0)) {
+        return 2;
     }
-    Plinth::SetMinidumpLocation(folder.c_str(), "Report");
+    std::atexit([] { Plinth::Trace("exit handlers run\n"); });
+    Plinth::SetMinidumpLocation(".", "Report");
     for (std::string word; words >> word;) {
-        Take(word, folder);
+        Take(word);
     }
     if (wanted.twice) {
         return RunTwice();

@@ -32,13 +32,12 @@ ReporterResult RunReporter(const std::filesystem::path& folder, const std::strin
 {
     constexpr int POLLS = 3000;
     constexpr DWORD MILLISECONDS = 10;
-    const WideText program = ToPlatform(options.program);
-    const std::string arguments = " " + ToUtf8(ToPlatform(folder)) + " " + words;
+    const std::string commandLine = "Reporter.exe " + words;
     MessageBoxWatcher watcher(folder);
     watcher.TakePictures(options.picture);
-    StartedProcess process(
-        {.program = program,
-         .commandLine = WIDE("Reporter.exe") + WideText(arguments.begin(), arguments.end())});
+    StartedProcess process({.program = ToPlatform(options.program),
+                            .commandLine = WideText(commandLine.begin(), commandLine.end()),
+                            .folder = ToPlatform(folder)});
     for (int poll = 0; poll < POLLS && WaitForSingleObject(process.Handle(), MILLISECONDS) == WAIT_TIMEOUT;
          ++poll) {
         watcher.Poll(process.Id());

@@ -13,7 +13,7 @@ struct AnsweredBox {
     std::string text;
 };
 
-// One at a time. Ctrl is held from the first box on, for OK_WITH_CTRL, until the object ends.
+// One at a time. Ctrl is held from the first box on, but for OK, until the object ends.
 class BoxAnswers {
 public:
     explicit BoxAnswers(BoxAnswer answer = BoxAnswer::OK);

@@ -32,7 +32,7 @@ void Capture(const char* line)
 {
     captured += line;
     if (std::exchange(reportsAgain, false)) {
-        ReportError(0, "inner.cpp", 7, "", nullptr);
+        ReportError(0, nullptr, 7, "", nullptr);
     }
 }
 
@@ -65,7 +65,7 @@ TEST_F(Reports, TellTheSameInTraceBoxAndClipboard)
     const Row rows[] = {
         {0x40, "a.cpp", "x > 0", "too small", "level 3", "ASSERTION FAILED", "Assertion failed",
          "Expression: x > 0\nError: too small\nAdditional info: level 3\n\nFile: a.cpp\nLine: 12\n"},
-        {0x41, nullptr, "x", nullptr, "", "DEBUG ERROR", "Debug error", "Expression: x\n"},
+        {0x51, nullptr, "x", nullptr, "", "DEBUG ERROR", "Debug error", "Expression: x\n"},
         {0x71, "", "", "m", "", "DEBUG ERROR", "Debug error", "Error: m\n\nFile: \nLine: 12\n"},
         {0x40, "a.cpp", nullptr, "", "", "ASSERTION FAILED", "Assertion failed", "File: a.cpp\nLine: 12\n"},
         {0x60, nullptr, nullptr, nullptr, nullptr, "ASSERTION FAILED", "Assertion failed", ""},
@@ -110,7 +110,7 @@ TEST_F(Reports, ClosedWithCtrlAreSilentFromThenOn)
     const std::string longName(300, 'n');
     const auto isReported = [&](const char* file, std::uint32_t line) {
         captured.clear();
-        ReportError(ReportFlagContinue, file, line, nullptr, nullptr);
+        EXPECT_FALSE(ReportError(ReportFlagContinue, file, line, nullptr, nullptr));
         EXPECT_EQ(captured.empty(), answers.Take().empty());
         return !captured.empty();
     };
@@ -151,7 +151,7 @@ TEST_F(Reports, FromInsideAReportAreCutDown)
     BoxAnswers answers;
     reportsAgain = true;
     ReportError(ReportFlagContinue, "a.cpp", 1, nullptr, nullptr);
-    EXPECT_EQ(captured, "\nERROR: Second chance FATAL ERROR!\n\nFile: inner.cpp\nLine: 7\nExpression: \n"
+    EXPECT_EQ(captured, "\nERROR: Second chance FATAL ERROR!\n\nFile: <NULL>\nLine: 7\nExpression: \n"
                         "Message: <NULL>\n\n");
     EXPECT_EQ(answers.Take().size(), 1u);
     EXPECT_EQ(reportState.depth, 0);

@@ -11,6 +11,9 @@ public:
     FreshDiagnostics() = default;
     ~FreshDiagnostics()
     {
+        if (Plinth::symbolState.process != nullptr) {
+            CloseHandle(Plinth::symbolState.process);
+        }
         if (Plinth::symbolState.module != nullptr) {
             FreeLibrary(Plinth::symbolState.module);
         }

@@ -3,7 +3,6 @@
 #include "Plinth/Debug/Trace.h"
 #include "Plinth/Debug/TraceState.h"
 #include "Tests/Plinth/TraceCapture.h"
-#include "Tests/Support/HeapWatch.h"
 #include "Tests/Support/Target.h"
 
 #include <gtest/gtest.h>
@@ -55,13 +54,6 @@ TEST(LogFiles, ThatCannotBeOpenedAreNone)
     }
     Trace("x\n");
     EXPECT_EQ(trace.Text(), "x\n");
-    const CString longPath(("X:\\" + std::string(600, 'x')).c_str());
-    HANDLE file = nullptr;
-    {
-        const HeapWatch watch({.ordinal = 1, .lasting = true});
-        file = CreateLogFile(longPath, 0);
-    }
-    EXPECT_EQ(file, nullptr);
 }
 
 } // namespace

@@ -12,7 +12,6 @@
 
 #include <algorithm>
 #include <atomic>
-#include <chrono>
 #include <regex>
 
 namespace Plinth {
@@ -34,9 +33,12 @@ protected:
 
 int framesToWalk;
 
-BOOL WINAPI Walk(DWORD, HANDLE, HANDLE, LPSTACKFRAME frame, LPVOID, PREAD_PROCESS_MEMORY_ROUTINE,
-                 PFUNCTION_TABLE_ACCESS_ROUTINE, PGET_MODULE_BASE_ROUTINE, PTRANSLATE_ADDRESS_ROUTINE)
+BOOL WINAPI Walk(DWORD, HANDLE process, HANDLE, LPSTACKFRAME frame, LPVOID context,
+                 PREAD_PROCESS_MEMORY_ROUTINE, PFUNCTION_TABLE_ACCESS_ROUTINE, PGET_MODULE_BASE_ROUTINE,
+                 PTRANSLATE_ADDRESS_ROUTINE)
 {
+    EXPECT_EQ(process, symbolState.process);
+    EXPECT_EQ(static_cast<CONTEXT*>(context)->ContextFlags & CONTEXT_FULL, CONTEXT_CONTROL);
     ++frame->AddrPC.Offset;
     return framesToWalk-- > 0;
 }
@@ -84,9 +86,7 @@ TEST_F(StackDumps, ShowTheCallersOwnFunctionsAndWriteADump)
     ASSERT_TRUE(LoadDbgHelp());
     ASSERT_TRUE(InitSymbols());
     const TraceCapture trace;
-    const auto start = std::chrono::steady_clock::now();
     DumpBelow(40);
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(2));
     const std::string text = trace.Text();
     EXPECT_EQ(FramesIn(text), 24u) << text;
     const std::size_t dump = text.find("DumpCallStack");

@@ -63,23 +63,40 @@ BOOL WINAPI FindModule(HANDLE, DWORD_PTR address, PIMAGEHLP_MODULE module)
     EXPECT_EQ(module->SizeOfStruct, sizeof(IMAGEHLP_MODULE));
     std::strcpy(module->ModuleName, "game");
     std::strcpy(module->ImageName, "C:\\game.exe");
-    module->BaseOfImage = address - 4096;
+    module->BaseOfImage = address - 1024;
     return answers.module;
 }
 
 BOOL WINAPI Walk(DWORD machine, HANDLE process, HANDLE thread, LPSTACKFRAME frame, LPVOID context,
-                 PREAD_PROCESS_MEMORY_ROUTINE, PFUNCTION_TABLE_ACCESS_ROUTINE, PGET_MODULE_BASE_ROUTINE,
-                 PTRANSLATE_ADDRESS_ROUTINE)
+                 PREAD_PROCESS_MEMORY_ROUTINE, PFUNCTION_TABLE_ACCESS_ROUTINE tables,
+                 PGET_MODULE_BASE_ROUTINE bases, PTRANSLATE_ADDRESS_ROUTINE)
 {
     FaultIn("walk");
     EXPECT_EQ(machine, 0x14Cu);
     EXPECT_EQ(process, reinterpret_cast<HANDLE>(4));
     EXPECT_EQ(thread, reinterpret_cast<HANDLE>(8));
     EXPECT_EQ(static_cast<CONTEXT*>(context)->Esp, 0x3000u);
+    EXPECT_EQ(frame->AddrFrame.Offset, 0x2000u);
+    EXPECT_EQ(frame->AddrStack.Offset, 0x3000u);
+    for (const ADDRESS& address : {frame->AddrPC, frame->AddrFrame, frame->AddrStack}) {
+        EXPECT_EQ(address.Mode, AddrModeFlat);
+    }
+    EXPECT_EQ(tables, symbolState.functions.SymFunctionTableAccess);
+    EXPECT_EQ(bases, symbolState.functions.SymGetModuleBase);
     frame->AddrPC.Offset += 1;
     frame->Params[0] = 0xFFFFFFFF;
     frame->Params[3] = 0xABC;
     return answers.frames-- > 0;
+}
+
+LPVOID WINAPI FindTable(HANDLE, DWORD_PTR)
+{
+    return nullptr;
+}
+
+DWORD_PTR WINAPI FindBase(HANDLE, DWORD_PTR)
+{
+    return 0;
 }
 
 std::string Describe(std::uint32_t size)
@@ -100,6 +117,8 @@ protected:
         symbolState.functions.SymGetLineFromAddr = FindLine;
         symbolState.functions.SymGetModuleInfo = FindModule;
         symbolState.functions.StackWalk = Walk;
+        symbolState.functions.SymFunctionTableAccess = FindTable;
+        symbolState.functions.SymGetModuleBase = FindBase;
         symbolState.dbgHelp = symbolState.symbols = Attempt::DONE;
     }
 
@@ -115,7 +134,7 @@ TEST_F(Symbols, DescribeAnAddressByWhatIsKnownOfIt)
     for (const Row& row :
          {Row{{true, true, true}, "_Zname+17  a/b.cpp(4294967295)"}, Row{{true, false, true}, "_Zname+17"},
           Row{{false, true, true}, "a/b.cpp(4294967295)"},
-          Row{{false, false, true}, "game+4096  C:\\game.exe"}, Row{{}, ""},
+          Row{{false, false, true}, "game+1024  C:\\game.exe"}, Row{{}, ""},
           Row{{true, true, true, "module"}, "_Zname+17  a/b.cpp(4294967295)"},
           Row{{true, true, true, "line"}, ""}, Row{{true, true, true, "symbol"}, ""},
           Row{{false, false, true, "module"}, ""}}) {

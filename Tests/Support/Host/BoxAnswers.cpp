@@ -17,12 +17,14 @@ BoxAnswers::BoxAnswers(BoxAnswer answer)
     boxes.clear();
     refused = 0;
     Platform::Host::SetMessageBoxHook([answer](const Platform::Host::MessageBoxCall& call) {
+        constexpr short DOWN = -128;
+        constexpr short TOGGLED = 1;
+        Platform::Host::SetKeyState(answer != BoxAnswer::OK ? DOWN : TOGGLED);
         if (answer == BoxAnswer::NOT_SHOWN) {
             ++refused;
             return 0;
         }
         boxes.push_back({Platform::Host::ToHost(call.caption), Platform::Host::ToHost(call.text)});
-        Platform::Host::SetKeyState(answer == BoxAnswer::OK_WITH_CTRL ? -128 : 0);
         return IDOK;
     });
 }

@@ -47,6 +47,7 @@ LRESULT CALLBACK OnWindow(int code, WPARAM parameter, LPARAM more)
     HWND window = reinterpret_cast<HWND>(parameter); // NOLINT
     if (code == HCBT_CREATEWND && answerToGive == BoxAnswer::NOT_SHOWN && IsBox(window)) {
         ++refused;
+        HoldControlKey(true);
         return 1;
     }
     if (code == HCBT_ACTIVATE && IsBox(window)) {

@@ -12,7 +12,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstring>
 #include <fstream>
 
 namespace Plinth {
@@ -166,6 +165,7 @@ TEST_F(HostDiagnostics, StackDumpCallsThePlatformInOrder)
     ASSERT_TRUE(InitSymbols());
     const GateWatch watch;
     DumpCallStack();
+    EXPECT_EQ(watch.Count("CloseHandle"), 3u); // the file, the second thread, the first one
     Calls calls = CallsOf(watch);
     std::erase(calls, "WaitForSingleObject"); // begins at any time
     EXPECT_EQ(calls, (Calls{"DuplicateHandle", "CreateThread", "OutputDebugStringA", "SuspendThread",
@@ -175,17 +175,17 @@ TEST_F(HostDiagnostics, StackDumpCallsThePlatformInOrder)
     EXPECT_EQ(debuggerOutput, "TraceStackDumpThreadProc()...\nTraceStackDumpThreadProc() finished!\n");
 }
 
-WideText searchPath;
+std::string searchPath; // UTF-8
 
 BOOL WINAPI TakeSearchPath(HANDLE, LPCWSTR path, BOOL invadeProcess)
 {
-    searchPath = path;
+    searchPath = ToUtf8(path);
     return invadeProcess;
 }
 
 BOOL WINAPI TakeNarrowSearchPath(HANDLE, const char* path, BOOL invadeProcess)
 {
-    searchPath = WIDE("narrow ") + WideText(path, path + std::strlen(path));
+    searchPath = std::string("narrow ") + path;
     return invadeProcess;
 }
 
@@ -216,7 +216,7 @@ TEST_F(HostDiagnostics, SymbolsAreLookedForInTheTreeOfTheSources)
          2,
          1,
          false,
-         {"../../../data/base/_dbg/symbols/SP1", "../../../source/devkits/DLLs"},
+         {"../../../data/base/_dbg/symbols/WinXPSP1", "../../../source/devkits/DLLs"},
          {"../../../data/base/_dbg/symbols", "../../../source/devkits/DLLs"}},
         {6, 1, 0, false, {"../../../../source/devkits/DLLs"}, {}},
     };
@@ -234,13 +234,13 @@ TEST_F(HostDiagnostics, SymbolsAreLookedForInTheTreeOfTheSources)
         symbolState.functions.SymInitialize = TakeNarrowSearchPath;
         symbolState.functions.SymInitializeW = row.isNarrow ? nullptr : TakeSearchPath;
         EXPECT_TRUE(InitSymbols());
-        WideText expected = (row.isNarrow ? WIDE("narrow ") : WIDE("")) + program;
+        std::string expected = (row.isNarrow ? "narrow " : "") + ToUtf8(program);
         for (const char* const folder : row.searched) {
-            WideText path(folder, folder + std::strlen(folder));
-            std::replace(path.begin(), path.end(), WIDE('/'), WIDE('\\'));
-            expected += WIDE(";") + program + path + WIDE("\\");
+            std::string path = folder;
+            std::replace(path.begin(), path.end(), '/', '\\');
+            expected += ";" + ToUtf8(program) + path + "\\";
         }
-        EXPECT_EQ(ToUtf8(searchPath), ToUtf8(expected));
+        EXPECT_EQ(searchPath, expected);
         CloseHandle(symbolState.process);
         symbolState = {};
     }
