@@ -247,12 +247,14 @@ TEST(HostMinidumps, ShowWhereThreadsStandAndTheirStacks)
     EXPECT_NE(bytes.find(half + half), std::string::npos);
 }
 
+constexpr int DUMPS = 300; // the dangerous moment is short
+
 TEST(HostMinidumps, OfTwoThreadsAtOnceComeToAnEnd)
 {
     const ScratchFolder scratch;
     const auto dump = [](LPVOID path) -> DWORD {
         DWORD written = 0;
-        for (int i = 0; i < 20; ++i) {
+        for (int i = 0; i < DUMPS; ++i) {
             written += WriteDump(*static_cast<std::filesystem::path*>(path)) != FALSE ? 1u : 0u;
         }
         return written;
@@ -264,7 +266,7 @@ TEST(HostMinidumps, OfTwoThreadsAtOnceComeToAnEnd)
         ASSERT_EQ(WaitForSingleObject(thread, 60000), WAIT_OBJECT_0);
         DWORD written = 0;
         EXPECT_TRUE(GetExitCodeThread(thread, &written));
-        EXPECT_EQ(written, 20u);
+        EXPECT_EQ(written, DWORD{DUMPS});
         CloseHandle(thread);
     }
     for (const auto& path : paths) {
