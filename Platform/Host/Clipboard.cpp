@@ -8,6 +8,8 @@
 #include <atomic>
 #include <map>
 #include <mutex>
+#include <pthread.h>
+#include <unistd.h>
 
 namespace Platform::Host {
 
@@ -63,37 +65,35 @@ private:
     std::atomic<bool> taken_{false};
 };
 
-// Stands for its thread, which closes the clipboard when it ends.
-struct ThreadMark {
-    ThreadMark() = default;
-    ~ThreadMark();
-    ThreadMark(const ThreadMark&) = delete;
-    ThreadMark& operator=(const ThreadMark&) = delete;
-};
-
-thread_local ThreadMark ownMark;
-
 struct ClipboardState {
     std::mutex mutex;
-    const ThreadMark* openedBy = nullptr;
+    pid_t openedBy = 0;            // 0: nobody
     std::map<UINT, HANDLE> blocks; // by format
 };
 
 ClipboardState& State()
 {
-    // Never destroyed: threads that end after main close it too. Not on the heap: it may be exhausted.
+    // Never destroyed: threads may use it after main. Not on the heap: it may be exhausted.
     alignas(ClipboardState) static char storage[sizeof(ClipboardState)];
     static auto& state = *new (storage) ClipboardState;
     return state;
 }
 
-ThreadMark::~ThreadMark()
+void CloseAtThreadEnd(void* clipboard)
 {
-    ClipboardState& state = State();
+    ClipboardState& state = *static_cast<ClipboardState*>(clipboard);
     const std::lock_guard lock(state.mutex);
-    if (state.openedBy == this) {
-        state.openedBy = nullptr;
+    if (state.openedBy == gettid()) {
+        state.openedBy = 0;
     }
+}
+
+// False: no memory. An object with a destructor, one for each thread, would end the process then.
+bool CloseWhenThreadEnds(ClipboardState& state)
+{
+    static pthread_key_t key;
+    static const bool isMade = pthread_key_create(&key, CloseAtThreadEnd) == 0;
+    return isMade && pthread_setspecific(key, &state) == 0;
 }
 
 // Runs the body on the clipboard that the calling thread has open; without one gives a failure.
@@ -102,7 +102,7 @@ Result WithOpenClipboard(Result failure, Body&& body)
 {
     ClipboardState& state = State();
     const std::lock_guard lock(state.mutex);
-    if (state.openedBy != &ownMark) {
+    if (state.openedBy != gettid()) {
         Fail(ERROR_CLIPBOARD_NOT_OPEN);
         return failure;
     }
@@ -171,10 +171,13 @@ BOOL WINAPI OpenClipboard(HWND newOwner)
     }
     ClipboardState& state = State();
     const std::lock_guard lock(state.mutex);
-    if (state.openedBy != nullptr && state.openedBy != &ownMark) {
+    if (state.openedBy != 0 && state.openedBy != gettid()) {
         return Fail(ERROR_ACCESS_DENIED);
     }
-    state.openedBy = &ownMark;
+    if (!CloseWhenThreadEnds(state)) {
+        return Fail(ERROR_NOT_ENOUGH_MEMORY);
+    }
+    state.openedBy = gettid();
     return TRUE;
 }
 
@@ -198,7 +201,7 @@ BOOL WINAPI CloseClipboard()
         return FALSE;
     }
     return WithOpenClipboard(FALSE, [](ClipboardState& state) {
-        state.openedBy = nullptr;
+        state.openedBy = 0;
         return TRUE;
     });
 }

@@ -13,7 +13,7 @@ namespace Platform::Host {
 
 namespace {
 
-constexpr std::size_t MOST_SESSIONS = 16;
+constexpr std::size_t MOST_SESSIONS = 64;
 
 std::atomic<DWORD> options{SYMOPT_UNDNAME};
 

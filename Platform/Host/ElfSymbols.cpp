@@ -97,14 +97,14 @@ std::size_t ElfSymbols::Count() const
 
 std::optional<FunctionSymbol> ElfSymbols::Find(std::uintptr_t address) const
 {
-    Symbol best{};
+    Symbol best{}; // of no type until one is found
     for (std::size_t i = 0; i < Count(); ++i) {
         const auto symbol = Element<Symbol>(symbols_, i);
         if (IsFunction(symbol) && Covers(symbol, address) && symbol.st_value >= best.st_value) {
             best = symbol;
         }
     }
-    const std::string_view name = NameAt(names_, best.st_name);
+    const std::string_view name = IsFunction(best) ? NameAt(names_, best.st_name) : std::string_view();
     return name.empty() ? std::nullopt : std::optional(FunctionSymbol{name, best.st_value, best.st_size});
 }
 

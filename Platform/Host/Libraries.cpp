@@ -97,7 +97,11 @@ BOOL WINAPI FreeLibrary(HMODULE module)
 FARPROC WINAPI GetProcAddress(HMODULE module, LPCSTR name)
 {
     return Guarded("GetProcAddress", FARPROC{nullptr}, [&]() -> FARPROC {
-        const FARPROC function = module == DebugHelp() ? FindExport(name) : nullptr;
+        if (name == nullptr || module != DebugHelp()) {
+            lastError = name == nullptr ? ERROR_INVALID_PARAMETER : ERROR_MOD_NOT_FOUND;
+            return nullptr;
+        }
+        const FARPROC function = FindExport(name);
         if (function == nullptr) {
             lastError = ERROR_PROC_NOT_FOUND;
         }

@@ -9,19 +9,18 @@ namespace Platform::Host {
 
 namespace {
 
-// The loader has no name for it.
-const char* ProgramFile()
-{
-    static const struct ProgramLink {
-        char path[PATH_MAX]{};
-        ProgramLink()
-        {
-            const ssize_t length = readlink("/proc/self/exe", path, sizeof(path) - 1);
-            path[length > 0 ? length : 0] = 0;
-        }
-    } program;
-    return program.path;
-}
+// The loader has no name for the program. Read before main: at first use it would take a lock.
+struct ProgramLink {
+    char path[PATH_MAX]{};
+
+    ProgramLink()
+    {
+        const ssize_t length = readlink("/proc/self/exe", path, sizeof(path) - 1);
+        path[length > 0 ? length : 0] = 0;
+    }
+};
+
+const ProgramLink program;
 
 } // namespace
 
@@ -36,7 +35,7 @@ std::optional<LoadedModule> FindModule(std::uintptr_t address)
     return LoadedModule{.start = reinterpret_cast<std::uintptr_t>(found.dlfo_map_start),
                         .end = reinterpret_cast<std::uintptr_t>(found.dlfo_map_end),
                         .bias = map->l_addr,
-                        .path = isProgram ? ProgramFile() : map->l_name};
+                        .path = isProgram ? program.path : map->l_name};
 }
 
 // As debuggers find them: the loader's own list, whose lock a thread that stands still may hold.

@@ -22,8 +22,6 @@ enum Stream : std::uint32_t {
 
 constexpr std::uint16_t ARCHITECTURE_AMD64 = 9;
 constexpr std::uint16_t ARCHITECTURE_UNKNOWN = 0xFFFF;
-constexpr std::uint8_t PRODUCT_WORKSTATION = 1;
-constexpr std::uint32_t PLATFORM_NT = 2;
 
 #pragma pack(push, 4)
 

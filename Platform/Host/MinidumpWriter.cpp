@@ -1,12 +1,15 @@
 // Writes a minidump. While it does, the other threads stand still, and any of them may hold the heap's lock
 // or another: all memory here is the stack's and the system's own.
+#include "Platform/FaultGuard.h"
 #include "Platform/Host/Api/DebugHelp.h"
 #include "Platform/Host/FileObject.h"
 #include "Platform/Host/Gate.h"
 #include "Platform/Host/LoadedModules.h"
 #include "Platform/Host/Minidump.h"
+#include "Platform/Host/OwnVersion.h"
 #include "Platform/Host/ProcessMemory.h"
 #include "Platform/Host/ProcessObject.h"
+#include "Platform/Host/Registers.h"
 #include "Platform/Host/Snapshot.h"
 #include "Platform/Host/Utf.h"
 
@@ -15,6 +18,7 @@
 #include <ctime>
 #include <link.h>
 #include <thread>
+#include <ucontext.h>
 #include <unistd.h>
 
 namespace Platform::Host {
@@ -22,6 +26,7 @@ namespace Platform::Host {
 namespace {
 
 constexpr std::size_t MOST_STACK = 65536;
+constexpr std::size_t PIECE = 4096; // of a stack: the writer's own may be a small one, of a signal handler
 constexpr std::size_t LONGEST_NAME = 1024; // UTF-16 units of a module's path; more are cut
 constexpr char16_t ROOT_DRIVE[] = u"Z:";
 
@@ -33,7 +38,7 @@ constexpr std::uint16_t ARCHITECTURE = Minidump::ARCHITECTURE_UNKNOWN;
 
 struct ModuleName {
     std::size_t length;
-    char16_t units[LONGEST_NAME + 1]; // with its terminator
+    char16_t units[LONGEST_NAME + 2]; // with its terminator, and one to fill up
 };
 
 // On the drive that is the host's root folder, for the other drives' roots lie in heap memory.
@@ -44,18 +49,25 @@ void NameModule(const char* path, ModuleName& name)
     name.length = start + FromHost(path, name.units + start, LONGEST_NAME - start);
     std::replace(name.units, name.units + name.length, u'/', u'\\');
     name.units[name.length] = 0;
+    name.units[name.length + 1] = 0;
 }
 
+// With what fills it up to a place that is divisible by 4, for the next one.
 std::uint32_t NameSize(const ModuleName& name)
 {
-    return static_cast<std::uint32_t>(sizeof(std::uint32_t) + (name.length + 1) * sizeof(char16_t));
+    const std::size_t size = sizeof(std::uint32_t) + (name.length + 1) * sizeof(char16_t);
+    return static_cast<std::uint32_t>((size + 3) / 4 * 4);
 }
 
 std::uint32_t StackSize(const ThreadSnapshot& thread)
 {
-    char stack[MOST_STACK];
     const bool isKnown = thread.hasRegisters && thread.registers.Esp != 0;
-    return isKnown ? static_cast<std::uint32_t>(ReadMemory(thread.registers.Esp, stack, sizeof(stack))) : 0;
+    char piece[PIECE];
+    std::size_t size = 0;
+    for (std::size_t step = isKnown ? PIECE : 0; step == PIECE && size < MOST_STACK; size += step) {
+        step = ReadMemory(thread.registers.Esp + size, piece, PIECE);
+    }
+    return static_cast<std::uint32_t>(size);
 }
 
 Minidump::Context ToContext(const CONTEXT& registers)
@@ -101,13 +113,14 @@ struct ExceptionCopy {
 
 Minidump::Exception ToException(const ExceptionCopy& exception, Minidump::Location context)
 {
-    Minidump::Exception result{.threadId = exception.threadId,
-                               .code = exception.record.ExceptionCode,
-                               .flags = exception.record.ExceptionFlags,
-                               .record = reinterpret_cast<std::uintptr_t>(exception.record.ExceptionRecord),
-                               .address = reinterpret_cast<std::uintptr_t>(exception.record.ExceptionAddress),
-                               .parameterCount = exception.record.NumberParameters,
-                               .context = context};
+    Minidump::Exception result{
+        .threadId = exception.threadId,
+        .code = exception.record.ExceptionCode,
+        .flags = exception.record.ExceptionFlags,
+        .record = reinterpret_cast<std::uintptr_t>(exception.record.ExceptionRecord),
+        .address = reinterpret_cast<std::uintptr_t>(exception.record.ExceptionAddress),
+        .parameterCount = std::min(exception.record.NumberParameters, DWORD{EXCEPTION_MAXIMUM_PARAMETERS}),
+        .context = context};
     std::copy(std::begin(exception.record.ExceptionInformation),
               std::end(exception.record.ExceptionInformation), result.parameters);
     return result;
@@ -258,8 +271,11 @@ void Dump::WriteSystem(Output& output) const
 {
     output.Put(Minidump::SystemInfo{.architecture = ARCHITECTURE,
                                     .processorCount = processorCount_,
-                                    .productType = Minidump::PRODUCT_WORKSTATION,
-                                    .platform = Minidump::PLATFORM_NT,
+                                    .productType = OWN_VERSION.wProductType,
+                                    .majorVersion = OWN_VERSION.dwMajorVersion,
+                                    .minorVersion = OWN_VERSION.dwMinorVersion,
+                                    .build = OWN_VERSION.dwBuildNumber,
+                                    .platform = OWN_VERSION.dwPlatformId,
                                     .servicePackRva = servicePack_.rva});
 }
 
@@ -288,6 +304,16 @@ void Dump::WriteModules(Output& output)
 }
 
 // What could be read before and cannot any more is 0.
+void WriteStack(Output& output, const ThreadSnapshot& thread)
+{
+    for (std::size_t done = 0; done < thread.stackSize; done += PIECE) {
+        char piece[PIECE]{};
+        const std::size_t size = std::min(PIECE, thread.stackSize - done);
+        ReadMemory(thread.registers.Esp + done, piece, size);
+        output.Put(piece, size);
+    }
+}
+
 void Dump::WriteMemory(Output& output) const
 {
     if (exceptionContext_.size != 0) {
@@ -297,15 +323,14 @@ void Dump::WriteMemory(Output& output) const
         if (thread.hasRegisters) {
             output.Put(ToContext(thread.registers));
         }
-        char stack[MOST_STACK]{};
-        ReadMemory(thread.registers.Esp, stack, thread.stackSize);
-        output.Put(stack, thread.stackSize);
+        WriteStack(output, thread);
     }
     ForEachModule([&](const LoadedModule& module) {
         ModuleName name;
         NameModule(module.path, name);
-        output.Put(static_cast<std::uint32_t>(name.length * sizeof(char16_t)));
-        output.Put(name.units, (name.length + 1) * sizeof(char16_t));
+        const auto length = static_cast<std::uint32_t>(name.length * sizeof(char16_t));
+        output.Put(length);
+        output.Put(name.units, NameSize(name) - sizeof(length));
     });
 }
 
@@ -325,14 +350,20 @@ BOOL WriteDump(File& file, const MINIDUMP_EXCEPTION_INFORMATION* information)
     const DWORD before = lastError; // a thread that could not be stopped is no failure of the dump
     const ExceptionCopy exception(information);
     const auto processors = static_cast<std::uint8_t>(std::min(std::thread::hardware_concurrency(), 255u));
-    Snapshot threads;
+    ucontext_t host{};
+    CONTEXT registers{};
+    getcontext(&host); // here, for this frame is there until the dump is written
+    ReadRegisters(host, registers);
+    Snapshot threads(registers);
     if (!threads.IsWhole()) {
         return Fail(ERROR_NOT_ENOUGH_MEMORY);
     }
     lastError = before;
     ShowException(threads, exception);
     Output output(file);
-    Dump(threads, exception, processors).Write(output);
+    if (!RunGuarded([&] { Dump(threads, exception, processors).Write(output); })) { // threads have to go on
+        return Fail(ERROR_NOACCESS);
+    }
     return output.Flush() ? TRUE : FALSE;
 }
 

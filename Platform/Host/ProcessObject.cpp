@@ -3,6 +3,7 @@
 #include "Platform/Host/Api/Processes.h"
 
 #include <chrono>
+#include <new>
 #include <thread>
 #include <unistd.h>
 
@@ -25,6 +26,12 @@ public:
     BOOL Terminate(DWORD exitCode) override { _exit(static_cast<int>(exitCode)); }
 };
 
+// Not on the heap: it may be exhausted, or its lock a thread's that stands still.
+struct OwnProcessHolder {
+    ThisProcess process;
+    std::shared_ptr<KernelObject> pointer{std::shared_ptr<void>(), &process};
+};
+
 } // namespace
 
 std::shared_ptr<Process> FindProcess(HANDLE handle)
@@ -38,8 +45,10 @@ std::shared_ptr<Process> FindProcess(HANDLE handle)
 
 const std::shared_ptr<KernelObject>& OwnProcess()
 {
-    static const auto& process = *new std::shared_ptr<KernelObject>(std::make_shared<ThisProcess>());
-    return process;
+    // Never destroyed: threads may use it after main.
+    alignas(OwnProcessHolder) static char storage[sizeof(OwnProcessHolder)];
+    static const auto& holder = *new (storage) OwnProcessHolder;
+    return holder.pointer;
 }
 
 } // namespace Platform::Host

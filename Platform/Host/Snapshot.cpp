@@ -1,11 +1,10 @@
 #include "Platform/Host/Snapshot.h"
 
-#include "Platform/Host/Registers.h"
-#include "Platform/Host/Suspension.h"
-
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <cstdlib>
+#include <ctime>
 #include <dirent.h>
 #include <fcntl.h>
 #include <sys/mman.h>
@@ -21,6 +20,12 @@ constexpr int MOST_LOOKS = 4; // new threads come only from those that do not st
 // What a thread that blocks all signals is worth, and what all of them are.
 constexpr std::chrono::milliseconds LONGEST_STOP{50};
 constexpr std::chrono::milliseconds LONGEST_STOPS{500};
+
+// The time that a thread stands for the snapshot before its own does not count.
+constexpr int MOST_TRIES = 10000;
+constexpr timespec BETWEEN_TRIES{.tv_sec = 0, .tv_nsec = 1'000'000};
+
+constinit std::atomic<bool> isTurnTaken{false};
 
 // Calls `callable` with the number that each name in the folder is, from its start on.
 template <typename Callable>
@@ -40,15 +45,6 @@ void ForEachNumber(int folder, const Callable& callable)
     }
 }
 
-CONTEXT OwnRegisters()
-{
-    ucontext_t host{};
-    CONTEXT context{};
-    getcontext(&host);
-    ReadRegisters(host, context);
-    return context;
-}
-
 bool IsKnownProcessor()
 {
 #if defined(__x86_64__)
@@ -60,8 +56,30 @@ bool IsKnownProcessor()
 
 } // namespace
 
-Snapshot::Snapshot() : end_(std::chrono::steady_clock::now() + LONGEST_STOPS)
+SnapshotTurn::SnapshotTurn()
 {
+    for (int i = 0; i < MOST_TRIES && !later_.has_value(); ++i) {
+        later_.emplace(); // first, so that nobody stands who has the turn
+        if (isTurnTaken.exchange(true)) {
+            later_.reset();
+            nanosleep(&BETWEEN_TRIES, nullptr);
+        }
+    }
+}
+
+SnapshotTurn::~SnapshotTurn()
+{
+    if (HasCome()) {
+        isTurnTaken = false;
+    }
+}
+
+Snapshot::Snapshot(const CONTEXT& ownRegisters)
+    : ownRegisters_(ownRegisters), end_(std::chrono::steady_clock::now() + LONGEST_STOPS)
+{
+    if (!turn_.HasCome()) {
+        return;
+    }
     void* const memory = mmap(nullptr, MOST_THREADS * sizeof(ThreadSnapshot), PROT_READ | PROT_WRITE,
                               MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
     const int folder = open("/proc/self/task", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
@@ -113,7 +131,7 @@ void Snapshot::Add(pid_t id)
     thread = {
         .id = id, .stopped = nullptr, .hasRegisters = IsKnownProcessor(), .registers = {}, .stackSize = 0};
     if (id == gettid()) {
-        thread.registers = OwnRegisters();
+        thread.registers = ownRegisters_;
     } else if (const StoppedThread* const stands = FindStopped(id)) {
         thread.registers = stands->registers;
     } else {

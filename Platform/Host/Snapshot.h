@@ -3,13 +3,13 @@
 #pragma once
 
 #include "Platform/Host/Api/Faults.h"
+#include "Platform/Host/Suspension.h"
 
 #include <chrono>
+#include <optional>
 #include <sys/types.h>
 
 namespace Platform::Host {
-
-struct StoppedThread;
 
 struct ThreadSnapshot {
     pid_t id;
@@ -19,15 +19,30 @@ struct ThreadSnapshot {
     std::uint32_t stackSize; // for who looks
 };
 
-// All but the calling thread stand until it ends; the calling one's registers are those of the constructor.
+// The right to a snapshot: two at once would stop each other's threads for good. Who has it is not stopped;
+// who waits for it may be.
+class SnapshotTurn {
+public:
+    SnapshotTurn();
+    ~SnapshotTurn();
+    SnapshotTurn(const SnapshotTurn&) = delete;
+    SnapshotTurn& operator=(const SnapshotTurn&) = delete;
+
+    [[nodiscard]] bool HasCome() const { return later_.has_value(); } // false: waited too long
+
+private:
+    std::optional<StopsLater> later_;
+};
+
+// All but the calling thread stand until it ends; the calling one's registers are those given.
 class Snapshot {
 public:
-    Snapshot();
+    explicit Snapshot(const CONTEXT& ownRegisters);
     ~Snapshot();
     Snapshot(const Snapshot&) = delete;
     Snapshot& operator=(const Snapshot&) = delete;
 
-    [[nodiscard]] bool IsWhole() const { return threads_ != nullptr; } // false: no memory
+    [[nodiscard]] bool IsWhole() const { return threads_ != nullptr; } // false: no memory, or no turn
     [[nodiscard]] std::size_t Count() const { return count_; }
     [[nodiscard]] ThreadSnapshot* begin() { return threads_; }
     [[nodiscard]] ThreadSnapshot* end() { return threads_ + count_; }
@@ -37,6 +52,8 @@ private:
     std::size_t AddNewThreads(int folder);
     void Add(pid_t id);
 
+    const SnapshotTurn turn_;
+    const CONTEXT& ownRegisters_;
     const std::chrono::steady_clock::time_point end_; // of all waiting
     ThreadSnapshot* threads_ = nullptr;
     std::size_t count_ = 0;

@@ -1,4 +1,5 @@
 // The frames of a stack, from the one that a context tells of outwards.
+#include "Platform/FaultGuard.h"
 #include "Platform/Host/Api/DebugHelp.h"
 #include "Platform/Host/Frames.h"
 #include "Platform/Host/Gate.h"
@@ -23,12 +24,13 @@ pid_t IdOf(HANDLE thread)
     return found != nullptr ? found->Id() : 0;
 }
 
-// From the context's frame outwards. A thread that is not ours to see has that one frame, which is known.
+// From the context's frame outwards, as far as the stack is whole. A thread that is not ours to see has that
+// one frame, which is known.
 void GetFrames(pid_t thread, const CONTEXT& context, FrameList& list)
 {
     list.count = 0;
     if (thread == gettid()) {
-        CollectFrames(context.Eip, list);
+        RunGuarded([&] { CollectFrames(context.Eip, list); });
     } else if (const StoppedThread* stopped = FindStopped(thread)) {
         const Frame* const end = stopped->frames.frames + stopped->frames.count;
         const Frame* const first = std::find_if(stopped->frames.frames, end, [&context](const Frame& frame) {

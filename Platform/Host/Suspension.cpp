@@ -54,8 +54,8 @@ bool Exchange(StoppedThread& thread, std::uint32_t from, std::uint32_t to)
 // A stack too damaged to be unwound is no reason to fall: where the thread stands is known anyway.
 void NoteFrames(StoppedThread& thread)
 {
-    const bool whole = RunGuarded([&] { CollectFrames(thread.registers.Eip, thread.frames); });
-    if (!whole || thread.frames.count == 0) {
+    RunGuarded([&] { CollectFrames(thread.registers.Eip, thread.frames); });
+    if (thread.frames.count == 0) {
         thread.frames.count = 1;
         thread.frames.frames[0] = {thread.registers.Eip, thread.registers.Esp};
     }

@@ -4,6 +4,9 @@
 #include "Platform/Host/Suspension.h"
 
 #include <chrono>
+#include <memory>
+#include <new>
+#include <pthread.h>
 #include <thread>
 #include <unistd.h>
 #include <utility>
@@ -15,25 +18,47 @@ namespace {
 constexpr DWORD MOST_SUSPENSIONS = 127;
 constexpr std::chrono::milliseconds LONGEST_STOP{2000};
 
-// Ends with the thread; what the thread made later with its own storage has ended before.
-struct OwnThreadHolder {
-    std::shared_ptr<Thread> thread;
-
-    OwnThreadHolder() = default;
-    ~OwnThreadHolder()
-    {
-        if (thread != nullptr) {
-            thread->End();
-        }
-    }
-    OwnThreadHolder(const OwnThreadHolder&) = delete;
-    OwnThreadHolder& operator=(const OwnThreadHolder&) = delete;
+// The calling thread's object, in memory that is there from the thread's begin. It has no destructor of its
+// own: announcing one ends the process where memory is out.
+struct OwnThreadPlace {
+    alignas(std::shared_ptr<Thread>) char storage[sizeof(std::shared_ptr<Thread>)];
+    std::shared_ptr<Thread>* thread; // null: not made
+    bool ends;
 };
 
-OwnThreadHolder& Holder()
+constinit thread_local OwnThreadPlace ownPlace{};
+
+void AnnounceThreadEnd();
+
+// What else the thread keeps to its end goes in the first round, and the thread in the next.
+void AtThreadEnd(void* /*place*/)
 {
-    thread_local OwnThreadHolder holder;
-    return holder;
+    if (!ownPlace.ends) {
+        ownPlace.ends = true;
+        AnnounceThreadEnd();
+        return;
+    }
+    const std::shared_ptr<Thread> thread = std::move(*ownPlace.thread);
+    std::destroy_at(ownPlace.thread);
+    ownPlace.thread = nullptr;
+    thread->End();
+}
+
+void AnnounceThreadEnd()
+{
+    static pthread_key_t key;
+    static const bool isMade = pthread_key_create(&key, AtThreadEnd) == 0;
+    if (!isMade || pthread_setspecific(key, &ownPlace) != 0) {
+        throw std::bad_alloc();
+    }
+}
+
+Thread& SetOwnThread(std::shared_ptr<Thread> thread)
+{
+    AnnounceThreadEnd();
+    ownPlace.thread = new (ownPlace.storage) std::shared_ptr<Thread>(std::move(thread));
+    (*ownPlace.thread)->Begin();
+    return **ownPlace.thread;
 }
 
 } // namespace
@@ -121,9 +146,7 @@ DWORD StartThread(const std::shared_ptr<Thread>& thread, LPTHREAD_START_ROUTINE 
     std::promise<DWORD> id;
     std::future<DWORD> started = id.get_future();
     std::thread([id = std::move(id), self = thread, start, parameter]() mutable {
-        Holder().thread = std::move(self);
-        Thread& own = *Holder().thread;
-        own.Begin();
+        Thread& own = SetOwnThread(std::move(self));
         id.set_value(static_cast<DWORD>(own.Id()));
         own.SetExitCode(start(parameter));
     }).detach();
@@ -132,13 +155,10 @@ DWORD StartThread(const std::shared_ptr<Thread>& thread, LPTHREAD_START_ROUTINE 
 
 const std::shared_ptr<Thread>& OwnThread()
 {
-    std::shared_ptr<Thread>& thread = Holder().thread;
-    if (thread == nullptr) {
-        auto made = std::make_shared<Thread>();
-        made->Begin();
-        thread = std::move(made);
+    if (ownPlace.thread == nullptr) {
+        SetOwnThread(std::make_shared<Thread>());
     }
-    return thread;
+    return *ownPlace.thread;
 }
 
 } // namespace Platform::Host

@@ -2,17 +2,11 @@
 
 #include "Platform/Host/Control.h"
 #include "Platform/Host/Gate.h"
+#include "Platform/Host/OwnVersion.h"
 
 namespace Platform::Host {
 
 namespace {
-
-constexpr OSVERSIONINFOEXW OWN_VERSION{.dwOSVersionInfoSize = sizeof(OSVERSIONINFOEXW),
-                                       .dwMajorVersion = 6,
-                                       .dwMinorVersion = 2,
-                                       .dwBuildNumber = 9200,
-                                       .dwPlatformId = VER_PLATFORM_WIN32_NT,
-                                       .wProductType = VER_NT_WORKSTATION};
 
 std::optional<OSVERSIONINFOEXW>& ShownVersion()
 {

@@ -14,4 +14,5 @@ HMODULE WINAPI LoadLibraryW(LPCWSTR fileName); // letter case does not count
 BOOL WINAPI FreeLibrary(HMODULE module);
 
 using FARPROC = int(WINAPI*)();
-FARPROC WINAPI GetProcAddress(HMODULE module, LPCSTR name); // null: ERROR_PROC_NOT_FOUND
+// Null: ERROR_PROC_NOT_FOUND, or ERROR_MOD_NOT_FOUND where the module is none.
+FARPROC WINAPI GetProcAddress(HMODULE module, LPCSTR name);
