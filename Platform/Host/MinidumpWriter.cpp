@@ -30,11 +30,8 @@ constexpr std::size_t PIECE = 4096; // of a stack: the writer's own may be a sma
 constexpr std::size_t LONGEST_NAME = 1024; // UTF-16 units of a module's path; more are cut
 constexpr char16_t ROOT_DRIVE[] = u"Z:";
 
-#if defined(__x86_64__)
-constexpr std::uint16_t ARCHITECTURE = Minidump::ARCHITECTURE_AMD64;
-#else
-constexpr std::uint16_t ARCHITECTURE = Minidump::ARCHITECTURE_UNKNOWN;
-#endif
+constexpr std::uint16_t ARCHITECTURE =
+    KNOWS_REGISTERS ? Minidump::ARCHITECTURE_AMD64 : Minidump::ARCHITECTURE_UNKNOWN;
 
 struct ModuleName {
     std::size_t length;
@@ -225,7 +222,6 @@ Dump::Dump(Snapshot& threads, const ExceptionCopy& exception, std::uint8_t proce
     for (ThreadSnapshot& thread : threads) {
         thread.stackSize = StackSize(thread);
     }
-    constexpr bool IS_KNOWN_PROCESSOR = ARCHITECTURE != Minidump::ARCHITECTURE_UNKNOWN;
     const std::size_t streams = exception.isThere ? 4 : 3;
     header_ = places_.Take(sizeof(Minidump::Header));
     directory_ = places_.Take(streams * sizeof(Minidump::DirectoryEntry));
@@ -234,7 +230,7 @@ Dump::Dump(Snapshot& threads, const ExceptionCopy& exception, std::uint8_t proce
     threadList_ = places_.Take(ListSize<Minidump::Thread>(threads.Count()));
     moduleList_ = places_.Take(ListSize<Minidump::Module>(moduleCount_));
     servicePack_ = places_.Take(sizeof(NO_SERVICE_PACK));
-    exceptionContext_ = places_.Take(exception.isThere && IS_KNOWN_PROCESSOR ? sizeof(Minidump::Context) : 0);
+    exceptionContext_ = places_.Take(exception.isThere && KNOWS_REGISTERS ? sizeof(Minidump::Context) : 0);
 }
 
 void Dump::Write(Output& output)
@@ -339,7 +335,7 @@ void ShowException(Snapshot& threads, const ExceptionCopy& exception)
 {
     ThreadSnapshot* const thread =
         exception.isThere ? threads.Find(static_cast<pid_t>(exception.threadId)) : nullptr;
-    if (thread != nullptr && ARCHITECTURE != Minidump::ARCHITECTURE_UNKNOWN) {
+    if (thread != nullptr && KNOWS_REGISTERS) {
         thread->hasRegisters = true;
         thread->registers = exception.registers;
     }

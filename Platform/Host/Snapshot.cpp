@@ -1,5 +1,7 @@
 #include "Platform/Host/Snapshot.h"
 
+#include "Platform/Host/Registers.h"
+
 #include <algorithm>
 #include <atomic>
 #include <chrono>
@@ -43,15 +45,6 @@ void ForEachNumber(int folder, const Callable& callable)
             place += entry->d_reclen;
         }
     }
-}
-
-bool IsKnownProcessor()
-{
-#if defined(__x86_64__)
-    return true;
-#else
-    return false;
-#endif
 }
 
 } // namespace
@@ -128,8 +121,7 @@ std::size_t Snapshot::AddNewThreads(int folder)
 void Snapshot::Add(pid_t id)
 {
     ThreadSnapshot& thread = threads_[count_++];
-    thread = {
-        .id = id, .stopped = nullptr, .hasRegisters = IsKnownProcessor(), .registers = {}, .stackSize = 0};
+    thread = {.id = id, .stopped = nullptr, .hasRegisters = KNOWS_REGISTERS, .registers = {}, .stackSize = 0};
     if (id == gettid()) {
         thread.registers = ownRegisters_;
     } else if (const StoppedThread* const stands = FindStopped(id)) {

@@ -3,23 +3,13 @@
 //     Demo FOLDER     for the files; colours when the environment has COLOUR
 #include "Tests/Crash/ReporterRun.h"
 #include "Tests/Support/Target.h"
+#include "Tests/Support/Terminal.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <iostream>
-#include <string_view>
+#include <string>
 
 namespace {
-
-const char* Colour(const char* sequence)
-{
-    return std::getenv("COLOUR") != nullptr ? sequence : "";
-}
-
-void PrintTitle(std::string_view title)
-{
-    std::cout << '\n' << Colour("\x1b[1m") << title << Colour("\x1b[0m") << '\n';
-}
 
 void PrintIndented(std::string text)
 {

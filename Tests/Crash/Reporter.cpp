@@ -4,8 +4,8 @@
 //
 // Words: "symbols" has the symbol engine started first; "continue" makes the report one that returns; "twice"
 // files it from two threads at once; "again" files another one from the callback, on the thread that dumps
-// the stack; "counted" writes the program's heap blocks so far before each line into heap.log;
-// "starved" lets all of them fail.
+// the stack; "counted" writes the program's heap blocks so far before each line into heap.log; "starved" lets
+// all of them fail.
 //
 // The exit code is 3 after a report that returned.
 #include "Plinth/Debug/ErrorReport.h"

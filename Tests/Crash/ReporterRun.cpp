@@ -30,22 +30,13 @@ std::vector<std::filesystem::path> FindDumps(const std::filesystem::path& folder
 ReporterResult RunReporter(const std::filesystem::path& folder, const std::string& words,
                            const ReporterOptions& options)
 {
-    constexpr int POLLS = 3000;
-    constexpr DWORD MILLISECONDS = 10;
     const std::string commandLine = "Reporter.exe " + words;
     MessageBoxWatcher watcher(folder);
     watcher.TakePictures(options.picture);
     StartedProcess process({.program = ToPlatform(options.program),
                             .commandLine = WideText(commandLine.begin(), commandLine.end()),
                             .folder = ToPlatform(folder)});
-    for (int poll = 0; poll < POLLS && WaitForSingleObject(process.Handle(), MILLISECONDS) == WAIT_TIMEOUT;
-         ++poll) {
-        watcher.Poll(process.Id());
-    }
-    const DWORD exitCode = process.ExitCode();
-    if (exitCode == STILL_ACTIVE) {
-        TerminateProcess(process.Handle(), STILL_ACTIVE);
-    }
+    const DWORD exitCode = AwaitExit(process, [&] { watcher.Poll(process.Id()); });
     return {exitCode, watcher.Boxes(), ReadWhole(folder / "report.log"), ReadWhole(folder / "heap.log"),
             FindDumps(folder)};
 }

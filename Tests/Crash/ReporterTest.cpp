@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <regex>
-#include <set>
 
 namespace {
 

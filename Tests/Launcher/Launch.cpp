@@ -82,15 +82,6 @@ RunningLaunch::RunningLaunch(const InstallFolder& install, const ProcessOptions&
 
 LaunchResult RunningLaunch::Finish()
 {
-    constexpr int POLLS = 1500;
-    constexpr DWORD MILLISECONDS = 10;
-    for (int poll = 0; poll < POLLS && WaitForSingleObject(process_.Handle(), MILLISECONDS) == WAIT_TIMEOUT;
-         ++poll) {
-        watcher_.Poll(process_.Id());
-    }
-    LaunchResult result{process_.ExitCode(), watcher_.Boxes()};
-    if (result.exitCode == STILL_ACTIVE) {
-        TerminateProcess(process_.Handle(), STILL_ACTIVE);
-    }
-    return result;
+    const DWORD exitCode = AwaitExit(process_, [this] { watcher_.Poll(process_.Id()); });
+    return {exitCode, watcher_.Boxes()};
 }

@@ -5,8 +5,8 @@
 #include "Plinth/Config/RegistryValues.h"
 #include "Tests/Launcher/Launch.h"
 #include "Tests/Support/Target.h"
+#include "Tests/Support/Terminal.h"
 
-#include <cstdlib>
 #include <iostream>
 
 namespace {
@@ -15,16 +15,6 @@ constexpr LPCWSTR COMMAND_LINE = WIDE("Launcher.exe -window \"two words\"  -lang
 constexpr LPCWSTR SAMPLE_KEY = WIDE("Software\\Corvanta\\Brenvault Sample");
 constexpr const char* NAMED_KEY = R"(Software\Corvanta\Brenvault Sample\GameUpdate)";
 constexpr const char* UNNAMED_KEY = R"(SOFTWARE\Corvanta\The Brenvault\GameUpdate)";
-
-const char* Colour(const char* sequence)
-{
-    return std::getenv("COLOUR") != nullptr ? sequence : "";
-}
-
-void PrintTitle(const std::string& title)
-{
-    std::cout << '\n' << Colour("\x1b[1m") << title << Colour("\x1b[0m") << '\n';
-}
 
 // Lines after the first stand below it.
 void PrintRow(const std::string& name, std::string lines)

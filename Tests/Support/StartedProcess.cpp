@@ -45,6 +45,20 @@ bool StartedProcess::Close()
     return CloseHandle(process_.hProcess) && thread;
 }
 
+DWORD AwaitExit(const StartedProcess& process, const std::function<void()>& poll)
+{
+    constexpr int POLLS = 3000;
+    constexpr DWORD MILLISECONDS = 10;
+    for (int i = 0; i < POLLS && WaitForSingleObject(process.Handle(), MILLISECONDS) == WAIT_TIMEOUT; ++i) {
+        poll();
+    }
+    const DWORD exitCode = process.ExitCode();
+    if (exitCode == STILL_ACTIVE) {
+        TerminateProcess(process.Handle(), STILL_ACTIVE);
+    }
+    return exitCode;
+}
+
 WideText OwnProgram()
 {
     WideText path(ROOM, 0);

@@ -3,6 +3,7 @@
 
 #include "Tests/Support/WideText.h"
 
+#include <functional>
 #include <optional>
 
 struct ProcessOptions {
@@ -37,6 +38,10 @@ private:
     bool started_ = false;
     DWORD error_ = 0;
 };
+
+// Calls `poll` again and again until the process has ended, and gives its exit code. One that takes longer
+// than 30 seconds is ended; that gives STILL_ACTIVE.
+DWORD AwaitExit(const StartedProcess& process, const std::function<void()>& poll);
 
 // This process's own program and current directory, as the platform names them.
 WideText OwnProgram();
