@@ -5,6 +5,7 @@
 #include "Platform/Host/Api/Modules.h"
 #include "Platform/Host/Api/Time.h"
 #include "Platform/Host/Api/Types.h"
+#include "Platform/Host/Api/UserInterface.h"
 #include "Platform/Host/Api/Version.h"
 
 #include <functional>
@@ -28,6 +29,14 @@ void SetMessageBoxHook(MessageBoxHook hook);
 // What GetActiveWindow gives, GetLastActivePopup gives for it, and GetKeyState gives for every key.
 void SetActiveWindow(HWND window, HWND lastActivePopup);
 void SetKeyState(short state);
+
+// The primary screen's size, 0 and 0 unless a test says otherwise, and the active window's place on it.
+void SetScreenSize(int width, int height);
+void SetActiveWindowRect(const RECT& rectangle);
+
+// Answers __cpuidex in place of the processor. An empty hook takes it back.
+using ProcessorHook = std::function<void(int registers[4], int leaf, int subLeaf)>;
+void SetProcessorHook(ProcessorHook hook);
 
 // Answers OutputDebugStringA in place of standard error. An empty hook takes it back.
 using DebuggerHook = std::function<void(const char* text)>;

@@ -13,10 +13,17 @@
 
 #include <windows.h>
 
+#include <cpuid.h>
 #include <dbghelp.h>
+#include <float.h>
 #include <psapi.h>
 #include <shlwapi.h>
 #include <stdio.h>
+#include <time.h>
+#include <tlhelp32.h>
 #include <wchar.h>
 
 #define WIDE(text) L##text
+
+// The runtime has it, its headers have it for 64 bits alone.
+extern "C" __declspec(dllimport) int __cdecl _set_SSE2_enable(int flag);

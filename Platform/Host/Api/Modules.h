@@ -1,5 +1,6 @@
-// Loaded modules. Paths are known of the program itself alone: every handle but null is ERROR_MOD_NOT_FOUND.
-// The one library that can be loaded is the layer's own "DbgHelp.dll".
+// Loaded modules: the program and the host's shared libraries. A module's handle is its base address, null
+// the program's. Two libraries are the layer's own and no files: "Kernel32.dll", which is there from the
+// start, and "DbgHelp.dll", the one that can be loaded.
 #pragma once
 
 #include "Platform/Host/Api/Types.h"
@@ -10,9 +11,32 @@
 DWORD WINAPI GetModuleFileNameW(HMODULE module, LPWSTR fileName, DWORD size);
 DWORD WINAPI GetModuleFileNameA(HMODULE module, LPSTR fileName, DWORD size); // in UTF-8
 
-HMODULE WINAPI LoadLibraryW(LPCWSTR fileName); // letter case does not count
+HMODULE WINAPI GetModuleHandleW(LPCWSTR fileName); // letter case does not count; null: the program
+HMODULE WINAPI LoadLibraryW(LPCWSTR fileName);     // letter case does not count
 BOOL WINAPI FreeLibrary(HMODULE module);
 
 using FARPROC = int(WINAPI*)();
 // Null: ERROR_PROC_NOT_FOUND, or ERROR_MOD_NOT_FOUND where the module is none.
 FARPROC WINAPI GetProcAddress(HMODULE module, LPCSTR name);
+
+constexpr DWORD TH32CS_SNAPMODULE = 0x00000008;
+constexpr std::size_t MAX_MODULE_NAME32 = 255;
+
+struct MODULEENTRY32W {
+    DWORD dwSize; // set before the first call
+    DWORD th32ModuleID;
+    DWORD th32ProcessID;
+    DWORD GlblcntUsage;
+    DWORD ProccntUsage;
+    LPBYTE modBaseAddr;
+    DWORD modBaseSize;
+    HMODULE hModule;
+    WCHAR szModule[MAX_MODULE_NAME32 + 1]; // cut to what fits, as is the path
+    WCHAR szExePath[MAX_PATH];
+};
+using LPMODULEENTRY32W = MODULEENTRY32W*;
+
+// The modules of this process at this moment; processId 0 is its own as well. INVALID_HANDLE_VALUE: failed.
+HANDLE WINAPI CreateToolhelp32Snapshot(DWORD flags, DWORD processId);
+BOOL WINAPI Module32FirstW(HANDLE snapshot, LPMODULEENTRY32W entry); // the program
+BOOL WINAPI Module32NextW(HANDLE snapshot, LPMODULEENTRY32W entry);  // ERROR_NO_MORE_FILES behind the last

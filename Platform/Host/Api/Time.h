@@ -3,6 +3,8 @@
 
 #include "Platform/Host/Api/Types.h"
 
+#include <ctime>
+
 struct SYSTEMTIME {
     WORD wYear;
     WORD wMonth;     // 1 to 12
@@ -23,3 +25,9 @@ struct FILETIME {
 using LPFILETIME = FILETIME*;
 
 void WINAPI GetLocalTime(LPSYSTEMTIME time);
+
+using __time64_t = std::int64_t; // seconds since 1970-01-01 UTC
+using errno_t = int;
+
+// In UTC. Else than 0: the time has no fields, which are then -1 each.
+errno_t _gmtime64_s(std::tm* fields, const __time64_t* time);

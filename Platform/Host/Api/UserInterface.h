@@ -1,5 +1,6 @@
 // Message boxes: caption and text go to standard error unless a hook answers them (Platform/Host/Control.h).
-// There are no windows and no keyboard; debugger output goes to standard error while a debugger is attached.
+// There are no screen, no windows and no keyboard but what tests set; debugger output goes to standard error
+// while a debugger is attached.
 #pragma once
 
 #include "Platform/Host/Api/Types.h"
@@ -16,6 +17,23 @@ int WINAPI MessageBoxA(HWND owner, LPCSTR text, LPCSTR caption, UINT type); // U
 
 HWND WINAPI GetActiveWindow();
 HWND WINAPI GetLastActivePopup(HWND window); // the window itself when it is none, with the last error set
+
+struct RECT {
+    LONG left;
+    LONG top;
+    LONG right;
+    LONG bottom;
+};
+using LPRECT = RECT*;
+
+constexpr int SM_CXSCREEN = 0; // the primary screen's width
+constexpr int SM_CYSCREEN = 1;
+int WINAPI GetSystemMetrics(int index); // 0: failed, or unknown
+
+BOOL WINAPI GetWindowRect(HWND window, LPRECT rectangle); // on the screen
+
+constexpr int SW_MINIMIZE = 6;
+BOOL WINAPI ShowWindow(HWND window, int command); // whether the window was visible before
 
 constexpr int VK_CONTROL = 0x11;
 short WINAPI GetKeyState(int key); // below 0: down

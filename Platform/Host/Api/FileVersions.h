@@ -1,0 +1,35 @@
+// Version resources of program files.
+#pragma once
+
+#include "Platform/Host/Api/Types.h"
+
+// The part of a version resource that is no text. Each version is four numbers of 16 bits.
+struct VS_FIXEDFILEINFO {
+    DWORD dwSignature; // VS_FFI_SIGNATURE
+    DWORD dwStrucVersion;
+    DWORD dwFileVersionMS;
+    DWORD dwFileVersionLS;
+    DWORD dwProductVersionMS;
+    DWORD dwProductVersionLS;
+    DWORD dwFileFlagsMask;
+    DWORD dwFileFlags;
+    DWORD dwFileOS;
+    DWORD dwFileType;
+    DWORD dwFileSubtype;
+    DWORD dwFileDateMS;
+    DWORD dwFileDateLS;
+};
+static_assert(sizeof(VS_FIXEDFILEINFO) == 52);
+
+constexpr DWORD VS_FFI_SIGNATURE = 0xFEEF04BD;
+
+// The bytes that GetFileVersionInfoW needs for all of the file's version resource; 0: it has none that can be
+// read. `handle` may be null and becomes 0.
+DWORD WINAPI GetFileVersionInfoSizeW(LPCWSTR path, LPDWORD handle);
+
+// At most `size` bytes of the file's version resource.
+BOOL WINAPI GetFileVersionInfoW(LPCWSTR path, DWORD handle, DWORD size, LPVOID block);
+
+// Of what GetFileVersionInfoW gave, the part `\`, the VS_FIXEDFILEINFO: `value` points into the block,
+// `length` is its size in bytes.
+BOOL WINAPI VerQueryValueW(LPCVOID block, LPCWSTR part, LPVOID* value, UINT* length);
