@@ -25,5 +25,5 @@
 
 #define WIDE(text) L##text
 
-// The runtime has it, its headers have it for 64 bits alone.
+// The runtime's math.h hides it when it is read before windows.h, as the standard library does.
 extern "C" __declspec(dllimport) int __cdecl _set_SSE2_enable(int flag);
