@@ -1,5 +1,6 @@
 #include "Plinth/Debug/Symbols.h"
 
+#include "Plinth/Debug/BindFunction.h"
 #include "Plinth/Debug/DbgHelp.h"
 #include "Plinth/Debug/ModulePath.h"
 #include "Plinth/FileSystem/CFileSearch.h"
@@ -24,18 +25,10 @@ constexpr std::uint32_t LONGEST_SYSTEM_NAME = 255;
 // Large enough that only the caller's buffer cuts the text.
 constexpr std::uint32_t DESCRIPTION_SIZE = 4096;
 
-template <typename Function>
-bool Bind(Function*& function, const char* name)
-{
-    void* const found = reinterpret_cast<void*>(GetProcAddress(symbolState.module, name));
-    function = reinterpret_cast<Function*>(found);
-    return found != nullptr;
-}
-
 void BindFunctions()
 {
 #define PLINTH_DBGHELP_BIND(name)                                                                            \
-    if (!Bind(symbolState.functions.name, #name)) {                                                          \
+    if (!BindFunction(symbolState.module, #name, symbolState.functions.name)) {                              \
         return;                                                                                              \
     }
     PLINTH_DBGHELP_FUNCTIONS(PLINTH_DBGHELP_BIND)

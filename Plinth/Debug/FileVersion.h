@@ -1,0 +1,24 @@
+// The versions that program files carry in their version resources.
+#pragma once
+
+#include "Platform/Win32.h"
+#include "Plinth/Text/CString.h"
+
+#include <cstdint>
+
+namespace Plinth {
+
+// Four numbers of at most 65,535 each; all 0 where the file has no version resource.
+struct FileVersion {
+    std::uint32_t major;
+    std::uint32_t minor;
+    std::uint32_t build;
+    std::uint32_t privatePart;
+};
+
+// All 0 for whatever cannot be read as well. Without memory for the resource, "Out of memory!" is thrown.
+FileVersion GetFileVersion(LPCWSTR path);
+FileVersion GetFileVersion(const CString& path);
+FileVersion GetModuleFileVersion(HMODULE module); // of a loaded module's file; null: of the program's
+
+} // namespace Plinth
