@@ -29,7 +29,7 @@ int main(int count, char** arguments)
         return 2;
     }
     const std::filesystem::path folder = std::filesystem::absolute(arguments[1]);
-    const ReporterResult result = RunReporter(folder, "symbols", {.picture = folder / "box.bmp"});
+    const ReporterResult result = RunReporter(folder, "symbols banner", {.picture = folder / "box.bmp"});
     PrintTitle("The log");
     PrintIndented(result.log);
     for (const SeenMessageBox& box : result.boxes) {

@@ -2,16 +2,17 @@
 //
 //     Reporter [WORD...]    writes report.log and Report_TIME.dmp into the current directory
 //
-// Words: "symbols" has the symbol engine started first; "continue" makes the report one that returns; "twice"
-// files it from two threads at once; "again" files another one from the callback, on the thread that dumps
-// the stack; "counted" writes the program's heap blocks so far before each line into heap.log; "starved" lets
-// all of them fail.
+// Words: "symbols" has the symbol engine started first; "banner" traces what runs where, and the command
+// line; "continue" makes the report one that returns; "twice" files it from two threads at once; "again"
+// files another one from the callback, on the thread that dumps the stack; "counted" writes the program's
+// heap blocks so far before each line into heap.log; "starved" lets all of them fail.
 //
 // The exit code is 3 after a report that returned.
 #include "Plinth/Debug/ErrorReport.h"
 #include "Plinth/Debug/LogFile.h"
 #include "Plinth/Debug/Minidump.h"
 #include "Plinth/Debug/Symbols.h"
+#include "Plinth/Debug/SystemInfo.h"
 #include "Plinth/Text/ZeroTerminatedText.h"
 #include "Tests/Support/HeapWatch.h"
 
@@ -89,6 +90,9 @@ void Take(const std::string& word)
 {
     if (word == "symbols") {
         StartSymbols();
+    } else if (word == "banner") {
+        Plinth::TraceProgramBanner(nullptr, "demonstration");
+        Plinth::TraceCommandLine();
     } else if (word == "continue") {
         wanted.flags = Plinth::ReportFlagContinue;
     } else if (word == "twice") {

@@ -51,6 +51,22 @@ TEST(FatalReport, LeavesLogBoxDumpAndExitCode)
     }
 }
 
+TEST(Banner, NamesTheProgramItsVersionAndItsCommandLine)
+{
+    const ScratchFolder scratch;
+    const ReporterResult result = RunReporter(scratch.Path(), "banner\tcontinue");
+    const WideText program = ToPlatform(BuiltProgram("Reporter.exe"));
+    const bool hasVersion = GetFileVersionInfoSizeW(program.c_str(), nullptr) != 0; // not on the host
+    const std::string log = Plain(result.log);
+    EXPECT_EQ(result.exitCode, 3u);
+    EXPECT_TRUE(log.starts_with(std::string("\nReporter.exe version ") + (hasVersion ? "1.2.3b" : "0.0.0") +
+                                " (demonstration)\n\n"))
+        << log;
+    EXPECT_NE(log.find("\n\nThe command line is: Reporter.exe banner continue\n\nThis is *NOT* a retail"),
+              std::string::npos)
+        << log;
+}
+
 // The report from inside comes on the thread that the reporting one waits for.
 TEST(FatalReport, WhoseCallbackReportsFromTheStackDumpComesToItsEnd)
 {

@@ -1,0 +1,187 @@
+#include "Plinth/Debug/SystemInfo.h"
+
+#include "Plinth/Debug/FileVersion.h"
+#include "Plinth/Debug/FpuPrecision.h"
+#include "Plinth/Debug/ProcessSwitch.h"
+#include "Plinth/Debug/Processor.h"
+#include "Plinth/Debug/Symbols.h"
+#include "Plinth/Streams/Exceptions.h"
+#include "Plinth/Text/CWideString.h"
+#include "Tests/Plinth/Debug/FreshDiagnostics.h"
+#include "Tests/Support/HeapWatch.h"
+#include "Tests/Support/Target.h"
+#include "Tests/Support/VersionedFile.h"
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <regex>
+#include <vector>
+
+namespace Plinth {
+namespace {
+
+std::array<std::uint32_t, 4> Numbers(const FileVersion& version)
+{
+    return {version.major, version.minor, version.build, version.privatePart};
+}
+
+constexpr std::array<std::uint32_t, 4> NONE{};
+
+TEST(FileVersion, IsThatOfTheVersionResource)
+{
+    const ScratchFolder scratch;
+    const auto write = [&scratch](const char* name, const std::string& content) {
+        std::ofstream(scratch.Path() / name, std::ios::binary) << content;
+        return ToPlatform(scratch.Path() / name);
+    };
+    const std::array<std::uint32_t, 4> all{1, 65535, 0, 40000};
+    const std::string file = VersionedFile({.file = {1, 65535, 0, 40000}});
+    const WideText whole = write("\xC3\xA4.exe", file); // a name beyond ASCII
+    EXPECT_EQ(Numbers(GetFileVersion(whole.c_str())), all);
+    EXPECT_EQ(Numbers(GetFileVersion(CString(whole))), all);
+
+    std::string unsignedFile = file;
+    SetNumber(unsignedFile, VersionedFilePlaces::FIXED_INFO, 0);
+    EXPECT_EQ(Numbers(GetFileVersion(write("unsigned.exe", unsignedFile).c_str())), NONE);
+    EXPECT_EQ(Numbers(GetFileVersion(write("text.exe", "MZ, but a text").c_str())), NONE);
+    EXPECT_EQ(Numbers(GetFileVersion(LPCWSTR{nullptr})), NONE);
+    EXPECT_EQ(Numbers(GetFileVersion(CString())), NONE);
+    EXPECT_EQ(Numbers(GetModuleFileVersion(reinterpret_cast<HMODULE>(16))), NONE);
+
+    const HeapWatch watch({.ordinal = 1});
+    EXPECT_THROW(static_cast<void>(GetFileVersion(whole.c_str())), CException);
+}
+
+// A module's first bytes as they lie in memory.
+struct ModuleStart {
+    IMAGE_DOS_HEADER start;
+    DWORD signature;
+    IMAGE_FILE_HEADER header;
+
+    HMODULE Handle() { return reinterpret_cast<HMODULE>(this); }
+};
+
+TEST(ModuleLinkTime, IsTheStampOfTheHeader)
+{
+    ModuleStart module{};
+    module.start.e_lfanew = offsetof(ModuleStart, signature);
+    module.header.TimeDateStamp = 0xFEDCBA98;
+    EXPECT_EQ(GetModuleLinkTime(module.Handle()), 0u);
+    module.start.e_magic = 0x5A4D;
+    EXPECT_EQ(GetModuleLinkTime(module.Handle()), 0xFEDCBA98u);
+    EXPECT_EQ(GetModuleLinkTime(nullptr), 0u);
+    EXPECT_EQ(GetModuleLinkTime(reinterpret_cast<HMODULE>(16)), 0u); // where nothing can be read
+}
+
+std::vector<std::string> Lines(const std::string& text)
+{
+    std::istringstream stream(text);
+    std::vector<std::string> lines;
+    for (std::string line; std::getline(stream, line);) {
+        lines.push_back(line);
+    }
+    return lines;
+}
+
+std::string Hexadecimal(std::uintptr_t number)
+{
+    char text[16];
+    FormatText(text, sizeof(text), "0x%08x", static_cast<unsigned>(number));
+    return text;
+}
+
+TEST(ModuleList, HasEachModuleInALine)
+{
+    const TraceCapture trace;
+    TraceModuleList();
+    const std::vector<std::string> lines = Lines(trace.Text());
+    ASSERT_GE(lines.size(), 5u) << trace.Text();
+    EXPECT_EQ(lines.front() + lines.back(), ""); // blank
+    const std::regex form(R"(0x[0-9a-f]{8} \(0x[0-9a-f]{8}\)  [^ ].{18,}[^(]  )"
+                          R"(\((?=.{18} 0x)(\d+\.){3}\d+, * 0x[0-9a-f]{8}, \d{4}/\d\d/\d\d \d\d:\d\d\))");
+    for (std::size_t line = 1; line + 1 < lines.size(); ++line) {
+        EXPECT_TRUE(std::regex_match(lines[line], form)) << lines[line];
+    }
+    HMODULE program = GetModuleHandleW(nullptr);
+    EXPECT_TRUE(lines[1].starts_with(Hexadecimal(reinterpret_cast<std::uintptr_t>(program)))) << lines[1];
+    EXPECT_NE(lines[1].find("  PlinthTests.exe "), std::string::npos) << lines[1];
+    EXPECT_NE(lines[1].find(' ' + Hexadecimal(GetModuleLinkTime(program)) + ','), std::string::npos)
+        << lines[1];
+}
+
+TEST(SystemInfo, TellsLibraryModulesProcessorAndMemory)
+{
+    const FreshDiagnostics fresh;
+    TraceSystemInfo();
+    EXPECT_TRUE(fresh.Text().starts_with("\nDbgHelp.dll not loaded.\n\n0x")) << fresh.Text();
+    const char* const brand = GetCpuText(CPU_TEXT_BRAND);
+    char processor[160];
+    FormatText(processor, sizeof(processor),
+               "\n\n\"%s\" detected.\n%d core(s) detected, %d support(s) HT.\n\nMemory load ",
+               brand != nullptr ? brand : "<NULL>", GetCpuCoreCount(), GetCpuLogicalPerPackage());
+    EXPECT_NE(fresh.Text().find(processor), std::string::npos) << fresh.Text();
+
+    ASSERT_TRUE(LoadDbgHelp());
+    const TraceCapture loaded;
+    TraceSystemInfo();
+    const std::string first = Lines(loaded.Text()).at(1);
+    EXPECT_TRUE(std::regex_match(
+        first,
+        std::regex(
+            R"(DbgHelp\.dll \(file version (\d+\.){3}\d+, API version \d+\.\d+, revision \d+\) loaded\.)")))
+        << first;
+    const TraceCapture faulting;
+    symbolState.functions.ImagehlpApiVersion = [] WINAPI { return LPAPI_VERSION{nullptr}; };
+    TraceSystemInfo();
+    EXPECT_NE(faulting.Text().find("API version 0.0, revision 0) loaded."), std::string::npos);
+}
+
+TEST(CommandLine, IsTraced)
+{
+    const TraceCapture trace;
+    TraceCommandLine();
+    const std::vector<std::string> lines = Lines(trace.Text());
+    ASSERT_EQ(lines.size(), 4u) << trace.Text();
+    EXPECT_TRUE(lines[1].starts_with("The command line is: ")) << lines[1];
+    EXPECT_NE(lines[1].find("PlinthTests"), std::string::npos) << lines[1];
+    EXPECT_EQ(lines[3], "This is *NOT* a retail build.");
+}
+
+TEST(FpuPrecision, IsWhatWasSet)
+{
+    const unsigned before = _control87(0, 0);
+    SetFpuDoublePrecision();
+    if (!IsFpuDoublePrecision()) {
+        GTEST_SKIP() << "this processor has no control word";
+    }
+    volatile long double third = 1.0L;
+    _control87(0, _EM_INVALID | _EM_DENORMAL | _MCW_RC); // all of which has to be set again
+    _control87(0x300, _MCW_RC);
+    SetFpuSinglePrecision();
+    third = third / 3.0L;
+    EXPECT_EQ(third, 1.0F / 3.0F); // 24 bits of it
+    EXPECT_TRUE(IsFpuSinglePrecision());
+    EXPECT_FALSE(IsFpuDoublePrecision());
+    EXPECT_EQ(_control87(0, 0) & (_MCW_EM | _MCW_RC), _MCW_EM | 0u);
+    SetFpuDoublePrecision();
+    third = 1.0L;
+    third = third / 3.0L;
+    EXPECT_EQ(third, 1.0 / 3.0);
+    EXPECT_FALSE(IsFpuSinglePrecision());
+    EXPECT_TRUE(IsFpuDoublePrecision());
+    _control87(before, _MCW_EM | _MCW_RC | _MCW_PC);
+}
+
+TEST(ProcessSwitch, IsKept)
+{
+    EXPECT_EQ(GetProcessSwitch(), 0);
+    for (const std::uint8_t value : {std::uint8_t{255}, std::uint8_t{1}, std::uint8_t{0}}) {
+        SetProcessSwitch(value);
+        EXPECT_EQ(GetProcessSwitch(), value);
+        EXPECT_EQ(IsProcessSwitchSet(), value != 0);
+    }
+}
+
+} // namespace
+} // namespace Plinth
