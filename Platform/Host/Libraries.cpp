@@ -1,12 +1,13 @@
-// The one library that can be loaded by name. Whoever asks for it has all of it linked in.
+// Modules by name, and the layer's own libraries: whoever asks for one has all of them linked in.
 #include "Platform/Host/Api/DebugHelp.h"
 #include "Platform/Host/Api/Modules.h"
 #include "Platform/Host/Control.h"
 #include "Platform/Host/Gate.h"
+#include "Platform/Host/ModulePaths.h"
 #include "Platform/Host/Names.h"
 
 #include <algorithm>
-#include <iterator>
+#include <span>
 
 namespace Platform::Host {
 
@@ -23,7 +24,7 @@ FARPROC Erase(Function* function)
     return reinterpret_cast<FARPROC>(reinterpret_cast<void (*)()>(function));
 }
 
-const Export EXPORTS[] = {
+const Export DEBUG_HELP_EXPORTS[] = {
     {"ImagehlpApiVersion", Erase(ImagehlpApiVersion)},
     {"MiniDumpWriteDump", Erase(MiniDumpWriteDump)},
     {"StackWalk", Erase(StackWalk)},
@@ -39,11 +40,57 @@ const Export EXPORTS[] = {
     {"SymSetOptions", Erase(SymSetOptions)},
 };
 
-// Any address of ours will do.
-HMODULE DebugHelp()
+const Export KERNEL_EXPORTS[] = {
+    {"CreateToolhelp32Snapshot", Erase(CreateToolhelp32Snapshot)},
+    {"Module32FirstW", Erase(Module32FirstW)},
+    {"Module32NextW", Erase(Module32NextW)},
+};
+
+// A library's handle is its row's address.
+struct Library {
+    std::u16string_view name; // ".dll" may follow
+    std::span<const Export> exports;
+};
+
+const Library KERNEL{u"Kernel32", KERNEL_EXPORTS};
+const Library DEBUG_HELP{u"DbgHelp", DEBUG_HELP_EXPORTS};
+
+HMODULE HandleOf(const Library& library)
 {
-    static char library;
-    return reinterpret_cast<HMODULE>(&library);
+    return reinterpret_cast<HMODULE>(const_cast<Library*>(&library)); // the platform's own type for it
+}
+
+const Library* FindLibrary(HMODULE handle)
+{
+    for (const Library* const library : {&KERNEL, &DEBUG_HELP}) {
+        if (HandleOf(*library) == handle) {
+            return library;
+        }
+    }
+    return nullptr;
+}
+
+bool IsNameOf(const Library& library, std::u16string_view name)
+{
+    return CompareNames(name, library.name) == 0 ||
+           CompareNames(name, std::u16string(library.name) + u".dll") == 0;
+}
+
+// What is there without being loaded, by its file's name or whole path. Null with the last error set:
+// nothing.
+HMODULE FindByName(std::u16string_view name)
+{
+    HMODULE found = IsNameOf(KERNEL, name) ? HandleOf(KERNEL) : nullptr;
+    ForEachModule([&](const LoadedModule& module) {
+        const std::u16string path = found == nullptr && IsFile(module) ? PathOf(module) : std::u16string();
+        if (!path.empty() && (CompareNames(name, FileNameOf(path)) == 0 || CompareNames(name, path) == 0)) {
+            found = HandleOf(module);
+        }
+    });
+    if (found == nullptr) {
+        lastError = ERROR_MOD_NOT_FOUND;
+    }
+    return found;
 }
 
 ExportHook& ShownExports()
@@ -52,11 +99,11 @@ ExportHook& ShownExports()
     return hook;
 }
 
-FARPROC FindExport(std::string_view name)
+FARPROC FindExport(const Library& library, std::string_view name)
 {
-    const Export* const found = std::find_if(std::begin(EXPORTS), std::end(EXPORTS),
-                                             [name](const Export& row) { return row.name == name; });
-    const FARPROC function = found != std::end(EXPORTS) ? found->function : nullptr;
+    const auto found = std::find_if(library.exports.begin(), library.exports.end(),
+                                    [name](const Export& row) { return row.name == name; });
+    const FARPROC function = found != library.exports.end() ? found->function : nullptr;
     return ShownExports() ? ShownExports()(name, function) : function;
 }
 
@@ -71,6 +118,15 @@ void SetExportHook(ExportHook hook)
 
 using namespace Platform::Host;
 
+HMODULE WINAPI GetModuleHandleW(LPCWSTR fileName)
+{
+    return Guarded("GetModuleHandleW", HMODULE{nullptr}, [&] {
+        const std::optional<LoadedModule> program = DescribeModule(FirstModule());
+        return fileName == nullptr && program.has_value() ? HandleOf(*program)
+                                                          : FindByName(fileName != nullptr ? fileName : u"");
+    });
+}
+
 HMODULE WINAPI LoadLibraryW(LPCWSTR fileName)
 {
     return Guarded("LoadLibraryW", HMODULE{nullptr}, [&]() -> HMODULE {
@@ -78,32 +134,32 @@ HMODULE WINAPI LoadLibraryW(LPCWSTR fileName)
             Fail(ERROR_INVALID_PARAMETER);
             return nullptr;
         }
-        if (CompareNames(fileName, u"DbgHelp") != 0 && CompareNames(fileName, u"DbgHelp.dll") != 0) {
-            Fail(ERROR_MOD_NOT_FOUND);
-            return nullptr;
-        }
-        return DebugHelp();
+        return IsNameOf(DEBUG_HELP, fileName) ? HandleOf(DEBUG_HELP) : FindByName(fileName);
     });
 }
 
+// Nothing is unloaded.
 BOOL WINAPI FreeLibrary(HMODULE module)
 {
     if (GateStops("FreeLibrary")) {
         return FALSE;
     }
-    return module == DebugHelp() ? TRUE : Fail(ERROR_INVALID_HANDLE);
+    const bool isThere = FindLibrary(module) != nullptr || FindModule(module).has_value();
+    return isThere ? TRUE : Fail(module == nullptr ? ERROR_INVALID_HANDLE : ERROR_MOD_NOT_FOUND);
 }
 
 FARPROC WINAPI GetProcAddress(HMODULE module, LPCSTR name)
 {
     return Guarded("GetProcAddress", FARPROC{nullptr}, [&]() -> FARPROC {
-        if (name == nullptr || module != DebugHelp()) {
-            lastError = name == nullptr ? ERROR_INVALID_PARAMETER : ERROR_MOD_NOT_FOUND;
+        if (name == nullptr) {
+            Fail(ERROR_INVALID_PARAMETER);
             return nullptr;
         }
-        const FARPROC function = FindExport(name);
+        const Library* const library = FindLibrary(module);
+        const FARPROC function = library != nullptr ? FindExport(*library, name) : nullptr;
         if (function == nullptr) {
-            lastError = ERROR_PROC_NOT_FOUND;
+            const bool isThere = library != nullptr || module == nullptr || FindModule(module).has_value();
+            lastError = isThere ? ERROR_PROC_NOT_FOUND : ERROR_MOD_NOT_FOUND;
         }
         return function;
     });

@@ -3,6 +3,7 @@
 #include "Platform/Host/Control.h"
 #include "Platform/Host/Drives.h"
 #include "Platform/Host/Gate.h"
+#include "Platform/Host/ModulePaths.h"
 #include "Platform/Host/Utf.h"
 
 #include <algorithm>
@@ -30,13 +31,21 @@ std::u16string ProgramPath()
 }
 
 // Empty: not known, the last error says why.
-std::u16string PathOf(HMODULE module)
+std::u16string PathOf(HMODULE handle)
 {
-    std::u16string path = module == nullptr ? ProgramPath() : std::u16string();
+    const std::optional<LoadedModule> module =
+        handle != nullptr ? FindModule(handle) : DescribeModule(FirstModule());
+    std::u16string path = module.has_value() ? PathOf(*module) : std::u16string();
     if (path.empty()) {
-        lastError = module == nullptr ? ERROR_GEN_FAILURE : ERROR_MOD_NOT_FOUND;
+        lastError = module.has_value() ? ERROR_GEN_FAILURE : ERROR_MOD_NOT_FOUND;
     }
     return path;
+}
+
+bool IsProgram(const LoadedModule& module)
+{
+    const std::optional<LoadedModule> program = DescribeModule(FirstModule());
+    return program.has_value() && program->start == module.start;
 }
 
 // What GetModuleFileNameW gives for a path that is not empty.
@@ -54,6 +63,32 @@ DWORD CopyPath(const std::basic_string<Character>& path, Character* fileName, DW
 }
 
 } // namespace
+
+bool IsFile(const LoadedModule& module)
+{
+    return *module.path == '/';
+}
+
+HMODULE HandleOf(const LoadedModule& module)
+{
+    return reinterpret_cast<HMODULE>(module.start);
+}
+
+std::optional<LoadedModule> FindModule(HMODULE handle)
+{
+    const std::optional<LoadedModule> module = FindModule(reinterpret_cast<std::uintptr_t>(handle));
+    return module.has_value() && HandleOf(*module) == handle && IsFile(*module) ? module : std::nullopt;
+}
+
+std::u16string PathOf(const LoadedModule& module)
+{
+    return IsProgram(module) ? ProgramPath() : ToDrivePath(module.path);
+}
+
+std::u16string_view FileNameOf(std::u16string_view path)
+{
+    return path.substr(path.rfind(u'\\') + 1); // npos + 1 is 0
+}
 
 void SetModulePath(std::optional<std::u16string> path)
 {

@@ -3,11 +3,13 @@
 #include "Platform/Host/Control.h"
 #include "Platform/Host/Gate.h"
 
-#include <ctime>
+#include <cerrno>
 
 namespace Platform::Host {
 
 namespace {
+
+constexpr __time64_t LAST_TIME = 32535244799; // the platform's, in the year 3001
 
 std::optional<SYSTEMTIME>& ShownTime()
 {
@@ -46,4 +48,29 @@ void WINAPI GetLocalTime(LPSYSTEMTIME time)
 {
     GateSees("GetLocalTime");
     *time = ShownTime() ? *ShownTime() : Now();
+}
+
+// The host's structure has fields that the platform's has not: those say that the time is UTC.
+errno_t _gmtime64_s(std::tm* fields, const __time64_t* time)
+{
+    DWORD unused = ERROR_SUCCESS;
+    const bool stops = GateStops("_gmtime64_s", unused);
+    if (fields == nullptr) {
+        return EINVAL;
+    }
+    *fields = {.tm_sec = -1,
+               .tm_min = -1,
+               .tm_hour = -1,
+               .tm_mday = -1,
+               .tm_mon = -1,
+               .tm_year = -1,
+               .tm_wday = -1,
+               .tm_yday = -1,
+               .tm_isdst = -1};
+    if (stops || time == nullptr || *time < 0 || *time > LAST_TIME) {
+        return EINVAL;
+    }
+    const std::time_t seconds = *time;
+    gmtime_r(&seconds, fields);
+    return 0;
 }

@@ -10,10 +10,13 @@ namespace Platform::Host {
 
 namespace {
 
-// What the program sees of its windows and keys.
+// What the program sees of its screen, windows and keys.
 struct ShownInput {
     HWND activeWindow = nullptr;
     HWND lastActivePopup = nullptr;
+    RECT activeWindowRect{};
+    int screenWidth = 0;
+    int screenHeight = 0;
     short keyState = 0;
 };
 
@@ -33,6 +36,12 @@ DebuggerHook& OutputHook()
 {
     static DebuggerHook hook;
     return hook;
+}
+
+// Only the active window is one. Sets the last error.
+bool IsWindow(HWND window)
+{
+    return (window != nullptr && window == Input().activeWindow) || Fail(ERROR_INVALID_WINDOW_HANDLE);
 }
 
 bool PrintBox(const MessageBoxCall& call)
@@ -65,6 +74,17 @@ void SetActiveWindow(HWND window, HWND lastActivePopup)
 {
     Input().activeWindow = window;
     Input().lastActivePopup = lastActivePopup;
+}
+
+void SetScreenSize(int width, int height)
+{
+    Input().screenWidth = width;
+    Input().screenHeight = height;
+}
+
+void SetActiveWindowRect(const RECT& rectangle)
+{
+    Input().activeWindowRect = rectangle;
 }
 
 void SetKeyState(short state)
@@ -108,11 +128,37 @@ HWND WINAPI GetLastActivePopup(HWND window)
     if (GateStops("GetLastActivePopup")) {
         return window;
     }
-    if (window == nullptr || window != Input().activeWindow) {
-        Fail(ERROR_INVALID_WINDOW_HANDLE);
-        return window;
+    return IsWindow(window) ? Input().lastActivePopup : window;
+}
+
+int WINAPI GetSystemMetrics(int index)
+{
+    if (GateStops("GetSystemMetrics")) {
+        return 0;
     }
-    return Input().lastActivePopup;
+    switch (index) {
+    case SM_CXSCREEN:
+        return Input().screenWidth;
+    case SM_CYSCREEN:
+        return Input().screenHeight;
+    default:
+        return 0;
+    }
+}
+
+BOOL WINAPI GetWindowRect(HWND window, LPRECT rectangle)
+{
+    if (GateStops("GetWindowRect") || !IsWindow(window)) {
+        return FALSE;
+    }
+    *rectangle = Input().activeWindowRect;
+    return TRUE;
+}
+
+// A window that is active is visible; nothing else is known of it that could change.
+BOOL WINAPI ShowWindow(HWND window, int /*command*/)
+{
+    return GateStops("ShowWindow") || !IsWindow(window) ? FALSE : TRUE;
 }
 
 short WINAPI GetKeyState(int /*key*/)

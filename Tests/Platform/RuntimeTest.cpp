@@ -1,9 +1,11 @@
-// The runtime's texts in the C locale, threads, the clock, the memory and the system's version.
+// The runtime's texts in the C locale, threads, the clock, the memory, the processor and the system's
+// version.
 #include "Tests/Support/WideText.h"
 
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <cfenv>
 #include <chrono>
 #include <climits>
 #include <cmath>
@@ -197,6 +199,63 @@ TEST(Time, IsTheLocalTimeOfDay)
     EXPECT_TRUE(before <= now && now <= before + 2);
     EXPECT_EQ(time.wDayOfWeek, parts.tm_wday);
     EXPECT_LT(time.wMilliseconds, 1000);
+}
+
+TEST(Time, HasFieldsFrom1970To3000)
+{
+    const std::string none = "-1 -1 -1 -1 -1 -1 -1 -1 -1 ";
+    const std::pair<__time64_t, std::string> rows[] = {
+        {0, "70 0 1 0 0 0 4 0 0 "},
+        {0xFFFFFFFFLL + 3600, "206 1 7 7 28 15 0 37 0 "},
+        {32535244799, "1101 0 1 7 59 59 4 0 0 "},
+        {32535244800, none},
+        {-1, none},
+    };
+    for (const auto& [time, expected] : rows) {
+        std::tm fields{};
+        EXPECT_EQ(_gmtime64_s(&fields, &time), expected == none ? EINVAL : 0) << time;
+        std::string text;
+        for (const int field : {fields.tm_year, fields.tm_mon, fields.tm_mday, fields.tm_hour, fields.tm_min,
+                                fields.tm_sec, fields.tm_wday, fields.tm_yday, fields.tm_isdst}) {
+            text += std::to_string(field) + ' ';
+        }
+        EXPECT_EQ(text, expected);
+    }
+    EXPECT_EQ(_gmtime64_s(nullptr, &rows[0].first), EINVAL);
+}
+
+TEST(Processor, NamesItsMaker)
+{
+    int registers[4]{};
+    __cpuidex(registers, 0, 0);
+    EXPECT_GT(registers[0], 0);
+    for (int i = 1; i < 4; ++i) {
+        EXPECT_NE(registers[i], 0);
+    }
+}
+
+TEST(FloatingPoint, ComputesByTheControlWord)
+{
+    const unsigned before = _control87(0, 0);
+    std::feclearexcept(FE_ALL_EXCEPT);
+    unsigned word = before;
+    const std::pair<unsigned, unsigned> steps[] = {{_PC_24, _MCW_PC}, {_PC_53, _MCW_PC},   {0, _EM_DENORMAL},
+                                                   {0x100, 0x300},    {0, _EM_ZERODIVIDE}, {0x300, 0x300},
+                                                   {0, 0xFFF0FF00},   {_MCW_EM, _MCW_EM},  {_PC_24, _MCW_PC}};
+    for (const auto& [value, mask] : steps) {
+        word = (word & ~mask) | value;
+        EXPECT_EQ(_control87(value, mask), word);
+        EXPECT_EQ(_control87(0, 0), word);
+    }
+    const volatile long double ten = 10;
+    const long double narrow = 1 / ten;
+    _control87(0, _MCW_PC);
+    const long double wide = 1 / ten;
+    _control87(before, 0xFFFFFFFF);
+    EXPECT_EQ(narrow, static_cast<long double>(0.1F));
+    EXPECT_TRUE(wide != 0.1);
+    EXPECT_EQ(_set_SSE2_enable(0), 0);
+    EXPECT_EQ(_set_SSE2_enable(5), 1);
 }
 
 TEST(Memory, FiguresHangTogether)

@@ -66,13 +66,11 @@ TEST(ElfSymbols, OfDamagedFilesAreFewerOrNone)
     }
 }
 
-TEST(HostLibraries, HaveNothingWithoutANameOrALibrary)
+TEST(HostLibraries, HaveNothingWithoutAName)
 {
     auto* const library = LoadLibraryW(u"DbgHelp.dll");
     EXPECT_EQ(GetProcAddress(library, nullptr), nullptr);
     EXPECT_EQ(GetLastError(), ERROR_INVALID_PARAMETER);
-    EXPECT_EQ(GetProcAddress(nullptr, "StackWalk"), nullptr);
-    EXPECT_EQ(GetLastError(), ERROR_MOD_NOT_FOUND);
 }
 
 DWORD WINAPI BlockSignals(LPVOID argument)

@@ -1,0 +1,25 @@
+// The program and the host's shared libraries as the platform's functions name them.
+#pragma once
+
+#include "Platform/Host/Api/Modules.h"
+#include "Platform/Host/LoadedModules.h"
+
+#include <string>
+#include <string_view>
+
+namespace Platform::Host {
+
+// The host has a module of its own in each process that is no file; no handle stands for it. One that was
+// loaded by a relative path is taken for such: where it lies is not known.
+bool IsFile(const LoadedModule& module);
+
+// A module's handle is where it starts.
+HMODULE HandleOf(const LoadedModule& module);
+std::optional<LoadedModule> FindModule(HMODULE handle);
+
+// Empty: it is the program, and the host does not tell. For what is a file.
+std::u16string PathOf(const LoadedModule& module);
+
+std::u16string_view FileNameOf(std::u16string_view path);
+
+} // namespace Platform::Host

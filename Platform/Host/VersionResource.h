@@ -1,0 +1,29 @@
+// The version resource of a program file in the platform's format, for 32 or 64 bits. Reads the few places
+// that lead to it and never the whole file; the file may be damaged, or anything else.
+#pragma once
+
+#include "Platform/Host/Api/Types.h"
+
+#include <functional>
+#include <optional>
+
+namespace Platform::Host {
+
+// Fills `bytes` with those of the file from `place` on; false where not all of them are there.
+using FileReader = std::function<bool(std::uint64_t place, void* bytes, std::size_t size)>;
+
+// Where the resource lies in the file. It is whole, and large enough for its head and the VS_FIXEDFILEINFO.
+struct VersionPlace {
+    std::uint64_t start;
+    DWORD size; // less than 64 KiB: the resource tells its length in 16 bits
+};
+
+// The first one, in the first of its languages; nothing where the file has none or is damaged on the way.
+std::optional<VersionPlace> FindVersionResource(const FileReader& read);
+
+// Of a block that begins as a version resource and is at least that large, where the VS_FIXEDFILEINFO lies;
+// nothing where the block, by the length that it tells, has none. Reads no byte beyond that length.
+constexpr std::size_t SMALLEST_VERSION_BLOCK = sizeof(WORD);
+std::optional<std::size_t> FindFixedVersion(const char* block);
+
+} // namespace Platform::Host
