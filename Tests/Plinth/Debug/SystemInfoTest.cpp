@@ -5,10 +5,9 @@
 #include "Plinth/Debug/ProcessSwitch.h"
 #include "Plinth/Debug/Processor.h"
 #include "Plinth/Debug/Symbols.h"
-#include "Plinth/Streams/Exceptions.h"
 #include "Plinth/Text/CWideString.h"
 #include "Tests/Plinth/Debug/FreshDiagnostics.h"
-#include "Tests/Support/HeapWatch.h"
+#include "Tests/Support/FailingInTurn.h"
 #include "Tests/Support/Target.h"
 #include "Tests/Support/VersionedFile.h"
 
@@ -49,8 +48,15 @@ TEST(FileVersion, IsThatOfTheVersionResource)
     EXPECT_EQ(Numbers(GetFileVersion(CString())), NONE);
     EXPECT_EQ(Numbers(GetModuleFileVersion(reinterpret_cast<HMODULE>(16))), NONE);
 
-    const HeapWatch watch({.ordinal = 1});
-    EXPECT_THROW(static_cast<void>(GetFileVersion(whole.c_str())), CException);
+    bool hasThrown = false;
+    FailingInTurn points("GetFileVersion");
+    while (points.Next()) {
+        FileVersion version{};
+        const bool done = points.Try([&] { version = GetFileVersion(whole.c_str()); });
+        EXPECT_TRUE(Numbers(version) == NONE || Numbers(version) == all);
+        hasThrown = hasThrown || !done;
+    }
+    EXPECT_TRUE(hasThrown);
 }
 
 // A module's first bytes as they lie in memory.
@@ -132,7 +138,7 @@ TEST(SystemInfo, TellsLibraryModulesProcessorAndMemory)
             R"(DbgHelp\.dll \(file version (\d+\.){3}\d+, API version \d+\.\d+, revision \d+\) loaded\.)")))
         << first;
     const TraceCapture faulting;
-    symbolState.functions.ImagehlpApiVersion = [] WINAPI { return LPAPI_VERSION{nullptr}; };
+    symbolState.functions.ImagehlpApiVersion = [] WINAPI { return reinterpret_cast<LPAPI_VERSION>(16); };
     TraceSystemInfo();
     EXPECT_NE(faulting.Text().find("API version 0.0, revision 0) loaded."), std::string::npos);
 }
