@@ -199,6 +199,19 @@ std::optional<VersionPlace> FindVersionResource(const FileReader& read)
     return ImageReader(read).FindVersion(version) ? std::optional(version) : std::nullopt;
 }
 
+bool ReadVersionBlock(const FileReader& read, const VersionPlace& version, char* block, DWORD size)
+{
+    const DWORD count = std::min(size, version.size);
+    WORD length = 0;
+    if (!read(version.start, block, count)) {
+        return false;
+    }
+    std::memcpy(&length, block, sizeof(length));
+    length = static_cast<WORD>(std::min(DWORD{length}, count));
+    std::memcpy(block, &length, sizeof(length));
+    return true;
+}
+
 std::optional<std::size_t> FindFixedVersion(const char* block)
 {
     VersionHead head{};

@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 namespace {
 
 constexpr DWORD UNTOUCHED = 77;
@@ -39,10 +41,13 @@ TEST(Modules, AreThereByName)
         EXPECT_EQ(ErrorOf([&] { return GetModuleHandleW(name); }), DWORD{ERROR_MOD_NOT_FOUND});
     }
     auto* const none = reinterpret_cast<HMODULE>(reinterpret_cast<char*>(program) + 16);
-    for (const auto& [module, freed, asked] : {std::tuple(none, ERROR_MOD_NOT_FOUND, ERROR_MOD_NOT_FOUND),
-                                               {nullptr, ERROR_INVALID_HANDLE, ERROR_PROC_NOT_FOUND}}) {
-        EXPECT_EQ(ErrorOf([&] { return FreeLibrary(module); }), DWORD{freed});
-        EXPECT_EQ(ErrorOf([&] { return GetProcAddress(module, "StackWalk"); }), DWORD{asked});
+    const std::tuple<HMODULE, DWORD, DWORD> rows[] = {
+        {none, ERROR_MOD_NOT_FOUND, ERROR_MOD_NOT_FOUND},
+        {nullptr, ERROR_INVALID_HANDLE, ERROR_PROC_NOT_FOUND},
+    };
+    for (const auto& [module, freed, asked] : rows) {
+        EXPECT_EQ(ErrorOf([&] { return FreeLibrary(module); }), freed);
+        EXPECT_EQ(ErrorOf([&] { return GetProcAddress(module, "StackWalk"); }), asked);
     }
     EXPECT_EQ(ErrorOf([&] { return GetProcAddress(program, "StackWalk"); }), DWORD{ERROR_PROC_NOT_FOUND});
     EXPECT_EQ(PathOf(none), "");
