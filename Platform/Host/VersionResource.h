@@ -18,7 +18,7 @@ struct VersionPlace {
     DWORD size; // less than 64 KiB: the resource tells its length in 16 bits
 };
 
-// The first one, in the first of its languages; nothing where the file has none or is damaged on the way.
+// In the first of its languages; nothing where the file has none or is damaged on the way.
 std::optional<VersionPlace> FindVersionResource(const FileReader& read);
 
 // Reads at most `size` bytes of the resource, which may not be less than SMALLEST_VERSION_BLOCK. Who asks the

@@ -48,7 +48,7 @@ TEST(FileVersions, AreReadFromProgramsThatAreWhole)
     EXPECT_EQ(VersionOf(VersionedFile({.file = {65535, 0, 0, 32768}, .is64Bit = true})), "65535 32768");
     for (const std::size_t place :
          {std::size_t{0}, HEADERS, SIGNATURE, SECTION_COUNT, OPTIONAL_HEADER_SIZE, MAGIC, RESOURCE_DIRECTORY,
-          SECTION + 20, TYPES + 12, TYPES + 16, TYPES + 20, NAMES + 20}) {
+          SECTION + 20, TYPES + 12, TYPES + 16, TYPES + 20, NAMES + 16, NAMES + 20}) {
         EXPECT_EQ(VersionOfDamaged(place, 0), "1812") << place;
         EXPECT_EQ(VersionOfDamaged(place, 0xFFFFFFFF), "1812") << place;
     }
