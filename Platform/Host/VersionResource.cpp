@@ -5,7 +5,7 @@
 
 #include <algorithm>
 #include <cstring>
-#include <string_view>
+#include <iterator>
 #include <vector>
 
 namespace Platform::Host {
@@ -61,10 +61,13 @@ constexpr std::size_t FIXED_PLACE = 40;
 constexpr std::size_t SMALLEST_VERSION = FIXED_PLACE + sizeof(VS_FIXEDFILEINFO);
 static_assert(sizeof(VersionHead) <= FIXED_PLACE && sizeof(VersionHead) + 4 > FIXED_PLACE);
 
+constexpr char16_t KEY[] = u"VS_VERSION_INFO";
+static_assert(sizeof(KEY) == sizeof(VersionHead::key));
+
 bool IsVersion(const VersionHead& head)
 {
     return head.length >= SMALLEST_VERSION && head.fixedLength >= sizeof(VS_FIXEDFILEINFO) &&
-           std::u16string_view(head.key, std::size(head.key)) == std::u16string_view(u"VS_VERSION_INFO", 16);
+           std::equal(std::begin(KEY), std::end(KEY), head.key);
 }
 
 // Places are sums of few 32-bit numbers, in 64 bits. The functions are false where the file does not lead on.
