@@ -5,8 +5,6 @@
 #include "Platform/Host/Gate.h"
 #include "Platform/Host/VersionResource.h"
 
-#include <algorithm>
-#include <cstring>
 #include <string_view>
 #include <sys/stat.h>
 
@@ -46,15 +44,6 @@ BOOL WithVersion(LPCWSTR path, const Body& body)
     return isDone ? TRUE : FALSE;
 }
 
-// Who asks the block for its parts does not say how large it is: it tells so itself.
-void LimitLength(char* block, DWORD size)
-{
-    WORD length = 0;
-    std::memcpy(&length, block, sizeof(length));
-    length = static_cast<WORD>(std::min(DWORD{length}, size));
-    std::memcpy(block, &length, sizeof(length));
-}
-
 } // namespace
 
 } // namespace Platform::Host
@@ -87,12 +76,7 @@ BOOL WINAPI GetFileVersionInfoW(LPCWSTR path, DWORD /*handle*/, DWORD size, LPVO
             return Fail(block == nullptr ? ERROR_INVALID_DATA : ERROR_INSUFFICIENT_BUFFER);
         }
         return WithVersion(path, [&](const FileReader& read, const VersionPlace& version) {
-            const DWORD copied = std::min(size, version.size);
-            if (!read(version.start, block, copied)) {
-                return false;
-            }
-            LimitLength(static_cast<char*>(block), copied);
-            return true;
+            return ReadVersionBlock(read, version, static_cast<char*>(block), size);
         });
     });
 }

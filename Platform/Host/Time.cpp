@@ -58,15 +58,7 @@ errno_t _gmtime64_s(std::tm* fields, const __time64_t* time)
     if (fields == nullptr) {
         return EINVAL;
     }
-    *fields = {.tm_sec = -1,
-               .tm_min = -1,
-               .tm_hour = -1,
-               .tm_mday = -1,
-               .tm_mon = -1,
-               .tm_year = -1,
-               .tm_wday = -1,
-               .tm_yday = -1,
-               .tm_isdst = -1};
+    *fields = {-1, -1, -1, -1, -1, -1, -1, -1, -1};
     if (stops || time == nullptr || *time < 0 || *time > LAST_TIME) {
         return EINVAL;
     }

@@ -15,8 +15,7 @@ struct ShownInput {
     HWND activeWindow = nullptr;
     HWND lastActivePopup = nullptr;
     RECT activeWindowRect{};
-    int screenWidth = 0;
-    int screenHeight = 0;
+    int screenSize[2]{}; // by SM_CXSCREEN and SM_CYSCREEN
     short keyState = 0;
 };
 
@@ -78,8 +77,8 @@ void SetActiveWindow(HWND window, HWND lastActivePopup)
 
 void SetScreenSize(int width, int height)
 {
-    Input().screenWidth = width;
-    Input().screenHeight = height;
+    Input().screenSize[SM_CXSCREEN] = width;
+    Input().screenSize[SM_CYSCREEN] = height;
 }
 
 void SetActiveWindowRect(const RECT& rectangle)
@@ -133,17 +132,8 @@ HWND WINAPI GetLastActivePopup(HWND window)
 
 int WINAPI GetSystemMetrics(int index)
 {
-    if (GateStops("GetSystemMetrics")) {
-        return 0;
-    }
-    switch (index) {
-    case SM_CXSCREEN:
-        return Input().screenWidth;
-    case SM_CYSCREEN:
-        return Input().screenHeight;
-    default:
-        return 0;
-    }
+    const bool isKnown = index == SM_CXSCREEN || index == SM_CYSCREEN;
+    return GateStops("GetSystemMetrics") || !isKnown ? 0 : Input().screenSize[index];
 }
 
 BOOL WINAPI GetWindowRect(HWND window, LPRECT rectangle)

@@ -18,12 +18,16 @@ struct VersionPlace {
     DWORD size; // less than 64 KiB: the resource tells its length in 16 bits
 };
 
-// The first one, in the first of its languages; nothing where the file has none or is damaged on the way.
+// In the first of its languages; nothing where the file has none or is damaged on the way.
 std::optional<VersionPlace> FindVersionResource(const FileReader& read);
 
-// Of a block that begins as a version resource and is at least that large, where the VS_FIXEDFILEINFO lies;
-// nothing where the block, by the length that it tells, has none. Reads no byte beyond that length.
-constexpr std::size_t SMALLEST_VERSION_BLOCK = sizeof(WORD);
+// Reads at most `size` bytes of the resource, which may not be less than SMALLEST_VERSION_BLOCK. Who asks the
+// block for its parts does not say how large it is: the length that it tells becomes no more than was read.
+constexpr DWORD SMALLEST_VERSION_BLOCK = sizeof(WORD);
+bool ReadVersionBlock(const FileReader& read, const VersionPlace& version, char* block, DWORD size);
+
+// Where the VS_FIXEDFILEINFO lies in such a block; nothing where it has none that is whole. Reads no byte
+// beyond the length that the block tells.
 std::optional<std::size_t> FindFixedVersion(const char* block);
 
 } // namespace Platform::Host

@@ -1,85 +1,57 @@
 #include "Tests/Support/VersionedFile.h"
 
+#include <string_view>
+#include <vector>
+
 namespace {
 
 using namespace VersionedFilePlaces;
 
-constexpr std::uint32_t SECTION_ADDRESS = 0x1000; // in memory; in the file it is TYPES
-constexpr std::uint32_t RESOURCE_SIZE = END - RESOURCE;
+constexpr std::u16string_view KEY_TEXT = u"VS_VERSION_INFO";
 
-std::uint32_t ToAddress(std::size_t place)
+std::uint32_t Word(std::size_t upper, std::size_t lower)
 {
-    return static_cast<std::uint32_t>(place - TYPES + SECTION_ADDRESS);
+    return static_cast<std::uint32_t>(upper << 16 | lower);
 }
 
-// What a linker says of a program for either width; the fields that differ in width stay 0.
-void SetHeaders(std::string& file, const VersionedFileOptions& options)
+void SetWords(std::string& file, std::size_t place, const std::vector<std::uint32_t>& words)
 {
-    const std::uint32_t optionalSize = options.is64Bit ? 240 : 224;
-    const std::size_t directories = MAGIC + optionalSize - 128;
-    const std::size_t section = MAGIC + optionalSize;
-    file.replace(0, 2, "MZ");
-    SetNumber(file, HEADERS, SIGNATURE);
-    file.replace(SIGNATURE, 2, "PE");
-    SetNumber(file, SIGNATURE + 4, options.is64Bit ? 0x8664 : 0x14C, 2);
-    SetNumber(file, SECTION_COUNT, 1, 2);
-    SetNumber(file, TIME_STAMP, options.timeStamp);
-    SetNumber(file, OPTIONAL_HEADER_SIZE, optionalSize, 2);
-    SetNumber(file, OPTIONAL_HEADER_SIZE + 2, 0x2102, 2); // a library that may be run
-    SetNumber(file, MAGIC, options.is64Bit ? 0x20B : 0x10B, 2);
-    SetNumber(file, MAGIC + 32, 0x1000); // alignment in memory
-    SetNumber(file, MAGIC + 36, 0x200);  // and in the file
-    SetNumber(file, MAGIC + 56, 0x2000); // the size of all in memory
-    SetNumber(file, MAGIC + 60, TYPES);  // and of the headers
-    SetNumber(file, MAGIC + 68, 2, 2);   // with windows
-    SetNumber(file, directories - 4, 16);
-    SetNumber(file, directories + 16, SECTION_ADDRESS);
-    SetNumber(file, directories + 20, END - TYPES);
-    file.replace(section, 5, ".rsrc");
-    SetNumber(file, section + 8, END - TYPES);
-    SetNumber(file, section + 12, SECTION_ADDRESS);
-    SetNumber(file, section + 16, END - TYPES);
-    SetNumber(file, section + 20, TYPES);
-    SetNumber(file, section + 36, 0x40000040); // data to be read
-}
-
-// A folder of the resource tree with one entry, which leads to the next place.
-void SetFolder(std::string& file, std::size_t place, std::uint32_t number, std::size_t next)
-{
-    const bool leadsToFolder = next != DATA;
-    SetNumber(file, place + 14, 1, 2);
-    SetNumber(file, place + 16, number);
-    SetNumber(file, place + 20, static_cast<std::uint32_t>(next - TYPES) | (leadsToFolder ? 0x80000000 : 0));
-}
-
-void SetVersion(std::string& file, std::size_t place, const VersionNumbers& numbers)
-{
-    SetNumber(file, place, static_cast<std::uint32_t>(numbers[0] << 16 | numbers[1]));
-    SetNumber(file, place + 4, static_cast<std::uint32_t>(numbers[2] << 16 | numbers[3]));
+    for (const std::uint32_t word : words) {
+        SetNumber(file, place, word);
+        place += sizeof(word);
+    }
 }
 
 } // namespace
 
+// One section, which is the resource tree: a type, a name and a language, each in a folder of its own.
 std::string VersionedFile(const VersionedFileOptions& options)
 {
+    const VersionNumbers& a = options.file;
+    const VersionNumbers& b = options.product;
     std::string file(END, '\0');
-    SetHeaders(file, options);
-    SetFolder(file, TYPES, 16, NAMES);
-    SetFolder(file, NAMES, 1, LANGUAGES);
-    SetFolder(file, LANGUAGES, 0x409, DATA);
-    SetNumber(file, DATA, ToAddress(RESOURCE));
-    SetNumber(file, DATA + 4, RESOURCE_SIZE);
-    SetNumber(file, RESOURCE, RESOURCE_SIZE, 2);
-    SetNumber(file, RESOURCE + 2, END - FIXED_INFO, 2);
-    std::size_t place = KEY;
-    for (const char letter : std::string("VS_VERSION_INFO")) {
-        file[place] = letter;
-        place += 2;
+    SetNumber(file, 0, 0x5A4D, 2);
+    SetWords(file, HEADERS, {SIGNATURE, 0x4550, Word(1, 0x14C), options.timeStamp});
+    SetWords(file, OPTIONAL_HEADER_SIZE, {Word(0x2102, 224), 0x10B}); // a library that may be run
+    SetWords(file, MAGIC + 32, {0x1000, 0x200});                      // alignment in memory, in the file
+    SetWords(file, MAGIC + 56, {0x2000, TYPES, 0, 2}); // size of all, of the headers; with windows
+    SetWords(file, DIRECTORY_COUNT, {16, 0, 0, 0, 0, 0x1000, END - TYPES});
+    SetWords(file, SECTION + 8, {END - TYPES, 0x1000, END - TYPES, TYPES, 0, 0, 0, 0x40000040});
+    SetWords(file, TYPES + 12, {Word(1, 0), 16, 0x80000000 + NAMES - TYPES});
+    SetWords(file, NAMES + 12, {Word(1, 0), 1, 0x80000000 + LANGUAGES - TYPES});
+    SetWords(file, LANGUAGES + 12, {Word(1, 0), 0x409, DATA - TYPES, RESOURCE + 0xE00, END - RESOURCE});
+    SetNumber(file, RESOURCE, Word(END - FIXED_INFO, END - RESOURCE));
+    for (std::size_t i = 0; i < KEY_TEXT.size(); ++i) {
+        SetNumber(file, KEY + 2 * i, KEY_TEXT[i], 2);
     }
-    SetNumber(file, FIXED_INFO, 0xFEEF04BD);
-    SetNumber(file, FIXED_INFO + 4, 0x10000); // the form's own version
-    SetVersion(file, FIXED_INFO + 8, options.file);
-    SetVersion(file, FIXED_INFO + 16, options.product);
+    SetWords(file, FIXED_INFO, {0xFEEF04BD, Word(1, 0), Word(a[0], a[1]), Word(a[2], a[3])});
+    SetWords(file, FIXED_INFO + 16, {Word(b[0], b[1]), Word(b[2], b[3])});
+    if (options.is64Bit) { // has 16 bytes more before its directories, for which the headers have room
+        SetNumber(file, SIGNATURE + 4, 0x8664, 2);
+        SetNumber(file, OPTIONAL_HEADER_SIZE, 240, 2);
+        SetNumber(file, MAGIC, 0x20B, 2);
+        file.erase(TYPES - 16, 16).insert(DIRECTORY_COUNT - 16, 16, '\0');
+    }
     return file;
 }
 

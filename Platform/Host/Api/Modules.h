@@ -11,19 +11,23 @@
 DWORD WINAPI GetModuleFileNameW(HMODULE module, LPWSTR fileName, DWORD size);
 DWORD WINAPI GetModuleFileNameA(HMODULE module, LPSTR fileName, DWORD size); // in UTF-8
 
-HMODULE WINAPI GetModuleHandleW(LPCWSTR fileName); // letter case does not count; null: the program
-HMODULE WINAPI LoadLibraryW(LPCWSTR fileName);     // letter case does not count
-BOOL WINAPI FreeLibrary(HMODULE module);
+// By the name of its file or the whole path; letter case does not count. Null: the program. A module that is
+// no file, as the host has one in each process, is not found and not listed.
+HMODULE WINAPI GetModuleHandleW(LPCWSTR fileName);
+
+HMODULE WINAPI LoadLibraryW(LPCWSTR fileName); // also gives what is there already
+BOOL WINAPI FreeLibrary(HMODULE module);       // nothing is unloaded
 
 using FARPROC = int(WINAPI*)();
-// Null: ERROR_PROC_NOT_FOUND, or ERROR_MOD_NOT_FOUND where the module is none.
+// Functions of the layer's own libraries alone. Null: ERROR_PROC_NOT_FOUND, or ERROR_MOD_NOT_FOUND where the
+// module is none.
 FARPROC WINAPI GetProcAddress(HMODULE module, LPCSTR name);
 
 constexpr DWORD TH32CS_SNAPMODULE = 0x00000008;
 constexpr std::size_t MAX_MODULE_NAME32 = 255;
 
 struct MODULEENTRY32W {
-    DWORD dwSize; // set before the first call
+    DWORD dwSize; // set before the first call, else ERROR_INSUFFICIENT_BUFFER
     DWORD th32ModuleID;
     DWORD th32ProcessID;
     DWORD GlblcntUsage;
