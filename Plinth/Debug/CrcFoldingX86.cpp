@@ -15,7 +15,6 @@ namespace Plinth {
 namespace {
 
 constexpr std::uint32_t LEAST_FOLDED = 16;
-constexpr std::uint32_t LEAST_FOLDED_WIDE = 256; // below, bringing the wide registers together takes longer
 
 constexpr std::uint32_t TimesX(std::uint32_t remainder)
 {
@@ -241,13 +240,12 @@ FoldWide(std::uint32_t state, const unsigned char* bytes, std::uint32_t count)
 // The runtime has asked processor and system before the program's first line.
 bool HasNarrowFolding()
 {
-    return __builtin_cpu_supports("sse4.1") != 0 && __builtin_cpu_supports("pclmul") != 0;
+    return __builtin_cpu_supports("pclmul") != 0 && __builtin_cpu_supports("sse4.1") != 0;
 }
 
 bool HasWideFolding()
 {
-    return HasNarrowFolding() && __builtin_cpu_supports("avx2") != 0 &&
-           __builtin_cpu_supports("vpclmulqdq") != 0;
+    return __builtin_cpu_supports("vpclmulqdq") != 0 && __builtin_cpu_supports("avx2") != 0 && HasNarrowFolding();
 }
 
 } // namespace
@@ -255,7 +253,7 @@ bool HasWideFolding()
 template <BitOrder ORDER>
 std::uint32_t AdvanceCrc(std::uint32_t state, const unsigned char* bytes, std::uint32_t count)
 {
-    if (count >= LEAST_FOLDED_WIDE && HasWideFolding()) {
+    if (count >= LEAST_FOLDED && HasWideFolding()) {
         return FoldWide<ORDER>(state, bytes, count);
     }
     if (count >= LEAST_FOLDED && HasNarrowFolding()) {
