@@ -1,5 +1,5 @@
-// Checksums of random bytes: a small block and a page that lie in the cache, and a block that fits into none. The
-// peers' checksums are the same ones, but for the high bits first's: only ISA-L has that.
+// Checksums of random bytes: a small block and a page that lie in the cache, and a block that fits into none.
+// The peers' checksums are the same ones, but for the high bits first's: only ISA-L has that.
 #include "Plinth/Debug/Checksums.h"
 #include "Plinth/Debug/CrcTables.h"
 

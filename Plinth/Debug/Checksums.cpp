@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cstring>
 
 namespace Plinth {
@@ -21,8 +22,8 @@ void GatherSecondBytes(unsigned char* gathered, const unsigned char* units, std:
         Bytes second;
         std::memcpy(&first, units, 16);
         std::memcpy(&second, units + 16, 16);
-        const Bytes bytes = __builtin_shufflevector(first, second, 1, 3, 5, 7, 9, 11, 13, 15, 17, 19, 21, 23, 25,
-                                                    27, 29, 31);
+        const Bytes bytes =
+            __builtin_shufflevector(first, second, 1, 3, 5, 7, 9, 11, 13, 15, 17, 19, 21, 23, 25, 27, 29, 31);
         std::memcpy(gathered, &bytes, 16);
     }
     for (std::uint32_t i = 0; i < count; ++i) {
@@ -72,12 +73,8 @@ std::uint32_t CrcAccumulator::UpdateString(const char* text)
 
 std::uint32_t CrcAccumulator::UpdateU32(std::uint32_t value)
 {
-    std::array<std::uint8_t, 4> bytes;
-    for (std::uint8_t& byte : bytes) {
-        byte = static_cast<std::uint8_t>(value);
-        value >>= 8;
-    }
-    return Update(bytes.data(), 4);
+    static_assert(std::endian::native == std::endian::little);
+    return Update(&value, sizeof(value));
 }
 
 void CrcAccumulator::UpdateByte(std::uint8_t byte)

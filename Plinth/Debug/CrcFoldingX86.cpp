@@ -51,74 +51,10 @@ constexpr std::uint64_t Reflected(std::uint64_t value)
     return reflected;
 }
 
-// What a half is multiplied by to stand that many powers higher.
-template <BitOrder ORDER>
-constexpr std::uint64_t Factor(std::uint32_t powers)
-{
-    return ORDER == BitOrder::LOW_FIRST ? Reflected(RemainderOfPower(powers - 1)) : RemainderOfPower(powers);
-}
+constexpr std::array<unsigned char, 16> REVERSAL = {15, 14, 13, 12, 11, 10, 9, 8, 7, 6, 5, 4, 3, 2, 1, 0};
 
-// Likewise of the two halves of a block.
-template <BitOrder ORDER, std::uint32_t POWERS>
-[[gnu::target("sse4.1,pclmul"), gnu::always_inline]] inline __m128i Factors()
-{
-    constexpr bool IS_LOW_FIRST = ORDER == BitOrder::LOW_FIRST;
-    constexpr std::uint64_t LOW = Factor<ORDER>(IS_LOW_FIRST ? POWERS + 64 : POWERS);
-    constexpr std::uint64_t HIGH = Factor<ORDER>(IS_LOW_FIRST ? POWERS : POWERS + 64);
-    return _mm_set_epi64x(static_cast<long long>(HIGH), static_cast<long long>(LOW));
-}
-
-// Moves a block up, to be added to the block that stands that many powers below.
-template <BitOrder ORDER, std::uint32_t POWERS>
-[[gnu::target("sse4.1,pclmul"), gnu::always_inline]] inline __m128i Folded(__m128i block)
-{
-    const __m128i factors = Factors<ORDER, POWERS>();
-    return _mm_xor_si128(_mm_clmulepi64_si128(block, factors, 0x00), _mm_clmulepi64_si128(block, factors, 0x11));
-}
-
-template <BitOrder ORDER, std::uint32_t POWERS>
-[[gnu::target("avx2,pclmul,vpclmulqdq"), gnu::always_inline]] inline __m256i Folded(__m256i blocks)
-{
-    const __m256i factors = _mm256_broadcastsi128_si256(Factors<ORDER, POWERS>());
-    return _mm256_xor_si256(_mm256_clmulepi64_epi128(blocks, factors, 0x00),
-                            _mm256_clmulepi64_epi128(blocks, factors, 0x11));
-}
-
-[[gnu::target("sse4.1,pclmul"), gnu::always_inline]] inline __m128i LoadBytes(const unsigned char* bytes)
-{
-    return _mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes));
-}
-
-// From the order of memory to that of powers.
-template <BitOrder ORDER>
-[[gnu::target("sse4.1,pclmul"), gnu::always_inline]] inline __m128i Ordered(__m128i bytes)
-{
-    if constexpr (ORDER == BitOrder::LOW_FIRST) {
-        return bytes;
-    } else {
-        return _mm_shuffle_epi8(bytes, _mm_set_epi8(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15));
-    }
-}
-
-template <BitOrder ORDER>
-[[gnu::target("sse4.1,pclmul"), gnu::always_inline]] inline __m128i LoadBlock(const unsigned char* bytes)
-{
-    return Ordered<ORDER>(LoadBytes(bytes));
-}
-
-template <BitOrder ORDER>
-[[gnu::target("avx2,pclmul,vpclmulqdq"), gnu::always_inline]] inline __m256i LoadBlocks(const unsigned char* bytes)
-{
-    const __m256i blocks = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(bytes));
-    if constexpr (ORDER == BitOrder::LOW_FIRST) {
-        return blocks;
-    } else {
-        const __m128i order = _mm_set_epi8(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15);
-        return _mm256_shuffle_epi8(blocks, _mm256_broadcastsi128_si256(order));
-    }
-}
-
-// Read from n on, it moves n bytes to a register's end, and from 16 + n on away from its start.
+// Read from n on, it moves n bytes to a register's end; from 16 + n on, all but n to its start. Zeros come
+// in.
 constexpr auto MOVES = [] {
     std::array<unsigned char, 48> moves{};
     for (std::uint32_t i = 0; i < 48; ++i) {
@@ -127,62 +63,118 @@ constexpr auto MOVES = [] {
     return moves;
 }();
 
-// Takes the first bytes, so many that whole blocks are left, and folds them onto the first of these: zeros
-// before them make no difference.
+[[gnu::target("sse4.1,pclmul"), gnu::always_inline]] inline __m128i Halves(std::uint64_t high,
+                                                                           std::uint64_t low)
+{
+    return _mm_set_epi64x(static_cast<long long>(high), static_cast<long long>(low));
+}
+
+// What the halves of a block are multiplied by to stand that many powers higher. Low bits first, a product
+// comes out one power too high.
+template <BitOrder ORDER, std::uint32_t POWERS>
+[[gnu::target("sse4.1,pclmul"), gnu::always_inline]] inline __m128i Factors()
+{
+    if constexpr (ORDER == BitOrder::LOW_FIRST) {
+        return Halves(Reflected(RemainderOfPower(POWERS - 1)), Reflected(RemainderOfPower(POWERS + 63)));
+    } else {
+        return Halves(RemainderOfPower(POWERS + 64), RemainderOfPower(POWERS));
+    }
+}
+
+// The block that many powers higher, to be added to the one that stands there.
+template <BitOrder ORDER, std::uint32_t POWERS>
+[[gnu::target("sse4.1,pclmul"), gnu::always_inline]] inline __m128i Folded(__m128i block)
+{
+    const __m128i factors = Factors<ORDER, POWERS>();
+    return _mm_clmulepi64_si128(block, factors, 0x00) ^ _mm_clmulepi64_si128(block, factors, 0x11);
+}
+
+template <BitOrder ORDER, std::uint32_t POWERS>
+[[gnu::target("avx2,pclmul,vpclmulqdq"), gnu::always_inline]] inline __m256i Folded(__m256i blocks)
+{
+    const __m256i factors = _mm256_broadcastsi128_si256(Factors<ORDER, POWERS>());
+    return _mm256_clmulepi64_epi128(blocks, factors, 0x00) ^ _mm256_clmulepi64_epi128(blocks, factors, 0x11);
+}
+
+[[gnu::target("sse4.1,pclmul"), gnu::always_inline]] inline __m128i LoadBytes(const unsigned char* bytes)
+{
+    return _mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes));
+}
+
+// Bytes in the order of memory as a block.
+template <BitOrder ORDER>
+[[gnu::target("sse4.1,pclmul"), gnu::always_inline]] inline __m128i Block(__m128i bytes)
+{
+    return ORDER == BitOrder::LOW_FIRST ? bytes : _mm_shuffle_epi8(bytes, LoadBytes(REVERSAL.data()));
+}
+
+template <BitOrder ORDER>
+[[gnu::target("sse4.1,pclmul"), gnu::always_inline]] inline __m128i LoadBlock(const unsigned char* bytes)
+{
+    return Block<ORDER>(LoadBytes(bytes));
+}
+
+template <BitOrder ORDER>
+[[gnu::target("avx2,pclmul,vpclmulqdq"), gnu::always_inline]] inline __m256i
+LoadBlocks(const unsigned char* bytes)
+{
+    const __m256i blocks = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(bytes));
+    const __m256i reversal = _mm256_broadcastsi128_si256(LoadBytes(REVERSAL.data()));
+    return ORDER == BitOrder::LOW_FIRST ? blocks : _mm256_shuffle_epi8(blocks, reversal);
+}
+
+// Takes so many bytes that whole blocks are left: the first block and, folded onto it, what is too much for
+// blocks. Zeros before a text make no difference.
 template <BitOrder ORDER>
 [[gnu::target("sse4.1,pclmul"), gnu::always_inline]] inline __m128i
 TakeFirstBlock(std::uint32_t state, const unsigned char*& bytes, std::uint32_t& count)
 {
     const std::uint32_t head = count % 16;
     const __m128i start = _mm_cvtsi32_si128(static_cast<int>(AsNextBytes<ORDER>(state)));
-    __m128i block = _mm_xor_si128(LoadBytes(bytes), start);
-    if (head == 0) {
-        block = Ordered<ORDER>(block);
-    } else {
-        const __m128i first = _mm_shuffle_epi8(block, LoadBytes(MOVES.data() + head));
-        const __m128i rest = _mm_shuffle_epi8(start, LoadBytes(MOVES.data() + 16 + head));
-        const __m128i next = _mm_xor_si128(LoadBytes(bytes + head), rest);
-        block = _mm_xor_si128(Folded<ORDER, 128>(Ordered<ORDER>(first)), Ordered<ORDER>(next));
+    const __m128i first = LoadBytes(bytes) ^ start;
+    __m128i block = Block<ORDER>(first);
+    if (head != 0) {
+        const __m128i toEnd = LoadBytes(MOVES.data() + head);
+        const __m128i fromHead = LoadBytes(MOVES.data() + 16 + head);
+        block = Folded<ORDER, 128>(Block<ORDER>(_mm_shuffle_epi8(first, toEnd))) ^
+                Block<ORDER>(LoadBytes(bytes + head) ^ _mm_shuffle_epi8(start, fromHead));
     }
     bytes += head + 16;
     count -= head + 16;
     return block;
 }
 
-// The remainder of the block x^32 powers higher. Its high half is folded to 32 powers above the low one; the
-// quotient of the 96 bits is the product of their upper 64 and the inverse, its upper half.
+// The remainder of the block 32 powers higher. The high half is multiplied down to 96 bits and the low half
+// added; the product of their upper 64 and the inverse is, in its upper half, the quotient.
 template <BitOrder ORDER>
 [[gnu::target("sse4.1,pclmul"), gnu::always_inline]] inline std::uint32_t Remainder(__m128i block)
 {
     constexpr std::uint64_t INVERSE = InversePolynomial();
     const __m128i factors = Factors<ORDER, 32>();
     if constexpr (ORDER == BitOrder::LOW_FIRST) {
-        constexpr std::uint64_t WHOLE_INVERSE = Reflected(INVERSE >> 1 | std::uint64_t{1} << 63); // but for 1
-        const __m128i high = _mm_clmulepi64_si128(block, factors, 0x00);
+        // The inverse's last bit makes no difference to the upper half.
+        const __m128i numbers =
+            Halves(Reflected(CRC_POLYNOMIAL), Reflected(INVERSE >> 1 | std::uint64_t{1} << 63));
         const __m128i low = _mm_slli_si128(_mm_srli_si128(block, 8), 4);
-        const __m128i sum = _mm_xor_si128(high, low);
-        const __m128i numbers = _mm_set_epi64x(static_cast<long long>(Reflected(CRC_POLYNOMIAL)),
-                                               static_cast<long long>(WHOLE_INVERSE));
+        const __m128i sum = _mm_clmulepi64_si128(block, factors, 0x00) ^ low;
         const __m128i quotient = _mm_clmulepi64_si128(_mm_srli_si128(sum, 4), numbers, 0x00);
         const __m128i product = _mm_slli_epi64(_mm_clmulepi64_si128(quotient, numbers, 0x10), 1);
-        return static_cast<std::uint32_t>(_mm_extract_epi32(_mm_xor_si128(sum, product), 3));
+        return static_cast<std::uint32_t>(_mm_extract_epi32(sum ^ product, 3));
     } else {
-        const __m128i high = _mm_clmulepi64_si128(block, factors, 0x11);
+        const __m128i numbers = Halves(CRC_POLYNOMIAL, INVERSE);
         const __m128i low = _mm_slli_si128(_mm_move_epi64(block), 4);
-        const __m128i sum = _mm_xor_si128(high, low);
-        const __m128i numbers = _mm_set_epi64x(CRC_POLYNOMIAL, static_cast<long long>(INVERSE));
+        const __m128i sum = _mm_clmulepi64_si128(block, factors, 0x11) ^ low;
         const __m128i upper = _mm_srli_si128(sum, 4);
-        const __m128i quotient = _mm_xor_si128(
-            _mm_srli_si128(_mm_clmulepi64_si128(upper, numbers, 0x00), 8), upper); // the inverse's x^64
-        const __m128i product = _mm_clmulepi64_si128(quotient, numbers, 0x10);
-        return static_cast<std::uint32_t>(_mm_cvtsi128_si32(_mm_xor_si128(sum, product)));
+        const __m128i quotient = _mm_srli_si128(_mm_clmulepi64_si128(upper, numbers, 0x00), 8) ^ upper;
+        return static_cast<std::uint32_t>(
+            _mm_cvtsi128_si32(sum ^ _mm_clmulepi64_si128(quotient, numbers, 0x10)));
     }
 }
 
-// The block and those that follow it.
+// Of the block and those that follow it.
 template <BitOrder ORDER>
 [[gnu::target("sse4.1,pclmul"), gnu::always_inline]] inline std::uint32_t
-RemainderOfBlocks(__m128i block, const unsigned char* bytes, std::uint32_t count)
+FoldBlocks(__m128i block, const unsigned char* bytes, std::uint32_t count)
 {
     if (count >= 48) {
         __m128i a = block;
@@ -191,26 +183,25 @@ RemainderOfBlocks(__m128i block, const unsigned char* bytes, std::uint32_t count
         __m128i d = LoadBlock<ORDER>(bytes + 32);
         bytes += 48;
         for (count -= 48; count >= 64; bytes += 64, count -= 64) {
-            a = _mm_xor_si128(Folded<ORDER, 512>(a), LoadBlock<ORDER>(bytes));
-            b = _mm_xor_si128(Folded<ORDER, 512>(b), LoadBlock<ORDER>(bytes + 16));
-            c = _mm_xor_si128(Folded<ORDER, 512>(c), LoadBlock<ORDER>(bytes + 32));
-            d = _mm_xor_si128(Folded<ORDER, 512>(d), LoadBlock<ORDER>(bytes + 48));
+            a = Folded<ORDER, 512>(a) ^ LoadBlock<ORDER>(bytes);
+            b = Folded<ORDER, 512>(b) ^ LoadBlock<ORDER>(bytes + 16);
+            c = Folded<ORDER, 512>(c) ^ LoadBlock<ORDER>(bytes + 32);
+            d = Folded<ORDER, 512>(d) ^ LoadBlock<ORDER>(bytes + 48);
         }
-        block = _mm_xor_si128(_mm_xor_si128(Folded<ORDER, 384>(a), Folded<ORDER, 256>(b)),
-                              _mm_xor_si128(Folded<ORDER, 128>(c), d));
+        block = (Folded<ORDER, 384>(a) ^ Folded<ORDER, 256>(b)) ^ (Folded<ORDER, 128>(c) ^ d);
     }
     for (; count != 0; bytes += 16, count -= 16) {
-        block = _mm_xor_si128(Folded<ORDER, 128>(block), LoadBlock<ORDER>(bytes));
+        block = Folded<ORDER, 128>(block) ^ LoadBlock<ORDER>(bytes);
     }
     return Remainder<ORDER>(block);
 }
 
 template <BitOrder ORDER>
-[[gnu::target("sse4.1,pclmul")]] std::uint32_t
-FoldNarrow(std::uint32_t state, const unsigned char* bytes, std::uint32_t count)
+[[gnu::target("sse4.1,pclmul")]] std::uint32_t FoldNarrow(std::uint32_t state, const unsigned char* bytes,
+                                                          std::uint32_t count)
 {
     const __m128i block = TakeFirstBlock<ORDER>(state, bytes, count);
-    return RemainderOfBlocks<ORDER>(block, bytes, count);
+    return FoldBlocks<ORDER>(block, bytes, count);
 }
 
 template <BitOrder ORDER>
@@ -225,16 +216,15 @@ FoldWide(std::uint32_t state, const unsigned char* bytes, std::uint32_t count)
         __m256i d = LoadBlocks<ORDER>(bytes + 80);
         bytes += 112;
         for (count -= 112; count >= 128; bytes += 128, count -= 128) {
-            a = _mm256_xor_si256(Folded<ORDER, 1024>(a), LoadBlocks<ORDER>(bytes));
-            b = _mm256_xor_si256(Folded<ORDER, 1024>(b), LoadBlocks<ORDER>(bytes + 32));
-            c = _mm256_xor_si256(Folded<ORDER, 1024>(c), LoadBlocks<ORDER>(bytes + 64));
-            d = _mm256_xor_si256(Folded<ORDER, 1024>(d), LoadBlocks<ORDER>(bytes + 96));
+            a = Folded<ORDER, 1024>(a) ^ LoadBlocks<ORDER>(bytes);
+            b = Folded<ORDER, 1024>(b) ^ LoadBlocks<ORDER>(bytes + 32);
+            c = Folded<ORDER, 1024>(c) ^ LoadBlocks<ORDER>(bytes + 64);
+            d = Folded<ORDER, 1024>(d) ^ LoadBlocks<ORDER>(bytes + 96);
         }
-        a = _mm256_xor_si256(_mm256_xor_si256(Folded<ORDER, 768>(a), Folded<ORDER, 512>(b)),
-                             _mm256_xor_si256(Folded<ORDER, 256>(c), d));
-        block = _mm_xor_si128(Folded<ORDER, 128>(_mm256_castsi256_si128(a)), _mm256_extracti128_si256(a, 1));
+        a = (Folded<ORDER, 768>(a) ^ Folded<ORDER, 512>(b)) ^ (Folded<ORDER, 256>(c) ^ d);
+        block = Folded<ORDER, 128>(_mm256_castsi256_si128(a)) ^ _mm256_extracti128_si256(a, 1);
     }
-    return RemainderOfBlocks<ORDER>(block, bytes, count);
+    return FoldBlocks<ORDER>(block, bytes, count);
 }
 
 // The runtime has asked processor and system before the program's first line.
@@ -245,7 +235,8 @@ bool HasNarrowFolding()
 
 bool HasWideFolding()
 {
-    return __builtin_cpu_supports("vpclmulqdq") != 0 && __builtin_cpu_supports("avx2") != 0 && HasNarrowFolding();
+    return __builtin_cpu_supports("vpclmulqdq") != 0 && __builtin_cpu_supports("avx2") != 0 &&
+           HasNarrowFolding();
 }
 
 } // namespace

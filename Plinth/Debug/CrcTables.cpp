@@ -2,7 +2,7 @@
 
 #include "Plinth/Text/ZeroTerminatedTextWords.h"
 
-#include <bit>
+#include <cstddef>
 #include <utility>
 
 namespace Plinth {
@@ -14,11 +14,8 @@ constexpr std::uint32_t REFLECTED_POLYNOMIAL = 0xEDB88320;
 template <BitOrder ORDER>
 constexpr std::uint32_t AddZeroBit(std::uint32_t state)
 {
-    if constexpr (ORDER == BitOrder::LOW_FIRST) {
-        return state >> 1 ^ ((state & 1) != 0 ? REFLECTED_POLYNOMIAL : 0);
-    } else {
-        return state << 1 ^ (state >> 31 != 0 ? CRC_POLYNOMIAL : 0);
-    }
+    return ORDER == BitOrder::LOW_FIRST ? state >> 1 ^ ((state & 1) != 0 ? REFLECTED_POLYNOMIAL : 0)
+                                        : state << 1 ^ (state >> 31 != 0 ? CRC_POLYNOMIAL : 0);
 }
 
 // Hands each word to store(slice, byte, word).
@@ -36,25 +33,20 @@ constexpr void MakeSlices(Store store)
     }
 }
 
-using ReadySlices = std::array<std::array<std::uint32_t, 256>, CRC_SLICES>;
-
-constexpr ReadySlices MakeReadySlices()
-{
-    ReadySlices slices{};
-    MakeSlices<BitOrder::LOW_FIRST>([&slices](std::uint32_t slice, std::uint32_t byte, std::uint32_t word) {
-        slices[slice][byte] = word;
-    });
+constexpr auto LOW_FIRST_SLICES = [] {
+    std::array<std::array<std::uint32_t, 256>, CRC_SLICES> slices{};
+    MakeSlices<BitOrder::LOW_FIRST>(
+        [&](std::uint32_t slice, std::uint32_t byte, std::uint32_t word) { slices[slice][byte] = word; });
     return slices;
-}
+}();
 
-constexpr ReadySlices lowFirstSlices = MakeReadySlices();
 constinit LateCrcSlices highFirstSlices;
 
 template <BitOrder ORDER>
 const auto& Slices()
 {
     if constexpr (ORDER == BitOrder::LOW_FIRST) {
-        return lowFirstSlices;
+        return LOW_FIRST_SLICES;
     } else {
         return highFirstSlices.Get();
     }
@@ -84,11 +76,8 @@ std::uint32_t AddBlock(const Slices& slices, std::uint32_t state, const unsigned
 template <BitOrder ORDER, typename Slices>
 std::uint32_t AddByte(const Slices& slices, std::uint32_t state, unsigned char byte)
 {
-    if constexpr (ORDER == BitOrder::LOW_FIRST) {
-        return state >> 8 ^ Word(slices[0][(state ^ byte) & 0xFF]);
-    } else {
-        return state << 8 ^ Word(slices[0][state >> 24 ^ byte]);
-    }
+    const std::uint32_t word = Word(slices[0][(AsNextBytes<ORDER>(state) ^ byte) & 0xFF]);
+    return word ^ (ORDER == BitOrder::LOW_FIRST ? state >> 8 : state << 8);
 }
 
 } // namespace
@@ -117,7 +106,9 @@ std::uint32_t AdvanceByTables(std::uint32_t state, const unsigned char* bytes, s
     return state;
 }
 
-template std::uint32_t AdvanceByTables<BitOrder::LOW_FIRST>(std::uint32_t, const unsigned char*, std::uint32_t);
-template std::uint32_t AdvanceByTables<BitOrder::HIGH_FIRST>(std::uint32_t, const unsigned char*, std::uint32_t);
+template std::uint32_t AdvanceByTables<BitOrder::LOW_FIRST>(std::uint32_t, const unsigned char*,
+                                                            std::uint32_t);
+template std::uint32_t AdvanceByTables<BitOrder::HIGH_FIRST>(std::uint32_t, const unsigned char*,
+                                                             std::uint32_t);
 
 } // namespace Plinth

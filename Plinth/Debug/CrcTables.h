@@ -1,8 +1,8 @@
 // CRC-32 by tables, as every processor can. A state is what the checksum is before it is inverted.
 //
-// Sixteen bytes at once: what the state is after them is the sum of what it would be after each one alone with
-// zeros all around it. Slice n of a table has that for the byte with n zeros behind it; the state before is
-// added to the first four bytes.
+// Sixteen bytes at once: what the state is after them is the sum of what it would be after each one alone
+// with zeros all around it. Slice n of a table has that for the byte with n zeros behind it; the state before
+// is added to the first four bytes.
 #pragma once
 
 #include <array>
