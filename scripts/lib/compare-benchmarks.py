@@ -69,7 +69,26 @@ FILE_SYSTEM = [
     ("index of 20,000 files", "nftw", 1.3),
     ("200,000 file infos", "stat", 1 / 6),
 ]
-FAMILIES = {"text": TEXT, "config": CONFIG, "streams": STREAMS, "filesystem": FILE_SYSTEM}
+CHECKSUMS = [
+    (f"{name}, {size}", peer, limit)
+    for name, peer, limit in [
+        ("crc", "zlib", 1.0),
+        ("crc", "libdeflate", 1.2),
+        ("crc by tables", "zlib", None),
+        ("accumulator", "isal", 1.2),
+        ("accumulator", "plain", 1.0),
+        ("accumulator", "zlib", 1.0),
+        ("crc wide", "zlib", 1.0),
+    ]
+    for size in ("64 B", "4 KiB", "64 MiB")
+]
+FAMILIES = {
+    "text": TEXT,
+    "config": CONFIG,
+    "streams": STREAMS,
+    "filesystem": FILE_SYSTEM,
+    "checksums": CHECKSUMS,
+}
 
 
 def measure(program, benchmark):

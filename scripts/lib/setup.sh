@@ -8,7 +8,8 @@ SHIPPING_PACKAGES=(python3-pefile git)
 ICON_PACKAGES=(librsvg2-bin icoutils python3-pil)
 WINE_PACKAGES=(debootstrap bubblewrap)
 FUZZ_PACKAGES=(clang-14 libclang-rt-14-dev)
-PEER_PACKAGES=(libbenchmark-dev libabsl-dev libxxhash-dev libglib2.0-dev libinih-dev libsimpleini-dev pkg-config python3)
+PEER_PACKAGES=(libbenchmark-dev libabsl-dev libxxhash-dev libglib2.0-dev libinih-dev libsimpleini-dev zlib1g-dev
+    libdeflate-dev libisal-dev pkg-config python3)
 
 WINE_ROOT=$CACHE/wine-root
 # The one that Debian's Python modules belong to, whatever else the path has.

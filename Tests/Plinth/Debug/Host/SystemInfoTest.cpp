@@ -3,6 +3,7 @@
 
 #include "Platform/Host/Control.h"
 #include "Platform/Host/Gate.h"
+#include "Plinth/Debug/Checksums.h"
 #include "Plinth/Debug/ErrorMessageBox.h"
 #include "Plinth/Debug/Processor.h"
 #include "Plinth/Debug/SystemInfoState.h"
@@ -281,6 +282,13 @@ TEST_F(HostSystemInfo, ProgramVersionNamesItsPrivatePartByALetter)
         EXPECT_EQ(buffer, std::string(text).substr(0, 3));
         EXPECT_EQ(watch.Calls().size(), 0u); // it is kept
     }
+}
+
+TEST_F(HostSystemInfo, VersionChecksumIsOfAllFourNumbers)
+{
+    std::ofstream(scratch_.Path() / "program", std::ios::binary) << VersionedFile({.file = {1, 2, 3, 65535}});
+    Platform::Host::SetModulePath(ToPlatform(scratch_.Path() / "program"));
+    EXPECT_EQ(ComputeVersionChecksum(), 0xE5532BB7u); // of 3, 1, 2, 65535, 2
 }
 
 TEST_F(HostSystemInfo, LocalTimeIsTheClocks)
