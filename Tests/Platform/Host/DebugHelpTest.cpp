@@ -192,6 +192,7 @@ DWORD WINAPI HaveMarkOnStack(LPVOID argument)
     }
     state = 1;
     while (state == 1) {
+        Sleep(1); // a function that calls none may keep its variables where no dump looks
     }
     return static_cast<DWORD>(mark[0]);
 }
