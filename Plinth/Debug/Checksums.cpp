@@ -14,24 +14,6 @@ namespace {
 
 constexpr std::uint32_t PIECE = 1024; // of wide text
 
-// Sixteen at once, in vectors where the compiler has them.
-void GatherSecondBytes(unsigned char* gathered, const unsigned char* units, std::uint32_t count)
-{
-    using Bytes [[gnu::vector_size(16)]] = unsigned char;
-    for (; count >= 16; gathered += 16, units += 32, count -= 16) {
-        Bytes first;
-        Bytes second;
-        std::memcpy(&first, units, 16);
-        std::memcpy(&second, units + 16, 16);
-        const Bytes bytes =
-            __builtin_shufflevector(first, second, 1, 3, 5, 7, 9, 11, 13, 15, 17, 19, 21, 23, 25, 27, 29, 31);
-        std::memcpy(gathered, &bytes, 16);
-    }
-    for (std::uint32_t i = 0; i < count; ++i) {
-        gathered[i] = units[i * 2 + 1];
-    }
-}
-
 } // namespace
 
 std::uint32_t Crc32(const void* bytes, std::uint32_t length, std::uint32_t crc)
@@ -51,7 +33,9 @@ std::uint32_t Crc32Wide(const void* text, std::uint32_t count, std::uint32_t crc
     std::array<unsigned char, PIECE> gathered;
     while (count != 0) {
         const std::uint32_t length = std::min(count, PIECE);
-        GatherSecondBytes(gathered.data(), units, length);
+        for (std::uint32_t i = 0; i < length; ++i) {
+            gathered[i] = units[std::size_t{i} * 2 + 1];
+        }
         crc = Crc32(gathered.data(), length, crc);
         units += std::size_t{length} * 2;
         count -= length;

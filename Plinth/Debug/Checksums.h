@@ -1,5 +1,5 @@
-// Two CRC-32 checksums of the polynomial 0x04C11DB7. They are as fast as the processor allows, take no heap
-// memory, and may be used by any thread at any time.
+// Two CRC-32 checksums of the polynomial 0x04C11DB7, as fast as the processor allows. What is fed to them
+// takes no heap memory.
 #pragma once
 
 #include <cstdint>

@@ -16,7 +16,8 @@ struct FileVersion {
     std::uint32_t privatePart;
 };
 
-// All 0 for whatever cannot be read as well. Without memory for the resource, "Out of memory!" is thrown.
+// All 0 for whatever cannot be read as well. Lack of memory is thrown: "Out of memory!" for the resource,
+// std::bad_alloc for a path that is not wide.
 FileVersion GetFileVersion(LPCWSTR path);
 FileVersion GetFileVersion(const CString& path);
 FileVersion GetModuleFileVersion(HMODULE module); // of a loaded module's file; null: of the program's

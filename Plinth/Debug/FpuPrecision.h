@@ -5,7 +5,7 @@
 namespace Plinth {
 
 // Both mask all floating-point exceptions, round to nearest, and have the runtime's mathematical functions do
-// without SSE2, so that they compute in this precision too.
+// without SSE2, so that they compute in this precision too: these in all threads, and for good.
 void SetFpuSinglePrecision(); // 24 bits
 void SetFpuDoublePrecision(); // 53 bits
 

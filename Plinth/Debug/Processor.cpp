@@ -81,11 +81,11 @@ bool IsMadeBy(const CpuInfo& cpu, const char* vendor)
 
 void QueryCpu()
 {
-    CpuInfo& cpu = systemInfoState.cpu;
-    cpu = {};
+    CpuInfo cpu{};
     cpu.queried = true;
     ReadStandardLeaves(cpu);
     ReadExtendedLeaves(cpu);
+    systemInfoState.cpu = cpu; // as a whole: other threads may ask at the same time
 }
 
 bool HasCpuFeature(std::int32_t kind)

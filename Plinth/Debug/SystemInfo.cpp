@@ -72,14 +72,15 @@ struct CloseSnapshot {
 
 std::uint32_t ReadLinkTime(HMODULE module)
 {
-    const char* const base = reinterpret_cast<const char*>(module);
     IMAGE_DOS_HEADER start;
-    std::memcpy(&start, base, sizeof(start));
+    std::memcpy(&start, module, sizeof(start));
     if (start.e_magic != IMAGE_DOS_SIGNATURE) {
         return 0;
     }
     IMAGE_FILE_HEADER header;
-    std::memcpy(&header, base + start.e_lfanew + sizeof(DWORD), sizeof(header));
+    const auto place = static_cast<DWORD_PTR>(start.e_lfanew) + sizeof(DWORD); // may lead anywhere
+    std::memcpy(&header, reinterpret_cast<LPCVOID>(reinterpret_cast<DWORD_PTR>(module) + place),
+                sizeof(header));
     return header.TimeDateStamp;
 }
 
@@ -93,23 +94,34 @@ std::tm LinkTime(std::uint32_t stamp)
     return _gmtime64_s(&fields, &time) == 0 ? fields : std::tm{};
 }
 
-// As the compiler checks it behind "%ls"; on the host the platform's characters are of another type.
-const wchar_t* WideArgument(LPCWSTR text)
-{
-    return reinterpret_cast<const wchar_t*>(text);
-}
+// A module's name to stand behind "%ls". The runtime would end the line at a character that it cannot
+// convert.
+struct ModuleName {
+    WCHAR text[MAX_MODULE_NAME32 + 1];
+
+    explicit ModuleName(const MODULEENTRY32W& module)
+    {
+        std::replace_copy_if(
+            std::begin(module.szModule), std::end(module.szModule), text,
+            [](WCHAR unit) { return unit > 255; }, WCHAR{'?'});
+    }
+
+    // As the compiler checks it; on the host the platform's characters are of another type.
+    [[nodiscard]] const wchar_t* Argument() const { return reinterpret_cast<const wchar_t*>(text); }
+};
 
 void TraceModule(const MODULEENTRY32W& module)
 {
     const FileVersion version = GetFileVersion(module.szExePath);
     const std::uint32_t stamp = GetModuleLinkTime(module.hModule);
     const std::tm time = LinkTime(stamp);
+    const ModuleName name(module);
     char versionText[32];
     FormatText(versionText, sizeof(versionText), "%u.%u.%u.%u,", version.major, version.minor, version.build,
                version.privatePart);
     TraceLevelF(1, "0x%08x (0x%08x)  %-20ls  (%-18s 0x%08x, %04u/%02u/%02u %02u:%02u)\n",
                 static_cast<unsigned>(reinterpret_cast<DWORD_PTR>(module.modBaseAddr)),
-                static_cast<unsigned>(module.modBaseSize), WideArgument(module.szModule), versionText, stamp,
+                static_cast<unsigned>(module.modBaseSize), name.Argument(), versionText, stamp,
                 static_cast<unsigned>(time.tm_year + 1900), static_cast<unsigned>(time.tm_mon + 1),
                 static_cast<unsigned>(time.tm_mday), static_cast<unsigned>(time.tm_hour),
                 static_cast<unsigned>(time.tm_min));
@@ -191,7 +203,9 @@ void TraceCommandLine()
     char* const text = line.GetBuffer(0); // null: an empty line
     std::replace_if(
         text, text + line.GetLength(), [](unsigned char byte) { return byte < 32; }, ' ');
-    TraceLevelF(1, "\n\nThe command line is: %s\n\n", line.CStr());
+    TraceLevel(1, "\n\nThe command line is: "); // in parts: the line may be longer than a formatted text
+    TraceLevel(1, line.CStr());
+    TraceLevel(1, "\n\n");
     TraceLevel(1, "This is *NOT* a retail build.\n");
 }
 

@@ -1,10 +1,10 @@
 // What the machine and the program are, for the trace output; a program writes it when it starts:
 //
-//     TraceProgramBanner("Brenvault", "demo");    // "Brenvault version 1.2.3b (demo)", modules, processor,
-//     memory TraceCommandLine();
+//     TraceProgramBanner("Brenvault", "demo");    // "Brenvault version 1.2.3b (demo)" and the system
+//     TraceCommandLine();
 //
-// What cannot be found out is 0, or the line says so. Only the module list, and with it TraceSystemInfo and
-// the banner, may throw: "Out of memory!", where a file's version finds no memory.
+// What cannot be found out is 0, or the line says so. Whatever reads a file's version throws "Out of memory!"
+// where that finds none: the banner, the system information, the module list, the version text.
 #pragma once
 
 #include "Platform/Win32.h"
@@ -28,7 +28,7 @@ void TraceSystemInfo();
 void TraceModuleList();
 
 // "1.2.3", the program's file version, with "b" behind it for a private part of 2; at most 15 characters and
-// what CopyText leaves of them. Read at its first use, which may throw "Out of memory!".
+// what CopyText leaves of them. Read at its first use.
 void GetProgramVersionText(char* buffer, std::uint32_t size);
 
 // The time stamp of a loaded module's executable header, by custom the seconds since 1970-01-01 UTC at which

@@ -48,11 +48,12 @@ TEST(FileVersion, IsThatOfTheVersionResource)
     EXPECT_EQ(Numbers(GetFileVersion(CString())), NONE);
     EXPECT_EQ(Numbers(GetModuleFileVersion(reinterpret_cast<HMODULE>(16))), NONE);
 
+    const CString utf8(whole);
     bool hasThrown = false;
     FailingInTurn points("GetFileVersion");
     while (points.Next()) {
         FileVersion version{};
-        const bool done = points.Try([&] { version = GetFileVersion(whole.c_str()); });
+        const bool done = points.Try([&] { version = GetFileVersion(utf8); });
         EXPECT_TRUE(Numbers(version) == NONE || Numbers(version) == all);
         hasThrown = hasThrown || !done;
     }

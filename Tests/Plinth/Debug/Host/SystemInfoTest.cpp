@@ -190,8 +190,8 @@ TEST_F(HostSystemInfo, ModuleIsShownWithVersionAndLinkTime)
                  "0x0abcdef0 (0x000ff000)  Game.dll              (1.2.3.4,           0x6553f100, 2023/11/14 "
                  "23:13)"},
              Row{{.file = {65535, 65535, 65535, 65535}, .timeStamp = 0xFFFFFFFF},
-                 u"A name of more than 20 characters",
-                 "0x0abcdef0 (0x000ff000)  A name of more than 20 characters  (65535.65535.65535.65535, "
+                 u"A \u017eame of more than 20 characters",
+                 "0x0abcdef0 (0x000ff000)  A ?ame of more than 20 characters  (65535.65535.65535.65535, "
                  "0xffffffff, 2106/02/07 07:28)"},
          }) {
         const ShownModule module(scratch_, row.name, row.file);
