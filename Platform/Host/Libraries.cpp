@@ -81,14 +81,13 @@ bool IsNameOf(const Library& library, std::u16string_view name)
 HMODULE FindByName(std::u16string_view name)
 {
     HMODULE found = IsNameOf(KERNEL, name) ? HandleOf(KERNEL) : nullptr;
-    ForEachModule([&](const LoadedModule& module) {
-        const std::u16string path = found == nullptr && IsFile(module) ? PathOf(module) : std::u16string();
-        if (!path.empty() && (CompareNames(name, FileNameOf(path)) == 0 || CompareNames(name, path) == 0)) {
-            found = HandleOf(module);
-        }
-    });
     if (found == nullptr) {
-        lastError = ERROR_MOD_NOT_FOUND;
+        const std::vector<ListedModule> modules = ListModules();
+        const auto module = std::find_if(modules.begin(), modules.end(), [name](const ListedModule& listed) {
+            return CompareNames(name, FileNameOf(listed.path)) == 0 || CompareNames(name, listed.path) == 0;
+        });
+        found = module != modules.end() ? module->handle : nullptr;
+        lastError = found != nullptr ? lastError : ERROR_MOD_NOT_FOUND;
     }
     return found;
 }
@@ -151,12 +150,9 @@ BOOL WINAPI FreeLibrary(HMODULE module)
 FARPROC WINAPI GetProcAddress(HMODULE module, LPCSTR name)
 {
     return Guarded("GetProcAddress", FARPROC{nullptr}, [&]() -> FARPROC {
-        if (name == nullptr) {
-            Fail(ERROR_INVALID_PARAMETER);
-            return nullptr;
-        }
+        const bool isNumber = reinterpret_cast<std::uintptr_t>(name) < 0x10000; // the platform's other form
         const Library* const library = FindLibrary(module);
-        const FARPROC function = library != nullptr ? FindExport(*library, name) : nullptr;
+        const FARPROC function = library != nullptr && !isNumber ? FindExport(*library, name) : nullptr;
         if (function == nullptr) {
             const bool isThere = library != nullptr || module == nullptr || FindModule(module).has_value();
             lastError = isThere ? ERROR_PROC_NOT_FOUND : ERROR_MOD_NOT_FOUND;

@@ -1,5 +1,6 @@
 // The program and the shared libraries in memory. Takes no heap and no lock, so that it may be asked while
-// other threads stand still, and by a signal handler.
+// other threads stand still, and by a signal handler. While others run, and may load and unload libraries,
+// the list is not to be walked here: ListModules (ModulePaths.h) is for that.
 #pragma once
 
 #include <cstdint>

@@ -6,6 +6,7 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace Platform::Host {
 
@@ -21,5 +22,14 @@ std::optional<LoadedModule> FindModule(HMODULE handle);
 std::u16string PathOf(const LoadedModule& module);
 
 std::u16string_view FileNameOf(std::u16string_view path);
+
+struct ListedModule {
+    HMODULE handle;
+    std::size_t size;
+    std::u16string path;
+};
+
+// All that are files, the program first, as they are at one moment.
+std::vector<ListedModule> ListModules();
 
 } // namespace Platform::Host

@@ -21,19 +21,18 @@ void CopyCut(std::u16string_view text, WCHAR (&target)[SIZE])
     target[text.copy(target, SIZE - 1)] = 0;
 }
 
-MODULEENTRY32W Describe(const LoadedModule& module)
+MODULEENTRY32W Describe(const ListedModule& module)
 {
     MODULEENTRY32W entry{.dwSize = sizeof(entry),
                          .th32ModuleID = 1,
                          .th32ProcessID = static_cast<DWORD>(getpid()),
                          .GlblcntUsage = NO_COUNT,
                          .ProccntUsage = NO_COUNT,
-                         .modBaseAddr = reinterpret_cast<LPBYTE>(module.start),
-                         .modBaseSize = static_cast<DWORD>(module.end - module.start),
-                         .hModule = HandleOf(module)};
-    const std::u16string path = PathOf(module);
-    CopyCut(FileNameOf(path), entry.szModule);
-    CopyCut(path, entry.szExePath);
+                         .modBaseAddr = reinterpret_cast<LPBYTE>(module.handle),
+                         .modBaseSize = static_cast<DWORD>(module.size),
+                         .hModule = module.handle};
+    CopyCut(FileNameOf(module.path), entry.szModule);
+    CopyCut(module.path, entry.szExePath);
     return entry;
 }
 
@@ -41,11 +40,9 @@ class ModuleSnapshot : public KernelObject {
 public:
     ModuleSnapshot()
     {
-        ForEachModule([this](const LoadedModule& module) {
-            if (IsFile(module)) {
-                entries_.push_back(Describe(module));
-            }
-        });
+        for (const ListedModule& module : ListModules()) {
+            entries_.push_back(Describe(module));
+        }
     }
 
     DWORD Wait(DWORD /*milliseconds*/) override
@@ -91,7 +88,7 @@ HANDLE WINAPI CreateToolhelp32Snapshot(DWORD flags, DWORD processId)
     return Guarded("CreateToolhelp32Snapshot", INVALID_HANDLE_VALUE, [&] {
         const bool isOwn = processId == 0 || processId == static_cast<DWORD>(getpid());
         if (flags != TH32CS_SNAPMODULE || !isOwn) {
-            Fail(isOwn ? ERROR_CALL_NOT_IMPLEMENTED : ERROR_INVALID_PARAMETER);
+            Fail(flags != TH32CS_SNAPMODULE ? ERROR_CALL_NOT_IMPLEMENTED : ERROR_INVALID_PARAMETER);
             return INVALID_HANDLE_VALUE;
         }
         auto* const handle = OpenHandle(std::make_shared<ModuleSnapshot>());

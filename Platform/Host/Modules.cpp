@@ -8,6 +8,8 @@
 
 #include <algorithm>
 #include <climits>
+#include <link.h>
+#include <new>
 #include <unistd.h>
 
 namespace Platform::Host {
@@ -46,6 +48,35 @@ bool IsProgram(const LoadedModule& module)
 {
     const std::optional<LoadedModule> program = DescribeModule(FirstModule());
     return program.has_value() && program->start == module.start;
+}
+
+struct ModuleCopy {
+    LoadedModule module;
+    std::string path;
+};
+
+struct ModuleCopies {
+    std::vector<ModuleCopy> modules;
+    bool isWhole = true; // false: for lack of memory
+};
+
+// With the loader's lock held, and its frames around: nothing is thrown through them.
+int CopyModule(dl_phdr_info* information, std::size_t /*size*/, void* argument)
+{
+    auto& copies = *static_cast<ModuleCopies*>(argument);
+    const auto* const end = information->dlpi_phdr + information->dlpi_phnum;
+    const auto* const loaded = std::find_if(
+        information->dlpi_phdr, end, [](const ElfW(Phdr) & header) { return header.p_type == PT_LOAD; });
+    const std::optional<LoadedModule> module =
+        loaded != end ? FindModule(information->dlpi_addr + loaded->p_vaddr) : std::nullopt;
+    try {
+        if (module.has_value() && IsFile(*module)) {
+            copies.modules.push_back({*module, module->path});
+        }
+    } catch (const std::bad_alloc&) {
+        copies.isWhole = false;
+    }
+    return copies.isWhole ? 0 : 1;
 }
 
 // What GetModuleFileNameW gives for a path that is not empty.
@@ -88,6 +119,21 @@ std::u16string PathOf(const LoadedModule& module)
 std::u16string_view FileNameOf(std::u16string_view path)
 {
     return path.substr(path.rfind(u'\\') + 1); // npos + 1 is 0
+}
+
+std::vector<ListedModule> ListModules()
+{
+    ModuleCopies copies;
+    dl_iterate_phdr(CopyModule, &copies);
+    if (!copies.isWhole) {
+        throw std::bad_alloc();
+    }
+    std::vector<ListedModule> modules;
+    for (ModuleCopy& copy : copies.modules) {
+        copy.module.path = copy.path.c_str(); // the loader's own may be gone by now
+        modules.push_back({HandleOf(copy.module), copy.module.end - copy.module.start, PathOf(copy.module)});
+    }
+    return modules;
 }
 
 void SetModulePath(std::optional<std::u16string> path)

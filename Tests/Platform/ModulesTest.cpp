@@ -26,6 +26,9 @@ TEST(Modules, AreThereByName)
     EXPECT_EQ(ErrorOf(FreeLibrary(nullptr) != FALSE), DWORD{ERROR_INVALID_HANDLE});
     EXPECT_EQ(ErrorOf(FreeLibrary(none) != FALSE), DWORD{ERROR_MOD_NOT_FOUND});
     EXPECT_EQ(ErrorOf(GetProcAddress(program, "none") != nullptr), DWORD{ERROR_PROC_NOT_FOUND});
+    EXPECT_EQ(ErrorOf(GetProcAddress(kernel, nullptr) != nullptr), DWORD{ERROR_PROC_NOT_FOUND});
+    const auto* const number = reinterpret_cast<LPCSTR>(0xFFFF);
+    EXPECT_EQ(ErrorOf(GetProcAddress(kernel, number) != nullptr), DWORD{ERROR_PROC_NOT_FOUND});
     EXPECT_EQ(ErrorOf(GetProcAddress(none, "none") != nullptr), DWORD{ERROR_MOD_NOT_FOUND});
 }
 

@@ -23,8 +23,9 @@ static_assert(sizeof(VS_FIXEDFILEINFO) == 52);
 
 constexpr DWORD VS_FFI_SIGNATURE = 0xFEEF04BD;
 
-// The bytes that GetFileVersionInfoW needs for all of the file's version resource; 0: it has none that can be
-// read (ERROR_RESOURCE_DATA_NOT_FOUND), or the file cannot be opened. `handle` may be null and becomes 0.
+// The bytes that GetFileVersionInfoW needs for all of the file's version resource, in the first of its
+// languages; 0: it has none that can be read (ERROR_RESOURCE_DATA_NOT_FOUND), or the file cannot be opened.
+// `handle` may be null and becomes 0.
 DWORD WINAPI GetFileVersionInfoSizeW(LPCWSTR path, LPDWORD handle);
 
 // At most `size` bytes of the file's version resource, 2 at least.

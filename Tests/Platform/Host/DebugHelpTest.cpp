@@ -66,13 +66,6 @@ TEST(ElfSymbols, OfDamagedFilesAreFewerOrNone)
     }
 }
 
-TEST(HostLibraries, HaveNothingWithoutAName)
-{
-    auto* const library = LoadLibraryW(u"DbgHelp.dll");
-    EXPECT_EQ(GetProcAddress(library, nullptr), nullptr);
-    EXPECT_EQ(GetLastError(), ERROR_INVALID_PARAMETER);
-}
-
 DWORD WINAPI BlockSignals(LPVOID argument)
 {
     auto& state = *static_cast<std::atomic<int>*>(argument);
