@@ -39,8 +39,7 @@ STANDARD_HEADERS = set(
     unordered_map unordered_set utility valarray variant vector version
     """.split()
 )
-# The compiler's own, for what its processor has beside the language; a source of Plinth that needs it is chosen by the
-# build list.
+# The compiler's own, for what its processor has beside the language; for sources that the build list chooses by it.
 PROCESSOR_HEADERS = {"immintrin.h"}
 TEST_HEADERS = {"gtest/gtest.h", "benchmark/benchmark.h"}
 PEER_HEADERS = {
@@ -75,7 +74,7 @@ def include_fault(path, bracket, target):
     if bracket == "<":
         known = (
             target in STANDARD_HEADERS
-            or (path.startswith("Plinth/") and target in PROCESSOR_HEADERS)
+            or (path.endswith("X86.cpp") and target in PROCESSOR_HEADERS)
             or (path.startswith(("Tests/", "Benchmarks/")) and target in TEST_HEADERS)
             or (re.match(r"Benchmarks/\w+/", path) and target in PEER_HEADERS)
         )

@@ -14,6 +14,8 @@ struct FileVersion {
     std::uint32_t minor;
     std::uint32_t build;
     std::uint32_t privatePart;
+
+    friend bool operator==(const FileVersion& a, const FileVersion& b) = default;
 };
 
 // All 0 for whatever cannot be read as well. Lack of memory is thrown: "Out of memory!" for the resource,

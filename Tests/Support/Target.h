@@ -48,5 +48,8 @@ bool IsRegistryForTests();
 // the function has then not run.
 bool RunWithoutRegistryWriting(const std::function<void()>& run);
 
+// Whether the build's programs carry version resources.
+extern const bool PROGRAMS_HAVE_VERSIONS;
+
 // Handles that this process got from the one that started it, standard input, output and error apart.
 int CountInheritedHandles();

@@ -56,6 +56,8 @@ bool IsRegistryForTests()
     return true;
 }
 
+const bool PROGRAMS_HAVE_VERSIONS = false;
+
 int CountInheritedHandles()
 {
     int count = 0;

@@ -59,6 +59,8 @@ bool IsRegistryForTests()
     return GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "wine_get_version") != nullptr;
 }
 
+const bool PROGRAMS_HAVE_VERSIONS = true;
+
 // An inherited handle keeps its mark as inheritable; a process makes few such handles of its own accord.
 int CountInheritedHandles()
 {

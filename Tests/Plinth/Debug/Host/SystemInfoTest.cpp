@@ -5,6 +5,7 @@
 #include "Platform/Host/Gate.h"
 #include "Plinth/Debug/Checksums.h"
 #include "Plinth/Debug/ErrorMessageBox.h"
+#include "Plinth/Debug/FpuPrecision.h"
 #include "Plinth/Debug/Processor.h"
 #include "Plinth/Debug/SystemInfoState.h"
 #include "Tests/Plinth/Debug/FreshDiagnostics.h"
@@ -34,11 +35,15 @@ struct Processor {
     Leaf first, fourth, extendedFirst, extendedEighth;
 };
 
+int asked;
+
 // Each leaf says what it is where nothing else is asked for, so that one read too many is seen.
 void Install(const Processor& processor)
 {
     systemInfoState = {};
-    Platform::Host::SetProcessorHook([processor](int registers[4], int leaf, int /*subLeaf*/) {
+    Platform::Host::SetProcessorHook([processor](int registers[4], int leaf, int subLeaf) {
+        EXPECT_EQ(subLeaf, 0);
+        ++asked;
         std::map<std::uint32_t, Leaf> leaves{{1, processor.first},
                                              {4, processor.fourth},
                                              {0x80000000, {processor.highestExtended, 0, 0, 0}},
@@ -74,9 +79,9 @@ protected:
 
 TEST_F(HostSystemInfo, ProcessorIsCountedByItsMakersRule)
 {
-    const Leaf hyperThreading{0, 0x00FF00FF | 0x300000, 0, 1u << 28};
+    const Leaf hyperThreading{0, 0xABFF00FF, 0, 1u << 28};
     const Leaf cache{0xFC000000, 0, 0, 0};
-    const Leaf sizes{0, 0, 0xFF7F, 0};
+    const Leaf sizes{0, 0, 0xFFFF, 0};
     struct Row {
         const char* vendor;
         std::uint32_t highest, highestExtended;
@@ -86,11 +91,11 @@ TEST_F(HostSystemInfo, ProcessorIsCountedByItsMakersRule)
     };
     for (const Row& row : {
              Row{"GenuineIntel", 4, 0x80000008, hyperThreading, 64, 255, true, true},
-             Row{"GenuineIntel", 3, 0x80000004, {0, 0x300000, 0, 0}, 1, 1, true, true},
+             Row{"GenuineIntel", 3, 0x80000004, {0, 0x300000, 0, ~(1u << 28)}, 1, 1, true, true},
              Row{"AuthenticAMD", 4, 0x80000008, hyperThreading, 128, 255, true, true},
              Row{"AuthenticAMD", 1, 0x80000007, hyperThreading, 1, 255, true, true},
              Row{"AuthenticAMd", 4, 0x80000008, hyperThreading, 1, 255, true, true},
-             Row{"CentaurHauls", 1, 0x80000003, {}, 1, 1, false, true},
+             Row{"CentaurHauls", 1, 0x80000001, {}, 1, 1, false, true},
              Row{"GenuineIntel", 2, 0x80000000, {}, 1, 1, false, false},
              Row{"GenuineIntel", 2, 3, {}, 1, 1, false, false}, // no extended leaves at all
          }) {
@@ -104,13 +109,22 @@ TEST_F(HostSystemInfo, ProcessorIsCountedByItsMakersRule)
         EXPECT_EQ(GetCpuText(2), nullptr);
         EXPECT_EQ(HasCpuFeature(CPU_FEATURE_3DNOW), row.has3DNow);
     }
-    for (const auto& [features, mmx, sse] :
-         {std::tuple{1u << 23, true, false}, std::tuple{1u << 25, false, true}}) {
-        Install({"GenuineIntel", 1, 0, {0, 0, 0, features}, {}, {}, {}});
-        EXPECT_EQ(HasCpuFeature(CPU_FEATURE_MMX), mmx);
-        EXPECT_EQ(HasCpuFeature(CPU_FEATURE_SSE), sse);
-        EXPECT_FALSE(HasCpuFeature(CPU_FEATURE_3DNOW) || HasCpuFeature(3) || HasCpuFeature(-1));
-    }
+}
+
+TEST_F(HostSystemInfo, ProcessorIsAskedOnceAndAnewOnRequest)
+{
+    Install({"GenuineIntel", 1, 0x80000001, {0, 0, 0, ~(1u << 23)}, {}, {0, 0, 0, ~(1u << 31)}, {}});
+    EXPECT_FALSE(HasCpuFeature(CPU_FEATURE_MMX) || HasCpuFeature(CPU_FEATURE_3DNOW));
+    asked = 0;
+    EXPECT_TRUE(HasCpuFeature(CPU_FEATURE_SSE));
+    EXPECT_FALSE(HasCpuFeature(3) || HasCpuFeature(-1));
+    EXPECT_EQ(asked, 0);
+    const SystemInfoState before = systemInfoState;
+    Install({"GenuineIntel", 1, 0, {0, 0, 0, ~(1u << 25)}, {}, {}, {}});
+    systemInfoState = before;
+    QueryCpu();
+    EXPECT_TRUE(HasCpuFeature(CPU_FEATURE_MMX));
+    EXPECT_FALSE(HasCpuFeature(CPU_FEATURE_SSE) || HasCpuFeature(CPU_FEATURE_3DNOW));
 }
 
 // As the system itself has it.
@@ -250,6 +264,7 @@ TEST_F(HostSystemInfo, BannerHasNameVersionAndDetail)
     const WideText path = ToPlatform(scratch_.Path() / "\xC3\xA4 game.exe");
     Platform::Host::SetModulePath(path);
     Platform::Host::SetShownMemoryStatus(MEMORYSTATUS{});
+    Install({"GenuineIntel", 4, 0, {0, 0xFF0000, 0, 1u << 28}, {0xFC000000, 0, 0, 0}, {}, {}});
     for (const auto& [name, detail, line] :
          {std::tuple{"Game", "a detail", "Game version 1.2.3b (a detail)"},
           std::tuple{"", "", " version 1.2.3b"},
@@ -258,6 +273,10 @@ TEST_F(HostSystemInfo, BannerHasNameVersionAndDetail)
         const TraceCapture trace;
         TraceProgramBanner(name, detail);
         EXPECT_TRUE(trace.Text().starts_with("\n" + std::string(line) + "\n\nDbgHelp.dll not loaded.\n\n0x"))
+            << trace.Text();
+        EXPECT_NE(
+            trace.Text().find("\n\n\"<NULL>\" detected.\n64 core(s) detected, 255 support(s) HT.\n\nMemory"),
+            std::string::npos)
             << trace.Text();
         EXPECT_TRUE(trace.Text().ends_with("total page file 0 MB.\n\n")) << trace.Text();
     }
@@ -289,6 +308,13 @@ TEST_F(HostSystemInfo, VersionChecksumIsOfAllFourNumbers)
     std::ofstream(scratch_.Path() / "program", std::ios::binary) << VersionedFile({.file = {1, 2, 3, 65535}});
     Platform::Host::SetModulePath(ToPlatform(scratch_.Path() / "program"));
     EXPECT_EQ(ComputeVersionChecksum(), 0xE5532BB7u); // of 3, 1, 2, 65535, 2
+}
+
+TEST_F(HostSystemInfo, PrecisionIsSetByTheRuntime)
+{
+    const GateWatch watch;
+    SetFpuDoublePrecision();
+    EXPECT_EQ(watch.Calls(), (std::vector<std::string>{"_control87", "_control87", "_set_SSE2_enable"}));
 }
 
 TEST_F(HostSystemInfo, LocalTimeIsTheClocks)

