@@ -43,6 +43,8 @@ TEST(Modules, AreListedFromTheProgramOn)
     do {
         EXPECT_EQ(entry.modBaseAddr, reinterpret_cast<LPBYTE>(entry.hModule));
         EXPECT_EQ(GetModuleHandleW(entry.szModule), entry.hModule) << ToUtf8(entry.szModule);
+        EXPECT_EQ(GetModuleHandleW(entry.szExePath), entry.hModule) << ToUtf8(entry.szExePath);
+        EXPECT_TRUE(entry.th32ProcessID == GetCurrentProcessId() && entry.modBaseSize < 1u << 27);
         WCHAR path[MAX_PATH]{};
         EXPECT_TRUE(GetModuleFileNameW(entry.hModule, path, MAX_PATH) && wcscmp(path, entry.szExePath) == 0);
     } while (Module32NextW(list, &entry));

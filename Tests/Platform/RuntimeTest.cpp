@@ -10,7 +10,9 @@
 #include <climits>
 #include <cmath>
 #include <cstdlib>
+#include <cstring>
 #include <ctime>
+#include <limits>
 #include <tuple>
 
 namespace {
@@ -211,11 +213,15 @@ TEST(Time, HasFieldsFrom1970To3001)
         std::tm fields{};
         EXPECT_EQ(_gmtime64_s(&fields, &time), result) << time;
         EXPECT_TRUE(fields.tm_year == year && fields.tm_yday == day && fields.tm_sec == second) << time;
+        EXPECT_TRUE(_gmtime64_s(nullptr, &time) == EINVAL && _gmtime64_s(&fields, nullptr) == EINVAL);
     }
 }
 
 TEST(Processor, NamesItsMakerAndComputesByItsControlWord)
 {
+    if (std::numeric_limits<long double>::digits != 64) {
+        GTEST_SKIP() << "not of the x86 family";
+    }
     int registers[4]{};
     __cpuidex(registers, 0, 0);
     EXPECT_TRUE(registers[0] > 0 && registers[1] != 0 && registers[2] != 0 && registers[3] != 0);
@@ -223,10 +229,16 @@ TEST(Processor, NamesItsMakerAndComputesByItsControlWord)
     const unsigned before = _control87(0, 0);
     unsigned word = before;
     std::feclearexcept(FE_ALL_EXCEPT); // what is not masked any more would stop the program
-    for (const auto& [value, mask] :
-         {std::pair(0x10100u, 0xB0300u), {0u, 0xFFF0FF00u}, {0x20000u, 0x30000u}}) {
+    for (const auto& [value, mask, own] : {std::tuple(0x10100u, 0xB0300u, 0x63Du), // rounded down
+                                           {0u, 0xFFF0FF00u, 0x23Du},
+                                           {0x20000u, 0x30000u, 0x3Du}}) {
         word = (word & ~mask) | value;
         EXPECT_TRUE(_control87(value, mask) == word && _control87(0, 0) == word) << word;
+        std::fenv_t state;
+        std::uint16_t control = 0; // the processor's, which the state begins with
+        std::fegetenv(&state);
+        std::memcpy(&control, &state, sizeof(control));
+        EXPECT_EQ(control & 0xF3F, own);
     }
     const long double narrow = 1 / ten;
     EXPECT_EQ(_control87(before, 0xFFFFFFFF), before);

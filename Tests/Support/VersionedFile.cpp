@@ -24,7 +24,8 @@ void SetWords(std::string& file, std::size_t place, const std::vector<std::uint3
 
 } // namespace
 
-// One section, which is the resource tree: a type, a name and a language, each in a folder of its own.
+// One section, the resource tree: a type, two names, of which the second leads on (its entry lies over what
+// nobody reads of the next folder), and a language, each in a folder of its own.
 std::string VersionedFile(const VersionedFileOptions& options)
 {
     const VersionNumbers& a = options.file;
@@ -38,7 +39,7 @@ std::string VersionedFile(const VersionedFileOptions& options)
     SetWords(file, DIRECTORY_COUNT, {16, 0, 0, 0, 0, 0x1000, END - TYPES});
     SetWords(file, SECTION + 8, {END - TYPES, 0x1000, END - TYPES, TYPES, 0, 0, 0, 0x40000040});
     SetWords(file, TYPES + 12, {Word(1, 0), 16, 0x80000000 + NAMES - TYPES});
-    SetWords(file, NAMES + 12, {Word(1, 0), 1, 0x80000000 + LANGUAGES - TYPES});
+    SetWords(file, NAMES + 12, {Word(2, 0), 0, 0, 1, 0x80000000 + LANGUAGES - TYPES});
     SetWords(file, LANGUAGES + 12, {Word(1, 0), 0x409, DATA - TYPES, RESOURCE + 0xE00, END - RESOURCE});
     SetNumber(file, RESOURCE, Word(END - FIXED_INFO, END - RESOURCE));
     for (std::size_t i = 0; i < KEY_TEXT.size(); ++i) {

@@ -7,11 +7,13 @@
 #include "Platform/Host/ProcessStart.h"
 #include "Platform/Host/SystemFigures.h"
 #include "Platform/Host/Utf.h"
+#include "Platform/Host/VersionResource.h"
 #include "Platform/Win32.h"
 #include "Tests/Support/HeapWatch.h"
 #include "Tests/Support/ScratchFolder.h"
 #include "Tests/Support/StartedProcess.h"
 #include "Tests/Support/Target.h"
+#include "Tests/Support/VersionedFile.h"
 
 #include <gtest/gtest.h>
 
@@ -165,13 +167,18 @@ TEST(HostPaths, TheCurrentDirectoryHasAtMost258Characters)
     }
 }
 
-TEST(HostPaths, TheModulePathIsUtf8InBytes)
+TEST(HostPaths, AModulePathIsUtf8InBytesAndCutInTheList)
 {
     SetModulePath(u"Z:\\\u00FC");
     char path[10];
     EXPECT_EQ(GetModuleFileNameA(nullptr, path, sizeof(path)), 5u);
     EXPECT_STREQ(path, "Z:\\\xC3\xBC");
+    SetModulePath(u"Z:\\" + std::u16string(300, u'x'));
+    auto* const list = CreateToolhelp32Snapshot(TH32CS_SNAPMODULE, 0);
     SetModulePath(std::nullopt);
+    MODULEENTRY32W entry{.dwSize = sizeof(entry)};
+    EXPECT_TRUE(Module32FirstW(list, &entry) && CloseHandle(list));
+    EXPECT_TRUE(wcslen(entry.szExePath) == MAX_PATH - 1 && wcslen(entry.szModule) == 255);
 }
 
 TEST(Drives, LeadThereAndBack)
@@ -263,6 +270,7 @@ TEST(Windows, AreNoneUnlessATestSaysOtherwise)
     SetScreenSize(800, 600);
     SetActiveWindowRect({1, 2, 3, 4});
     EXPECT_TRUE(GetSystemMetrics(SM_CXSCREEN) == 800 && GetSystemMetrics(SM_CYSCREEN) == 600);
+    EXPECT_EQ(GetSystemMetrics(2), 0);
     EXPECT_TRUE(GetWindowRect(window, &place) && ShowWindow(window, SW_MINIMIZE));
     EXPECT_TRUE(place.left == 1 && place.bottom == 4);
     SetScreenSize(0, 0);
@@ -369,6 +377,29 @@ TEST(HostVersion, IsTheTestsOwnWhereItHasOne)
     EXPECT_EQ(shown(), std::tuple(5u, 1u, 2600u, std::u16string(u"Service Pack 3")));
     SetShownVersion(std::nullopt);
     EXPECT_EQ(shown(), own);
+}
+
+TEST(HostFileVersions, AreFoundInAFileWhosePartsAgree)
+{
+    using namespace VersionedFilePlaces;
+    std::string whole = VersionedFile() + std::string(0x1000, '\0');
+    SetNumber(whole, SECTION + 16, 0x1000);
+    SetNumber(whole, RESOURCE_DIRECTORY + 8, TYPES); // the section's, where the header ends within its tables
+    const std::tuple<std::size_t, std::uint32_t, DWORD> rows[] = {
+        {DATA + 4, 91, 0},  {DIRECTORY_COUNT, 2, 0},  {RESOURCE, 0x34005B, 0},
+        {DATA + 4, 93, 92}, {DIRECTORY_COUNT, 3, 92}, {RESOURCE, 0x34FFFF, 92},
+        {KEY + 30, 1, 0},   {SECTION_COUNT, 96, 92},  {RESOURCE, 0x33005C, 0},
+        {KEY, 0, 0},        {SECTION_COUNT, 97, 0},   {OPTIONAL_HEADER_SIZE, 100, 0}};
+    for (const auto& [place, value, size] : rows) {
+        std::string file = whole;
+        SetNumber(file, place, value);
+        const auto version = FindVersionResource([&](std::uint64_t start, void* bytes, std::size_t count) {
+            return start <= file.size() && file.copy(static_cast<char*>(bytes), count, start) == count;
+        });
+        EXPECT_EQ(version.has_value() ? version->size : 0, size) << place << ' ' << value;
+    }
+    char block = 0;
+    EXPECT_TRUE(!GetFileVersionInfoW(u"none", 0, 1, &block) && lastError == ERROR_INSUFFICIENT_BUFFER);
 }
 
 } // namespace
