@@ -66,6 +66,8 @@ SnapshotFunctions FindSnapshotFunctions()
     return functions;
 }
 
+static_assert(sizeof(LPVOID) != 4 || sizeof(MODULEENTRY32W) == 1064); // the size that a snapshot goes by
+
 struct CloseSnapshot {
     void operator()(HANDLE snapshot) const { CloseHandle(snapshot); }
 };
