@@ -16,6 +16,7 @@
 #include "Platform/Host/Api/Processor.h"
 #include "Platform/Host/Api/Registry.h"
 #include "Platform/Host/Api/RuntimeFormatting.h"
+#include "Platform/Host/Api/RuntimeHandlers.h"
 #include "Platform/Host/Api/RuntimeText.h"
 #include "Platform/Host/Api/TextConversion.h"
 #include "Platform/Host/Api/Threads.h"

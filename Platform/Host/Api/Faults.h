@@ -1,5 +1,5 @@
-// Faults as records, and the processor's state at one. The registers have their 32-bit names and the host's
-// width; a processor without such a register leaves it 0.
+// Faults as records, the processor's state at one, and who is asked about those that nothing guards. The
+// registers have their 32-bit names and the host's width; a processor without such a register leaves it 0.
 #pragma once
 
 #include "Platform/Host/Api/Types.h"
@@ -49,3 +49,32 @@ struct EXCEPTION_POINTERS {
     PCONTEXT ContextRecord;
 };
 using PEXCEPTION_POINTERS = EXCEPTION_POINTERS*;
+using LPEXCEPTION_POINTERS = EXCEPTION_POINTERS*;
+
+constexpr DWORD EXCEPTION_DATATYPE_MISALIGNMENT = 0x80000002;
+constexpr DWORD EXCEPTION_BREAKPOINT = 0x80000003;
+constexpr DWORD EXCEPTION_SINGLE_STEP = 0x80000004;
+constexpr DWORD EXCEPTION_ACCESS_VIOLATION =
+    0xC0000005;                                       // parameters: 0 read, 1 write, 8 execute; the address
+constexpr DWORD EXCEPTION_IN_PAGE_ERROR = 0xC0000006; // the same parameters
+constexpr DWORD EXCEPTION_ILLEGAL_INSTRUCTION = 0xC000001D;
+constexpr DWORD EXCEPTION_ARRAY_BOUNDS_EXCEEDED = 0xC000008C;
+constexpr DWORD EXCEPTION_FLT_DIVIDE_BY_ZERO = 0xC000008E;
+constexpr DWORD EXCEPTION_FLT_INEXACT_RESULT = 0xC000008F;
+constexpr DWORD EXCEPTION_FLT_INVALID_OPERATION = 0xC0000090;
+constexpr DWORD EXCEPTION_FLT_OVERFLOW = 0xC0000091;
+constexpr DWORD EXCEPTION_FLT_UNDERFLOW = 0xC0000093;
+constexpr DWORD EXCEPTION_INT_DIVIDE_BY_ZERO = 0xC0000094;
+constexpr DWORD EXCEPTION_INT_OVERFLOW = 0xC0000095;
+constexpr DWORD EXCEPTION_PRIV_INSTRUCTION = 0xC0000096;
+constexpr DWORD EXCEPTION_STACK_OVERFLOW = 0xC00000FD; // the parameters of an access violation
+
+constexpr LONG EXCEPTION_CONTINUE_SEARCH = 0;
+
+// Asked on the thread with the fault, on a large stack of its own; the record and the context hold until it
+// returns. What it returns does not count: the fault then goes to whoever had the signal before, by default
+// the system, which ends the process.
+using LPTOP_LEVEL_EXCEPTION_FILTER = LONG(WINAPI*)(LPEXCEPTION_POINTERS exception);
+
+// Asks `filter` about every fault from now on that no guard stops; null: nobody. Gives the one of before.
+LPTOP_LEVEL_EXCEPTION_FILTER WINAPI SetUnhandledExceptionFilter(LPTOP_LEVEL_EXCEPTION_FILTER filter);

@@ -1,6 +1,6 @@
 // Loaded modules: the program and the host's shared libraries. A module's handle is its base address, null
-// the program's. Two libraries are the layer's own and no files: "Kernel32.dll", which is there from the
-// start, and "DbgHelp.dll", the one that can be loaded.
+// the program's. Three libraries are the layer's own and no files: "Kernel32.dll" and the runtime,
+// "msvcrt.dll", which are there from the start, and "DbgHelp.dll", the one that can be loaded.
 #pragma once
 
 #include "Platform/Host/Api/Types.h"

@@ -1,0 +1,21 @@
+// Room for a thread whose stack has overflowed: what is left of it is too little to report that.
+#pragma once
+
+#include <concepts>
+
+namespace Platform {
+
+// Calls the function where there is a whole stack and returns when it has done, or has not after a minute. It
+// may run on another thread, which can use the calling one's stack; where there is no memory for one it runs
+// right here. The function lets no
+// fault out.
+void RunOnFreshStack(void (*function)(void*) noexcept, void* argument);
+
+template <std::invocable Callable>
+void RunOnFreshStack(Callable callable)
+{
+    const auto call = [](void* argument) noexcept { (*static_cast<Callable*>(argument))(); };
+    RunOnFreshStack(call, &callable);
+}
+
+} // namespace Platform
