@@ -1,6 +1,7 @@
 #include "Plinth/Debug/CStackWalker.h"
 
 #include "Plinth/Debug/DbgHelp.h"
+#include "Plinth/Debug/Low32.h"
 #include "Plinth/Debug/Symbols.h"
 #include "Plinth/Text/ZeroTerminatedText.h"
 
@@ -8,17 +9,6 @@
 #include <cstring>
 
 namespace Plinth {
-
-namespace {
-
-// What a text has room for; on a host with wider addresses it is their low part.
-template <typename Value>
-unsigned Low32(Value value)
-{
-    return static_cast<unsigned>(value);
-}
-
-} // namespace
 
 void CStackWalker::Start(HANDLE process, HANDLE thread, const CONTEXT& context)
 {

@@ -57,9 +57,9 @@ HANDLE OpenDumpFile()
     return name.IsEmpty() ? nullptr : OpenOutputFile(name, OPEN_ALWAYS, 0);
 }
 
-bool WriteDump(HANDLE file, EXCEPTION_POINTERS* exception)
+bool WriteDump(HANDLE file, EXCEPTION_POINTERS* exception, DWORD thread)
 {
-    MINIDUMP_EXCEPTION_INFORMATION information{GetCurrentThreadId(), exception, FALSE};
+    MINIDUMP_EXCEPTION_INFORMATION information{thread, exception, FALSE};
     bool written = false;
     Platform::RunGuarded([&] {
         written = symbolState.functions.MiniDumpWriteDump(
@@ -69,7 +69,7 @@ bool WriteDump(HANDLE file, EXCEPTION_POINTERS* exception)
     return written;
 }
 
-const char* TryWriteMinidump(EXCEPTION_POINTERS* exception)
+const char* TryWriteMinidump(EXCEPTION_POINTERS* exception, DWORD thread)
 {
     if (symbolState.dbgHelp != Attempt::DONE) {
         return "\n\nCan't write minidump (dbghelp.dll not loaded)!\n\n";
@@ -81,7 +81,7 @@ const char* TryWriteMinidump(EXCEPTION_POINTERS* exception)
     if (file == nullptr) {
         return FAILED;
     }
-    const bool written = WriteDump(file, exception);
+    const bool written = WriteDump(file, exception, thread);
     CloseHandle(file);
     return written ? WRITTEN : FAILED;
 }
@@ -107,9 +107,9 @@ void ClearMinidumpLocation()
     dumpPrefix.Clear();
 }
 
-void WriteMinidump(EXCEPTION_POINTERS* exception)
+void WriteMinidump(EXCEPTION_POINTERS* exception, DWORD thread)
 {
-    Trace(TryWriteMinidump(exception));
+    Trace(TryWriteMinidump(exception, thread));
 }
 
 } // namespace Plinth

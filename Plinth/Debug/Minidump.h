@@ -15,8 +15,8 @@ namespace Plinth {
 void SetMinidumpLocation(const CString& folder, const CString& prefix);
 void ClearMinidumpLocation(); // makes both empty
 
-// Writes one dump, with the exception that the calling thread met unless that is null, and traces in one line
-// what came of it. Needs LoadDbgHelp. A file that could not be written to its end stays.
-void WriteMinidump(EXCEPTION_POINTERS* exception);
+// Writes one dump, with the exception that the thread met unless that is null, and traces in one line what
+// came of it. Needs LoadDbgHelp. A file that could not be written to its end stays.
+void WriteMinidump(EXCEPTION_POINTERS* exception, DWORD thread = GetCurrentThreadId());
 
 } // namespace Plinth

@@ -4,6 +4,8 @@
 #include "Plinth/Debug/BindFunction.h"
 #include "Plinth/Debug/DbgHelp.h"
 #include "Plinth/Debug/FileVersion.h"
+#include "Plinth/Debug/Low32.h"
+#include "Plinth/Debug/ModuleName.h"
 #include "Plinth/Debug/ModulePath.h"
 #include "Plinth/Debug/Processor.h"
 #include "Plinth/Debug/SystemInfoState.h"
@@ -96,34 +98,17 @@ std::tm LinkTime(std::uint32_t stamp)
     return _gmtime64_s(&fields, &time) == 0 ? fields : std::tm{};
 }
 
-// A module's name to stand behind "%ls". The runtime would end the line at a character that it cannot
-// convert.
-struct ModuleName {
-    WCHAR text[MAX_MODULE_NAME32 + 1];
-
-    explicit ModuleName(const MODULEENTRY32W& module)
-    {
-        std::replace_copy_if(
-            std::begin(module.szModule), std::end(module.szModule), text,
-            [](WCHAR unit) { return unit > 255; }, WCHAR{'?'});
-    }
-
-    // As the compiler checks it; on the host the platform's characters are of another type.
-    [[nodiscard]] const wchar_t* Argument() const { return reinterpret_cast<const wchar_t*>(text); }
-};
-
 void TraceModule(const MODULEENTRY32W& module)
 {
     const FileVersion version = GetFileVersion(module.szExePath);
     const std::uint32_t stamp = GetModuleLinkTime(module.hModule);
     const std::tm time = LinkTime(stamp);
-    const ModuleName name(module);
+    const CModuleName name(module.szModule);
     char versionText[32];
     FormatText(versionText, sizeof(versionText), "%u.%u.%u.%u,", version.major, version.minor, version.build,
                version.privatePart);
     TraceLevelF(1, "0x%08x (0x%08x)  %-20ls  (%-18s 0x%08x, %04u/%02u/%02u %02u:%02u)\n",
-                static_cast<unsigned>(reinterpret_cast<DWORD_PTR>(module.modBaseAddr)),
-                static_cast<unsigned>(module.modBaseSize), name.Argument(), versionText, stamp,
+                Low32(module.modBaseAddr), Low32(module.modBaseSize), name.Argument(), versionText, stamp,
                 static_cast<unsigned>(time.tm_year + 1900), static_cast<unsigned>(time.tm_mon + 1),
                 static_cast<unsigned>(time.tm_mday), static_cast<unsigned>(time.tm_hour),
                 static_cast<unsigned>(time.tm_min));
