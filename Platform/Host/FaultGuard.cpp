@@ -89,6 +89,9 @@ void GiveSignalStack()
 
 } // namespace
 
+// A handler of a signal begins with a unit of its own.
+void ForgetFloatingPointFault() {}
+
 bool RunGuarded(void (*function)(void*) noexcept, void* argument)
 {
     [[maybe_unused]] static const bool handled = HandleFaults();
