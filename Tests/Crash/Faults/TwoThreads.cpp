@@ -1,0 +1,32 @@
+// Faults on two threads at once, whose reports mix.
+#include "Tests/Crash/CrashCase.h"
+
+#include <atomic>
+
+namespace {
+
+std::atomic<int> waiting{2};
+
+DWORD WINAPI FaultTogether(LPVOID /*parameter*/)
+{
+    for (--waiting; waiting > 0;) {
+    }
+    WriteToNowhere();
+    return 0;
+}
+
+void FaultTwice()
+{
+    CreateThread(nullptr, 0, FaultTogether, nullptr, 0, nullptr);
+    FaultTogether(nullptr);
+}
+
+} // namespace
+
+const CrashCase TWO_THREADS = {
+    .word = "TwoThreads",
+    .crash = FaultTwice,
+    .log = CrashLog::OTHER,
+    .says = {"ERROR: Exception", "CS:EIP memory dump:", "Static Diagnostics Memory dump:"},
+    .dump = CrashDump::ANY,
+};
