@@ -53,8 +53,8 @@ bool ShowCrash(const std::filesystem::path& folder)
     const ReporterResult result = RunCrasher(folder, "WriteViolation banner");
     Print(result);
     const auto says = [&result](const char* text) { return result.log.find(text) != std::string::npos; };
-    return result.exitCode != 0 && says(" caused an access violation exception in") &&
-           says("Game::LoadLevel") && says("Minidump successfully written.") && result.dumps.size() == 1;
+    return result.exitCode != 0 && says(" caused an access violation exception in") && says("LoadLevel") &&
+           says("Minidump successfully written.") && result.dumps.size() == 1;
 }
 
 } // namespace

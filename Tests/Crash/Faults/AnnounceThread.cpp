@@ -5,7 +5,7 @@
 
 void AnnounceThread()
 {
-    char text[64];
+    char text[64]{};
     Plinth::FormatText(text, sizeof(text), "thread %u, stack 0x%08x\n",
                        static_cast<unsigned>(GetCurrentThreadId()), Plinth::Low32(text));
     Plinth::WriteStaticDiagnostics(text);

@@ -38,6 +38,6 @@ const CrashCase PURE_CALL = {
     .log = CrashLog::OTHER,
     .says = {"\nPure virtual function called! The return address to the function where the problem occurred "
              "is 0x",
-             "ERROR: FATAL ERROR!", "    Error: Pure virtual function call!", "Game::MakeLevel"},
+             "ERROR: FATAL ERROR!", "    Error: Pure virtual function call!", "MakeLevel"},
     .dump = CrashDump::ANY,
 };

@@ -33,7 +33,7 @@ const CrashCase WRITE_VIOLATION = {
     .word = "WriteViolation",
     .crash = Game::Run,
     .bytes = "89 01",
-    .frame = "Game::LoadLevel",
+    .frame = "LoadLevel",
     .says = {"\n  Write to location 0x0000dea0 caused an access violation.\n",
              "    EAX=00c0ffee CS=", "    ECX=0000dea0 DS="},
 };
