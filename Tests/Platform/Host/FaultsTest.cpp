@@ -17,6 +17,7 @@
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -58,11 +59,18 @@ bool CallOthers(DWORD_PTR instruction)
            WriteFile(device, path, 2, &done, nullptr) != FALSE;
 }
 
+void Write()
+{
+    static volatile std::uintptr_t badAddress = 0x20;
+    *reinterpret_cast<volatile char*>(badAddress) = 1;
+}
+
 void FaultUnderGuards()
 {
     volatile char room[300'000];
     room[0] = 1; // its far end
-    RunGuarded([&room] { RunGuarded([&room] { *reinterpret_cast<volatile char*>(0x20) = room[0]; }); });
+    RunGuarded([] { RunGuarded(Write); });
+    static_cast<void>(room[0]);
 }
 
 // With little heap memory, namely none, and much of the stack.
@@ -233,9 +241,13 @@ TEST_F(HostFaults, OfTheStackAreItsOverflow)
     }
 }
 
-LONG WINAPI FaultToo(LPEXCEPTION_POINTERS /*exception*/)
+LONG WINAPI FaultToo(LPEXCEPTION_POINTERS exception)
 {
-    *reinterpret_cast<volatile char*>(0x20) = 1;
+    static bool isAsked = false;
+    if (std::exchange(isAsked, true)) {
+        return Tell(exception);
+    }
+    Write();
     return EXCEPTION_CONTINUE_SEARCH;
 }
 
