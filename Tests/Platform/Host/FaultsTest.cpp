@@ -16,6 +16,7 @@
 #include <sys/mman.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
+#include <thread>
 #include <unistd.h>
 #include <utility>
 #include <vector>
@@ -275,6 +276,23 @@ TEST(HostThreads, GiveTheirSignalStacksBack)
         before = i == 10 ? CountRegions() : before;
     }
     EXPECT_LT(CountRegions(), before + 50);
+}
+
+TEST(HostThreads, KeepTheSignalStackOfTheirFirstGuardEvenIfAStopHadIt)
+{
+    stack_t kept{};
+    std::thread([&kept] {
+        HANDLE own = nullptr;
+        auto* const self = GetCurrentProcess();
+        DuplicateHandle(self, GetCurrentThread(), self, &own, 0, FALSE, DUPLICATE_SAME_ACCESS);
+        const auto stop = [](LPVOID target) -> DWORD { return SuspendThread(target) + ResumeThread(target); };
+        auto* const thread = CreateThread(nullptr, 0, stop, own, 0, nullptr);
+        EXPECT_EQ(WaitForSingleObject(thread, 20000), WAIT_OBJECT_0);
+        sigaltstack(nullptr, &kept);
+        CloseHandle(thread);
+        CloseHandle(own);
+    }).join();
+    EXPECT_GE(kept.ss_size, std::size_t{1} << 20);
 }
 
 int refusals = 0;
