@@ -385,24 +385,30 @@ bool IsReachable(std::string_view name)
     return IsAscii(name) || ToHost(FromHost(name)) == name;
 }
 
-std::u16string ToDrivePath(std::string_view native)
+std::size_t ToDrivePath(std::string_view native, char16_t* units, std::size_t room)
 {
-    char16_t letter = HOST_ROOT_DRIVE;
+    units[0] = HOST_ROOT_DRIVE;
     std::size_t rootLength = 0;
     for (const auto& [drive, root] : Drives()) {
         const bool holds =
             native.starts_with(root) && (native.size() == root.size() || native[root.size()] == '/');
         if (holds && root.size() > rootLength) {
-            letter = drive;
+            units[0] = drive;
             rootLength = root.size();
         }
     }
-    std::u16string path{letter, u':'};
-    path += FromHost(native.substr(rootLength));
-    std::replace(path.begin(), path.end(), u'/', u'\\');
-    if (path.size() == 2) {
-        path += u'\\';
-    }
+    units[1] = u':';
+    native = rootLength < native.size() ? native.substr(rootLength) : "/";
+    const std::size_t length = 2 + FromHost(native, units + 2, room - 2);
+    std::replace(units + 2, units + length, u'/', u'\\');
+    return length;
+}
+
+// A character has no more units than bytes.
+std::u16string ToDrivePath(std::string_view native)
+{
+    std::u16string path(native.size() + DRIVE_ROOT_LENGTH, u'\0');
+    path.resize(ToDrivePath(native, path.data(), path.size()));
     return path;
 }
 

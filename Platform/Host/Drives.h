@@ -60,4 +60,8 @@ bool HasDrive(std::u16string_view path);
 // The platform's path of an absolute host path, on the drive whose root lies nearest.
 std::u16string ToDrivePath(std::string_view native);
 
+// The same without heap memory, for at least a drive's root: gives the units written, as many as there is
+// room for.
+std::size_t ToDrivePath(std::string_view native, char16_t* units, std::size_t room);
+
 } // namespace Platform::Host

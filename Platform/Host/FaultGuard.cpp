@@ -1,6 +1,10 @@
-// Faults come as signals. A handler for them is set up with the first guard of the process and stays; a fault
-// outside every guard goes on to whoever had the signal before.
+// Faults come as signals. A handler for them is set up with the first guard of the process, or the first
+// filter of unhandled faults, and stays; a fault outside every guard is reported to the filter and goes on to
+// whoever had the signal before.
 #include "Platform/FaultGuard.h"
+
+#include "Platform/Host/SignalStack.h"
+#include "Platform/Host/UnhandledFaults.h"
 
 #include <array>
 #include <cfenv>
@@ -18,12 +22,6 @@ struct GuardRecord {
 };
 
 constinit thread_local GuardRecord* innermost = nullptr;
-
-// Where the handler runs: a fault may be the lack of any other stack. In static thread-local storage, which
-// comes and goes with the thread.
-constexpr std::size_t SIGNAL_STACK_SIZE = 65536;
-constinit thread_local char signalStack[SIGNAL_STACK_SIZE]{};
-constinit thread_local bool hasSignalStack = false;
 
 constexpr std::array FAULT_SIGNALS = {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGTRAP};
 
@@ -57,11 +55,13 @@ void PassOn(int signal, siginfo_t* information, void* context)
 void OnFault(int signal, siginfo_t* information, void* context)
 {
     GuardRecord* const guard = innermost;
-    if (guard == nullptr || WasSent(information)) {
-        PassOn(signal, information, context);
-        return;
+    if (!WasSent(information)) {
+        if (guard != nullptr) {
+            siglongjmp(guard->place, 1);
+        }
+        Host::ReportFault(signal, *information, *static_cast<ucontext_t*>(context));
     }
-    siglongjmp(guard->place, 1);
+    PassOn(signal, information, context);
 }
 
 // The jump out of the handler leaves the signal mask as it is, so no signal may be blocked meanwhile.
@@ -76,28 +76,20 @@ bool HandleFaults()
     return true;
 }
 
-// A sanitizer's or anybody else's stack is as good.
-void GiveSignalStack()
-{
-    hasSignalStack = true;
-    stack_t current{};
-    if (sigaltstack(nullptr, &current) == 0 && (current.ss_flags & SS_DISABLE) != 0) {
-        const stack_t own{.ss_sp = signalStack, .ss_flags = 0, .ss_size = sizeof(signalStack)};
-        sigaltstack(&own, nullptr);
-    }
-}
-
 } // namespace
 
 // A handler of a signal begins with a unit of its own.
 void ForgetFloatingPointFault() {}
 
-bool RunGuarded(void (*function)(void*) noexcept, void* argument)
+void Host::PrepareForFaults()
 {
     [[maybe_unused]] static const bool handled = HandleFaults();
-    if (!hasSignalStack) {
-        GiveSignalStack();
-    }
+    GiveSignalStack();
+}
+
+bool RunGuarded(void (*function)(void*) noexcept, void* argument)
+{
+    Host::PrepareForFaults();
     GuardRecord record{innermost, {}, {}};
     fegetmode(&record.floatingPoint);
     const bool faulted = sigsetjmp(record.place, 0) != 0;

@@ -1,5 +1,8 @@
 #include "Platform/Host/Frames.h"
 
+#include "Platform/Host/LoadedModules.h"
+#include "Platform/Host/ProcessMemory.h"
+
 #include <unwind.h>
 
 namespace Platform::Host {
@@ -34,6 +37,16 @@ void CollectFrames(DWORD_PTR from, FrameList& list)
     Collection collection{from, &list, 0};
     list.count = 0;
     _Unwind_Backtrace(Collect, &collection);
+}
+
+DWORD_PTR CallerOfNowhere(const CONTEXT& context)
+{
+    DWORD_PTR caller = 0;
+    if (FindModule(context.Eip).has_value() ||
+        ReadMemory(context.Esp, &caller, sizeof(caller)) != sizeof(caller)) {
+        return 0;
+    }
+    return FindModule(caller).has_value() ? caller : 0;
 }
 
 } // namespace Platform::Host

@@ -2,7 +2,7 @@
 // takes no heap and no lock, so a signal handler may do it.
 #pragma once
 
-#include "Platform/Host/Api/Types.h"
+#include "Platform/Host/Api/Faults.h"
 
 namespace Platform::Host {
 
@@ -22,5 +22,9 @@ struct FrameList {
 // From the innermost frame that stands at this instruction outwards; none where there is no such frame. A
 // stack that is too damaged to be unwound faults.
 void CollectFrames(DWORD_PTR from, FrameList& list);
+
+// Where a call that led nowhere came from: the context's instruction lies in no module, and what its stack
+// begins with does. 0: it is no such call.
+DWORD_PTR CallerOfNowhere(const CONTEXT& context);
 
 } // namespace Platform::Host

@@ -18,7 +18,7 @@ namespace {
 constexpr std::uintptr_t HANDLE_STEP = 4;
 
 struct HandleTable {
-    std::mutex mutex;
+    std::recursive_mutex mutex; // the report of a fault of who has it writes to files
     std::vector<std::shared_ptr<KernelObject>> objects;
 };
 
@@ -40,7 +40,7 @@ public:
 
 private:
     StopsLater later_; // from before the lock is taken until it is given back
-    std::lock_guard<std::mutex> lock_;
+    std::lock_guard<std::recursive_mutex> lock_;
 };
 
 // The handle's place in the table, which must be locked; null for a handle that is none.

@@ -1,6 +1,7 @@
 // Modules by name, and the layer's own libraries: whoever asks for one has all of them linked in.
 #include "Platform/Host/Api/DebugHelp.h"
 #include "Platform/Host/Api/Modules.h"
+#include "Platform/Host/Api/RuntimeHandlers.h"
 #include "Platform/Host/Control.h"
 #include "Platform/Host/Gate.h"
 #include "Platform/Host/ModulePaths.h"
@@ -46,6 +47,10 @@ const Export KERNEL_EXPORTS[] = {
     {"Module32NextW", Erase(Module32NextW)},
 };
 
+const Export RUNTIME_EXPORTS[] = {
+    {"_set_invalid_parameter_handler", Erase(_set_invalid_parameter_handler)},
+};
+
 // A library's handle is its row's address.
 struct Library {
     std::u16string_view name; // ".dll" may follow
@@ -53,6 +58,7 @@ struct Library {
 };
 
 const Library KERNEL{u"Kernel32", KERNEL_EXPORTS};
+const Library RUNTIME{u"msvcrt", RUNTIME_EXPORTS};
 const Library DEBUG_HELP{u"DbgHelp", DEBUG_HELP_EXPORTS};
 
 HMODULE HandleOf(const Library& library)
@@ -62,7 +68,7 @@ HMODULE HandleOf(const Library& library)
 
 const Library* FindLibrary(HMODULE handle)
 {
-    for (const Library* const library : {&KERNEL, &DEBUG_HELP}) {
+    for (const Library* const library : {&KERNEL, &RUNTIME, &DEBUG_HELP}) {
         if (HandleOf(*library) == handle) {
             return library;
         }
@@ -80,16 +86,20 @@ bool IsNameOf(const Library& library, std::u16string_view name)
 // nothing.
 HMODULE FindByName(std::u16string_view name)
 {
-    HMODULE found = IsNameOf(KERNEL, name) ? HandleOf(KERNEL) : nullptr;
-    if (found == nullptr) {
-        const std::vector<ListedModule> modules = ListModules();
-        const auto module = std::find_if(modules.begin(), modules.end(), [name](const ListedModule& listed) {
-            return CompareNames(name, FileNameOf(listed.path)) == 0 || CompareNames(name, listed.path) == 0;
-        });
-        found = module != modules.end() ? module->handle : nullptr;
-        lastError = found != nullptr ? lastError : ERROR_MOD_NOT_FOUND;
+    for (const Library* const library : {&KERNEL, &RUNTIME}) {
+        if (IsNameOf(*library, name)) {
+            return HandleOf(*library);
+        }
     }
-    return found;
+    const std::vector<ListedModule> modules = ListModules();
+    const auto module = std::find_if(modules.begin(), modules.end(), [name](const ListedModule& listed) {
+        return CompareNames(name, FileNameOf(listed.path)) == 0 || CompareNames(name, listed.path) == 0;
+    });
+    if (module == modules.end()) {
+        Fail(ERROR_MOD_NOT_FOUND);
+        return nullptr;
+    }
+    return module->handle;
 }
 
 ExportHook& ShownExports()

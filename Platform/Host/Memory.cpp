@@ -2,6 +2,7 @@
 
 #include "Platform/Host/Control.h"
 #include "Platform/Host/Gate.h"
+#include "Platform/Host/Regions.h"
 #include "Platform/Host/SystemFigures.h"
 
 #include <sys/resource.h>
@@ -9,9 +10,6 @@
 namespace Platform::Host {
 
 namespace {
-
-// The user's half of the address space of a 64-bit process.
-constexpr SIZE_T ADDRESS_SPACE = sizeof(void*) > 4 ? SIZE_T{1} << 47 : SIZE_T{3} << 30;
 
 std::optional<MEMORYSTATUS>& ShownStatus()
 {

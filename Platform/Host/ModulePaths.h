@@ -2,8 +2,10 @@
 #pragma once
 
 #include "Platform/Host/Api/Modules.h"
+#include "Platform/Host/Drives.h"
 #include "Platform/Host/LoadedModules.h"
 
+#include <climits>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -18,8 +20,14 @@ bool IsFile(const LoadedModule& module);
 HMODULE HandleOf(const LoadedModule& module);
 std::optional<LoadedModule> FindModule(HMODULE handle);
 
-// Empty: it is the program, and the host does not tell. For what is a file.
-std::u16string PathOf(const LoadedModule& module);
+// Of a module's path: whoever reports a fault may have no heap.
+struct PathRoom {
+    char16_t units[DRIVE_ROOT_LENGTH + PATH_MAX];
+};
+
+// Lies in the room, or is the one that a test has set. Empty: it is the program, and the host does not tell.
+// For what is a file.
+std::u16string_view PathOf(const LoadedModule& module, PathRoom& room);
 
 std::u16string_view FileNameOf(std::u16string_view path);
 

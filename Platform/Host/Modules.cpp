@@ -1,13 +1,11 @@
 #include "Platform/Host/Api/Modules.h"
 
 #include "Platform/Host/Control.h"
-#include "Platform/Host/Drives.h"
 #include "Platform/Host/Gate.h"
 #include "Platform/Host/ModulePaths.h"
 #include "Platform/Host/Utf.h"
 
 #include <algorithm>
-#include <climits>
 #include <link.h>
 #include <new>
 #include <unistd.h>
@@ -22,22 +20,27 @@ std::optional<std::u16string>& ModulePathOverride()
     return path;
 }
 
-std::u16string ProgramPath()
+std::u16string_view PathIn(PathRoom& room, std::string_view native)
+{
+    return {room.units, ToDrivePath(native, room.units, std::size(room.units))};
+}
+
+std::u16string_view ProgramPath(PathRoom& room)
 {
     if (ModulePathOverride().has_value()) {
         return *ModulePathOverride();
     }
     char program[PATH_MAX];
     const ssize_t length = readlink("/proc/self/exe", program, sizeof(program));
-    return length > 0 ? ToDrivePath({program, static_cast<std::size_t>(length)}) : std::u16string();
+    return length > 0 ? PathIn(room, {program, static_cast<std::size_t>(length)}) : std::u16string_view();
 }
 
 // Empty: not known, the last error says why.
-std::u16string PathOf(HMODULE handle)
+std::u16string_view PathOf(HMODULE handle, PathRoom& room)
 {
     const std::optional<LoadedModule> module =
         handle != nullptr ? FindModule(handle) : DescribeModule(FirstModule());
-    std::u16string path = module.has_value() ? PathOf(*module) : std::u16string();
+    const std::u16string_view path = module.has_value() ? PathOf(*module, room) : std::u16string_view();
     if (path.empty()) {
         lastError = module.has_value() ? ERROR_GEN_FAILURE : ERROR_MOD_NOT_FOUND;
     }
@@ -81,7 +84,7 @@ int CopyModule(dl_phdr_info* information, std::size_t /*size*/, void* argument)
 
 // What GetModuleFileNameW gives for a path that is not empty.
 template <typename Character>
-DWORD CopyPath(const std::basic_string<Character>& path, Character* fileName, DWORD size)
+DWORD CopyPath(std::basic_string_view<Character> path, Character* fileName, DWORD size)
 {
     const bool fits = path.size() < size;
     if (size != 0) {
@@ -111,9 +114,9 @@ std::optional<LoadedModule> FindModule(HMODULE handle)
     return module.has_value() && HandleOf(*module) == handle && IsFile(*module) ? module : std::nullopt;
 }
 
-std::u16string PathOf(const LoadedModule& module)
+std::u16string_view PathOf(const LoadedModule& module, PathRoom& room)
 {
-    return IsProgram(module) ? ProgramPath() : ToDrivePath(module.path);
+    return IsProgram(module) ? ProgramPath(room) : PathIn(room, module.path);
 }
 
 std::u16string_view FileNameOf(std::u16string_view path)
@@ -128,10 +131,12 @@ std::vector<ListedModule> ListModules()
     if (!copies.isWhole) {
         throw std::bad_alloc();
     }
+    PathRoom room;
     std::vector<ListedModule> modules;
     for (ModuleCopy& copy : copies.modules) {
         copy.module.path = copy.path.c_str(); // the loader's own may be gone by now
-        modules.push_back({HandleOf(copy.module), copy.module.end - copy.module.start, PathOf(copy.module)});
+        modules.push_back({HandleOf(copy.module), copy.module.end - copy.module.start,
+                           std::u16string(PathOf(copy.module, room))});
     }
     return modules;
 }
@@ -148,7 +153,8 @@ using namespace Platform::Host;
 DWORD WINAPI GetModuleFileNameW(HMODULE module, LPWSTR fileName, DWORD size)
 {
     return Guarded("GetModuleFileNameW", DWORD{0}, [&]() -> DWORD {
-        const std::u16string path = PathOf(module);
+        PathRoom room;
+        const std::u16string_view path = PathOf(module, room);
         return path.empty() ? 0 : CopyPath(path, fileName, size);
     });
 }
@@ -156,7 +162,8 @@ DWORD WINAPI GetModuleFileNameW(HMODULE module, LPWSTR fileName, DWORD size)
 DWORD WINAPI GetModuleFileNameA(HMODULE module, LPSTR fileName, DWORD size)
 {
     return Guarded("GetModuleFileNameA", DWORD{0}, [&]() -> DWORD {
-        const std::string path = ToHost(PathOf(module));
-        return path.empty() ? 0 : CopyPath(path, fileName, size);
+        PathRoom room;
+        const std::string path = ToHost(PathOf(module, room));
+        return path.empty() ? 0 : CopyPath(std::string_view(path), fileName, size);
     });
 }

@@ -49,6 +49,26 @@ void ReadAll(const ucontext_t& /*host*/, CONTEXT& /*context*/) {}
 
 } // namespace
 
+#if defined(__x86_64__)
+void SetPlace(ucontext_t& host, DWORD_PTR instruction, DWORD_PTR stack)
+{
+    host.uc_mcontext.gregs[REG_RIP] = static_cast<greg_t>(instruction);
+    host.uc_mcontext.gregs[REG_RSP] = static_cast<greg_t>(stack);
+}
+
+Trap ReadTrap(const ucontext_t& host)
+{
+    return {Register(host, REG_TRAPNO), Register(host, REG_ERR)};
+}
+#else
+void SetPlace(ucontext_t& /*host*/, DWORD_PTR /*instruction*/, DWORD_PTR /*stack*/) {}
+
+Trap ReadTrap(const ucontext_t& /*host*/)
+{
+    return {};
+}
+#endif
+
 void ReadRegisters(const ucontext_t& host, CONTEXT& context)
 {
     context = {};

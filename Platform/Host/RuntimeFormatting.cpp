@@ -2,6 +2,7 @@
 #include "Platform/Host/FloatText.h"
 #include "Platform/Host/FormatOutput.h"
 #include "Platform/Host/Gate.h"
+#include "Platform/Host/InvalidArgument.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -303,6 +304,7 @@ Outcome PutConversion(FormatOutput<Unit>& output, const FormatSpec& spec, Unit c
         PutFloat(output, spec, static_cast<char>(conversion), va_arg(arguments.list, double));
         return Outcome::Done;
     case 'n': // writing to memory is switched off
+        ReportInvalidArgument();
         return Outcome::Failed;
     default:
         return Outcome::Unknown;
@@ -320,6 +322,9 @@ bool PutSpecified(FormatOutput<Unit>& output, const Unit*& format, FormatArgumen
     if (outcome == Outcome::Done) {
         ++format;
         return true;
+    }
+    if (outcome == Outcome::Unknown && !unknownIsText) {
+        ReportInvalidArgument();
     }
     return outcome == Outcome::Unknown && unknownIsText;
 }
@@ -352,8 +357,12 @@ int FormatInto(Unit* buffer, std::size_t size, std::size_t count, const Unit* fo
     const bool mayCut = count < size || count == _TRUNCATE;
     FormatOutput<Unit> output(buffer, std::min(count, size - 1));
     const bool good = Format(output, format, arguments, false);
-    if (!good || (output.Cut() && !mayCut)) {
+    const bool isTooLong = good && output.Cut() && !mayCut;
+    if (!good || isTooLong) {
         buffer[0] = 0;
+        if (isTooLong) {
+            ReportInvalidArgument();
+        }
         return -1;
     }
     output.Terminate();
@@ -364,7 +373,11 @@ template <typename Unit>
 int FormatBounded(const char* function, Unit* buffer, std::size_t size, std::size_t count, const Unit* format,
                   std::va_list list)
 {
-    if (GateStops(function) || buffer == nullptr || size == 0 || format == nullptr) {
+    if (GateStops(function)) {
+        return -1;
+    }
+    if (buffer == nullptr || size == 0 || format == nullptr) {
+        ReportInvalidArgument();
         return -1;
     }
     FormatArguments arguments;
@@ -372,6 +385,28 @@ int FormatBounded(const char* function, Unit* buffer, std::size_t size, std::siz
     const int length = FormatInto(buffer, size, count, format, arguments);
     va_end(arguments.list);
     return length;
+}
+
+int WriteDigits(int value, char* buffer, std::size_t size, int radix)
+{
+    if (buffer == nullptr || size == 0) {
+        return EINVAL;
+    }
+    *buffer = 0;
+    if (radix < 2 || radix > 36) {
+        return EINVAL;
+    }
+    char digits[33];
+    const auto bits = static_cast<unsigned>(value);
+    const auto end = radix == 10 ? std::to_chars(digits, std::end(digits), value)
+                                 : std::to_chars(digits, std::end(digits), bits, radix);
+    const auto count = static_cast<std::size_t>(end.ptr - digits);
+    if (count >= size) {
+        return ERANGE;
+    }
+    std::copy(digits, end.ptr, buffer);
+    buffer[count] = 0;
+    return 0;
 }
 
 } // namespace
@@ -409,29 +444,16 @@ int sprintf_s(char* buffer, std::size_t size, const char* format, ...)
 int _itoa_s(int value, char* buffer, std::size_t size, int radix)
 {
     GateSees("_itoa_s");
-    if (buffer == nullptr || size == 0) {
-        return EINVAL;
-    }
-    *buffer = 0;
-    if (radix < 2 || radix > 36) {
-        return EINVAL;
-    }
-    char digits[33];
-    const auto bits = static_cast<unsigned>(value);
-    const auto end = radix == 10 ? std::to_chars(digits, std::end(digits), value)
-                                 : std::to_chars(digits, std::end(digits), bits, radix);
-    const auto count = static_cast<std::size_t>(end.ptr - digits);
-    if (count >= size) {
-        return ERANGE;
-    }
-    std::copy(digits, end.ptr, buffer);
-    buffer[count] = 0;
-    return 0;
+    return Refusing(WriteDigits(value, buffer, size, radix));
 }
 
 int _vscprintf(const char* format, std::va_list arguments)
 {
-    if (GateStops("_vscprintf") || format == nullptr) {
+    if (GateStops("_vscprintf")) {
+        return -1;
+    }
+    if (format == nullptr) {
+        ReportInvalidArgument();
         return -1;
     }
     FormatArguments taken;

@@ -1,6 +1,7 @@
 #include "Platform/Host/Api/RuntimeText.h"
 
 #include "Platform/Host/Gate.h"
+#include "Platform/Host/InvalidArgument.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -55,13 +56,13 @@ using namespace Platform::Host;
 int _strlwr_s(char* text, std::size_t size)
 {
     GateSees("_strlwr_s");
-    return MakeLower(text, size);
+    return Refusing(MakeLower(text, size));
 }
 
 int _wcslwr_s(LPWSTR text, std::size_t size)
 {
     GateSees("_wcslwr_s");
-    return MakeLower(text, size);
+    return Refusing(MakeLower(text, size));
 }
 
 std::size_t wcslen(LPCWSTR text)

@@ -24,13 +24,26 @@ pid_t IdOf(HANDLE thread)
     return found != nullptr ? found->Id() : 0;
 }
 
+// Behind a call that led nowhere the frames go on where it came from.
+void CollectOwnFrames(const CONTEXT& context, FrameList& list)
+{
+    const DWORD_PTR caller = CallerOfNowhere(context);
+    RunGuarded([&] { CollectFrames(caller != 0 ? caller : context.Eip, list); });
+    if (caller != 0 && list.count != 0) {
+        list.count = std::min(list.count, MOST_FRAMES - 1);
+        std::copy_backward(list.frames, list.frames + list.count, list.frames + list.count + 1);
+        list.frames[0] = {context.Eip, context.Esp};
+        ++list.count;
+    }
+}
+
 // From the context's frame outwards, as far as the stack is whole. A thread that is not ours to see has that
 // one frame, which is known.
 void GetFrames(pid_t thread, const CONTEXT& context, FrameList& list)
 {
     list.count = 0;
     if (thread == gettid()) {
-        RunGuarded([&] { CollectFrames(context.Eip, list); });
+        CollectOwnFrames(context, list);
     } else if (const StoppedThread* stopped = FindStopped(thread)) {
         const Frame* const end = stopped->frames.frames + stopped->frames.count;
         const Frame* const first = std::find_if(stopped->frames.frames, end, [&context](const Frame& frame) {

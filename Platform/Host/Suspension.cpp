@@ -91,9 +91,11 @@ StoppedThread* RecordOf(const siginfo_t* information)
 void OnStop(int /*signal*/, siginfo_t* information, void* context)
 {
     const int error = errno;
+    auto& host = *static_cast<ucontext_t*>(context);
     StoppedThread* const thread = RecordOf(information);
     if (thread != nullptr && !StopsLater::Postpones(*thread)) {
-        StandStill(*thread, *static_cast<const ucontext_t*>(context));
+        StandStill(*thread, host);
+        sigaltstack(nullptr, &host.uc_stack); // the one from its first guard, if it was, is not taken back
     }
     errno = error;
 }

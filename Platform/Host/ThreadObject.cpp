@@ -1,6 +1,7 @@
 #include "Platform/Host/ThreadObject.h"
 
 #include "Platform/Host/Registers.h"
+#include "Platform/Host/SignalStack.h"
 #include "Platform/Host/Suspension.h"
 
 #include <chrono>
@@ -146,6 +147,7 @@ DWORD StartThread(const std::shared_ptr<Thread>& thread, LPTHREAD_START_ROUTINE 
     std::promise<DWORD> id;
     std::future<DWORD> started = id.get_future();
     std::thread([id = std::move(id), self = thread, start, parameter]() mutable {
+        GiveSignalStack();
         Thread& own = SetOwnThread(std::move(self));
         id.set_value(static_cast<DWORD>(own.Id()));
         own.SetExitCode(start(parameter));

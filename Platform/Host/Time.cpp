@@ -2,6 +2,7 @@
 
 #include "Platform/Host/Control.h"
 #include "Platform/Host/Gate.h"
+#include "Platform/Host/InvalidArgument.h"
 
 #include <cerrno>
 
@@ -56,10 +57,13 @@ errno_t _gmtime64_s(std::tm* fields, const __time64_t* time)
     DWORD unused = ERROR_SUCCESS;
     const bool stops = GateStops("_gmtime64_s", unused);
     if (fields == nullptr) {
-        return EINVAL;
+        return Refusing(EINVAL);
     }
     *fields = {-1, -1, -1, -1, -1, -1, -1, -1, -1};
-    if (stops || time == nullptr || *time < 0 || *time > LAST_TIME) {
+    if (time == nullptr) {
+        return Refusing(EINVAL);
+    }
+    if (stops || *time < 0 || *time > LAST_TIME) {
         return EINVAL;
     }
     const std::time_t seconds = *time;

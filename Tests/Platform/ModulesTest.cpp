@@ -17,6 +17,8 @@ TEST(Modules, AreThereByName)
     auto* const none = reinterpret_cast<HMODULE>(reinterpret_cast<char*>(program) + 16);
     EXPECT_EQ(GetModuleHandleW(WIDE("platformTESTS.exe")), program);
     EXPECT_EQ(LoadLibraryW(WIDE("KERNEL32.dll")), kernel);
+    EXPECT_TRUE(GetModuleHandleW(WIDE("msvcrt.dll")) &&
+                GetModuleHandleW(WIDE("MSVCRT")) == GetModuleHandleW(WIDE("msvcrt.dll")));
     EXPECT_TRUE(FreeLibrary(kernel) && FreeLibrary(program));
     EXPECT_TRUE(GetProcAddress(kernel, "CreateToolhelp32Snapshot") &&
                 GetProcAddress(kernel, "Module32FirstW") && GetProcAddress(kernel, "Module32NextW"));

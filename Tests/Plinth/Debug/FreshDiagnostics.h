@@ -1,6 +1,7 @@
 // The diagnostics as they are in a process that has just started, for the life of the object.
 #pragma once
 
+#include "Plinth/Debug/CrashState.h"
 #include "Plinth/Debug/DbgHelp.h"
 #include "Plinth/Debug/ReportState.h"
 #include "Plinth/Debug/StackDumpState.h"
@@ -18,6 +19,7 @@ public:
             FreeLibrary(Plinth::symbolState.module);
         }
         Plinth::symbolState = {};
+        Plinth::crashState = {};
         Plinth::reportState.callback = nullptr;
         Plinth::reportState.ignored = {};
         Plinth::stackDumpState.exiting = 0;
