@@ -1,4 +1,5 @@
-// Faults on two threads at once, whose reports mix.
+// Faults on two threads at once, whose reports mix. Wine's debug-help library, which is made for one, may
+// abort over it.
 #include "Tests/Crash/CrashCase.h"
 
 #include <atomic>
@@ -26,7 +27,7 @@ void FaultTwice()
 const CrashCase TWO_THREADS = {
     .word = "TwoThreads",
     .crash = FaultTwice,
+    .exitCode = ANY_EXIT_CODE,
     .log = CrashLog::OTHER,
-    .says = {"ERROR: Exception", "CS:EIP memory dump:", "Static Diagnostics Memory dump:"},
     .dump = CrashDump::ANY,
 };
