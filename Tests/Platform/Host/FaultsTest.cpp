@@ -132,6 +132,7 @@ asm(R"(
     .pushsection .text
     .globl FaultCode
     .balign 16
+    .cfi_startproc
 FaultCode:
     .byte 0x8A, 0x04, 0x25, 0x10, 0, 0, 0 /* mov al, [0x10] */
     .balign 16
@@ -157,6 +158,7 @@ FaultCode:
     .balign 16
     .byte 0x6A, 0, 0x0F, 0xAE, 0x14, 0x24, 0x0F, 0x57, 0xC0, 0xF3, 0x0F, 0x5E, 0xC0 /* all unmasked; 0 / 0 */
     .balign 16
+    .cfi_endproc
     .popsection
 )");
 
@@ -170,8 +172,8 @@ TEST_F(HostFaultsDeathTest, AreToldAsThePlatformNamesThem)
         "C0000096 at 0, 0: 0 0; 1 0 fault",
         "C0000096 at 0, 0: 0 0; 1 0 fault",
         "C0000096 at 0, 0: 0 0; 1 0 fault",
-        "C000001D at 0, 0: 0 0; 1 0 fault",
-        "80000003 at 1, 0: 0 0; 1 0 fault",
+        "C000001D at 0, 0: 0 0; 1 0 fault other",
+        "80000003 at 1, 0: 0 0; 1 0 fault other",
         "80000004 at 1, 0: 0 0; 1 0 fault",
         "C0000094 at 2, 0: 0 0; 1 0 fault",
         "C0000090 at 9, 0: 0 0; 1 0 fault",
