@@ -72,7 +72,8 @@ Module ModuleOf(LPCWSTR path, HMODULE base)
 
 Module Executable()
 {
-    return ModuleOf(CModulePath().text, GetModuleHandleW(nullptr));
+    const CModulePath path;
+    return ModuleOf(path.text, GetModuleHandleW(nullptr));
 }
 
 // A free page is in no module, and the null that it has for one would be taken for the program.

@@ -1,0 +1,101 @@
+// The platform's calls behind crash reports and the diagnostics' start: their order, and what comes of each
+// that fails.
+#include "Platform/Host/Control.h"
+#include "Platform/Host/Gate.h"
+#include "Plinth/Debug/CrashReport.h"
+#include "Plinth/Debug/Diagnostics.h"
+#include "Plinth/Debug/Symbols.h"
+#include "Tests/Plinth/Debug/FreshDiagnostics.h"
+#include "Tests/Support/HeapWatch.h"
+#include "Tests/Support/Target.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+namespace Plinth {
+namespace {
+
+using Platform::Host::GateWatch;
+using Calls = std::vector<std::string>;
+
+// Without what formats, names addresses or asks who runs, and each run of one call as one.
+Calls CallsOf(const GateWatch& watch)
+{
+    Calls calls = watch.Calls();
+    std::erase_if(calls, [](const std::string& call) {
+        return call == "_vsnprintf_s" || call.starts_with("Sym") || call.starts_with("GetCurrent");
+    });
+    calls.erase(std::unique(calls.begin(), calls.end()), calls.end());
+    return calls;
+}
+
+struct Fault {
+    EXCEPTION_RECORD record{.ExceptionCode = EXCEPTION_BREAKPOINT};
+    CONTEXT context{.Eip = reinterpret_cast<DWORD_PTR>(&DescribeException)};
+    EXCEPTION_POINTERS pointers{&record, &context};
+};
+
+TEST(CrashReportCalls, ComeInOrderAndMayFail)
+{
+    const FreshDiagnostics fresh;
+    ASSERT_TRUE(LoadDbgHelp());
+    ASSERT_TRUE(InitSymbols());
+    symbolState.functions.MiniDumpWriteDump = nullptr;
+    Fault fault;
+    {
+        const GateWatch watch;
+        HandleException(&fault.pointers);
+        EXPECT_EQ(CallsOf(watch),
+                  (Calls{"_clearfp", "GetLocalTime", "GetModuleFileNameW", "GetModuleHandleW", "VirtualQuery",
+                         "GetModuleFileNameW", "StackWalk", "GlobalMemoryStatus"}));
+    }
+    const std::string unknown = "Unknown (time stamp 0x00000000";
+    const std::pair<Platform::Host::GateRule, std::string> rows[] = {
+        {{.function = "GetModuleFileNameW", .ordinal = 1}, "  " + unknown + ") caused a breakpoint"},
+        {{.function = "GetModuleFileNameW", .ordinal = 2},
+         "module " + unknown + ", base address 0x00000000)"},
+        {{.function = "VirtualQuery", .ordinal = 1}, "module " + unknown + ", base address 0x00000000)"}};
+    for (const auto& [rule, text] : rows) {
+        const TraceCapture trace;
+        const GateWatch watch(rule);
+        HandleException(&fault.pointers);
+        EXPECT_TRUE(watch.Failed());
+        EXPECT_NE(trace.Text().find(text), std::string::npos) << trace.Text();
+    }
+}
+
+TEST(CrashReportCalls, TakeNoHeapMemory)
+{
+    const FreshDiagnostics fresh;
+    Fault fault;
+    const HeapWatch heap;
+    HandleException(&fault.pointers);
+    EXPECT_EQ(heap.Blocks(), 0u);
+}
+
+TEST(DefaultLogFile, HasTheProgramsNameAndAnExtensionOfItsOwn)
+{
+    const std::pair<const char*, const char*> rows[] = {
+        {"Launcher.exe", "Launcher.log"}, {"a.b.exe", "a.b.log"}, {"Launcher", "Launcher.log"}};
+    for (const auto& [program, log] : rows) {
+        const FreshDiagnostics fresh;
+        const ScratchFolder scratch;
+        const std::filesystem::path folder = scratch.Path() / "v1.0";
+        std::filesystem::create_directory(folder);
+        Platform::Host::SetModulePath(ToPlatform(folder / program));
+        EXPECT_TRUE(InitDiagnostics(nullptr, 0));
+        EXPECT_TRUE(std::filesystem::exists(folder / log)) << log;
+        {
+            const HeapWatch starved({.largest = 0});
+            EXPECT_FALSE(InitDiagnostics("", 0));
+        }
+        EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder), {}), 1);
+    }
+    Platform::Host::SetModulePath({});
+    SetUnhandledExceptionFilter(nullptr);
+    _set_invalid_parameter_handler(nullptr);
+}
+
+} // namespace
+} // namespace Plinth
