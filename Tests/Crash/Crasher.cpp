@@ -29,10 +29,10 @@ int WINAPI WinMain(HINSTANCE, HINSTANCE, LPSTR commandLine, int)
     if (crash == std::end(CRASH_CASES)) {
         return 2;
     }
-    const bool appends = words.find(" append") != words.npos;
+    const bool appends = words.find(" append") != std::string_view::npos;
     Plinth::InitDiagnostics((*crash)->logPath, appends ? Plinth::DiagFlagAppendLog : 0);
     Plinth::SetMinidumpLocation(".", "Crash");
-    if (words.find(" banner") != words.npos) {
+    if (words.find(" banner") != std::string_view::npos) {
         Plinth::TraceProgramBanner(nullptr, "demonstration");
     }
     AnnounceThread();

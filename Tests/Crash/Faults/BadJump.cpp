@@ -5,7 +5,7 @@ namespace {
 
 void CallNothing()
 {
-    void (*volatile nothing)() = reinterpret_cast<void (*)()>(0xDEA0);
+    auto* volatile const nothing = reinterpret_cast<void (*)()>(0xDEA0);
     nothing();
 }
 
