@@ -15,6 +15,10 @@
 
 namespace Platform {
 
+// For whoever is told of a fault that nothing guards: one of the floating-point unit comes again with the
+// unit's next instruction where this is not called first.
+void ForgetFloatingPointFault();
+
 // False when a fault ended the function.
 bool RunGuarded(void (*function)(void*) noexcept, void* argument);
 

@@ -11,6 +11,10 @@ namespace Platform {
 // fault out.
 void RunOnFreshStack(void (*function)(void*) noexcept, void* argument);
 
+// Has the platform leave room on the calling thread's stack for what goes before that call. Without it there
+// may be as little as a page.
+void KeepRoomOnStack();
+
 template <std::invocable Callable>
 void RunOnFreshStack(Callable callable)
 {

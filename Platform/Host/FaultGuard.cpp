@@ -78,6 +78,9 @@ bool HandleFaults()
 
 } // namespace
 
+// A handler of a signal begins with a unit of its own.
+void ForgetFloatingPointFault() {}
+
 void Host::PrepareForFaults()
 {
     [[maybe_unused]] static const bool handled = HandleFaults();

@@ -8,4 +8,6 @@ void RunOnFreshStack(void (*function)(void*) noexcept, void* argument)
     function(argument);
 }
 
+void KeepRoomOnStack() {}
+
 } // namespace Platform

@@ -56,13 +56,22 @@ std::uint32_t NameSize(const ModuleName& name)
     return static_cast<std::uint32_t>((size + 3) / 4 * 4);
 }
 
+// After an overflow the stack's pointer lies in the page below it.
+std::uintptr_t StackStart(const ThreadSnapshot& thread)
+{
+    const std::uintptr_t pointer = thread.registers.Esp; // 0: not known
+    char byte = 0;
+    const bool isOnStack = pointer == 0 || ReadMemory(pointer, &byte, 1) == 1;
+    return isOnStack ? pointer : (pointer | (PIECE - 1)) + 1;
+}
+
 std::uint32_t StackSize(const ThreadSnapshot& thread)
 {
     const bool isKnown = thread.hasRegisters && thread.registers.Esp != 0;
     char piece[PIECE];
     std::size_t size = 0;
     for (std::size_t step = isKnown ? PIECE : 0; step == PIECE && size < MOST_STACK; size += step) {
-        step = ReadMemory(thread.registers.Esp + size, piece, PIECE);
+        step = ReadMemory(thread.stackStart + size, piece, PIECE);
     }
     return static_cast<std::uint32_t>(size);
 }
@@ -220,6 +229,7 @@ Dump::Dump(Snapshot& threads, const ExceptionCopy& exception, std::uint8_t proce
 {
     ForEachModule([this](const LoadedModule&) { ++moduleCount_; });
     for (ThreadSnapshot& thread : threads) {
+        thread.stackStart = StackStart(thread);
         thread.stackSize = StackSize(thread);
     }
     const std::size_t streams = exception.isThere ? 4 : 3;
@@ -282,7 +292,7 @@ void Dump::WriteThreads(Output& output)
         const Minidump::Location context = places_.Take(ContextSize(thread));
         const Minidump::Location stack = places_.Take(thread.stackSize);
         output.Put(Minidump::Thread{.id = static_cast<std::uint32_t>(thread.id),
-                                    .stack = {thread.registers.Esp, stack},
+                                    .stack = {thread.stackStart, stack},
                                     .context = context});
     }
 }
@@ -305,7 +315,7 @@ void WriteStack(Output& output, const ThreadSnapshot& thread)
     for (std::size_t done = 0; done < thread.stackSize; done += PIECE) {
         char piece[PIECE]{};
         const std::size_t size = std::min(PIECE, thread.stackSize - done);
-        ReadMemory(thread.registers.Esp + done, piece, size);
+        ReadMemory(thread.stackStart + done, piece, size);
         output.Put(piece, size);
     }
 }

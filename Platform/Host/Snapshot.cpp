@@ -121,7 +121,12 @@ std::size_t Snapshot::AddNewThreads(int folder)
 void Snapshot::Add(pid_t id)
 {
     ThreadSnapshot& thread = threads_[count_++];
-    thread = {.id = id, .stopped = nullptr, .hasRegisters = KNOWS_REGISTERS, .registers = {}, .stackSize = 0};
+    thread = {.id = id,
+              .stopped = nullptr,
+              .hasRegisters = KNOWS_REGISTERS,
+              .registers = {},
+              .stackStart = 0,
+              .stackSize = 0};
     if (id == gettid()) {
         thread.registers = ownRegisters_;
     } else if (const StoppedThread* const stands = FindStopped(id)) {

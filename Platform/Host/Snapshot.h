@@ -16,7 +16,8 @@ struct ThreadSnapshot {
     StoppedThread* stopped; // to be let go; null where it was not stopped from here
     bool hasRegisters;      // not where it did not stop
     CONTEXT registers;
-    std::uint32_t stackSize; // for who looks
+    std::uintptr_t stackStart; // these two for who looks
+    std::uint32_t stackSize;
 };
 
 // The right to a snapshot: two at once would stop each other's threads for good. Who has it is not stopped;

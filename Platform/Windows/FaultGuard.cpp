@@ -56,11 +56,18 @@ EXCEPTION_DISPOSITION OnException(EXCEPTION_RECORD* exception, GuardRecord* reco
         return ExceptionContinueSearch;
     }
     UnwindTo(record, exception);
+    ForgetFloatingPointFault();
     asm volatile("emms"); // the code that faulted may have left values on the x87 stack
     __builtin_longjmp(record->place, 1);
 }
 
 } // namespace
+
+// The runtime's _clearfp is not for it: Wine's begins with an instruction that faults.
+void ForgetFloatingPointFault()
+{
+    asm volatile("fnclex");
+}
 
 bool RunGuarded(void (*function)(void*) noexcept, void* argument)
 {

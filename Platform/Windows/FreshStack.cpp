@@ -35,4 +35,10 @@ void RunOnFreshStack(void (*function)(void*) noexcept, void* argument)
     CloseHandle(thread);
 }
 
+void KeepRoomOnStack()
+{
+    ULONG size = 16384;
+    SetThreadStackGuarantee(&size);
+}
+
 } // namespace Platform

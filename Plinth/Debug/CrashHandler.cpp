@@ -1,5 +1,6 @@
 #include "Plinth/Debug/CrashHandler.h"
 
+#include "Platform/FreshStack.h"
 #include "Platform/PureCalls.h"
 #include "Plinth/Debug/BindFunction.h"
 #include "Plinth/Debug/CrashReport.h"
@@ -48,6 +49,7 @@ void InstallCrashHandler()
     if (LoadDbgHelp()) {
         InitSymbols();
     }
+    Platform::KeepRoomOnStack();
     SetUnhandledExceptionFilter(CrashFilter);
     RegisterWithRuntime();
 }

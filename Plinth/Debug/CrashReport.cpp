@@ -235,6 +235,7 @@ bool IsStackOverflow(const EXCEPTION_POINTERS* exception)
 
 void HandleException(LPEXCEPTION_POINTERS exception)
 {
+    Platform::ForgetFloatingPointFault();
     const DWORD thread = GetCurrentThreadId();
     if (IsStackOverflow(exception)) {
         Platform::RunOnFreshStack([exception, thread] { TellEverything(exception, thread); });

@@ -1,4 +1,5 @@
-// Shows what a fatal report leaves behind: runs the Reporter and prints its log, its box and its dump.
+// Shows what a fatal report and a crash leave behind: runs the Reporter and the Crasher, and prints their
+// logs, boxes and dumps.
 //
 //     Demo FOLDER     for the files; colours when the environment has COLOUR
 #include "Tests/Crash/ReporterRun.h"
@@ -21,15 +22,8 @@ void PrintIndented(std::string text)
     }
 }
 
-} // namespace
-
-int main(int count, char** arguments)
+void Print(const ReporterResult& result)
 {
-    if (count != 2) {
-        return 2;
-    }
-    const std::filesystem::path folder = std::filesystem::absolute(arguments[1]);
-    const ReporterResult result = RunReporter(folder, "symbols banner", {.picture = folder / "box.bmp"});
     PrintTitle("The log");
     PrintIndented(result.log);
     for (const SeenMessageBox& box : result.boxes) {
@@ -42,5 +36,35 @@ int main(int count, char** arguments)
                   << " bytes\n";
     }
     std::cout << "\nexit code " << result.exitCode << '\n';
-    return result.exitCode == 1 && result.boxes.size() == 1 && result.dumps.size() == 1 ? 0 : 1;
+}
+
+bool ShowReport(const std::filesystem::path& folder)
+{
+    PrintTitle("A fatal report");
+    const ReporterResult result = RunReporter(folder, "symbols banner", {.picture = folder / "box.bmp"});
+    Print(result);
+    return result.exitCode == 1 && result.boxes.size() == 1 && result.dumps.size() == 1;
+}
+
+bool ShowCrash(const std::filesystem::path& folder)
+{
+    PrintTitle("A crash");
+    std::filesystem::create_directory(folder);
+    const ReporterResult result = RunCrasher(folder, "WriteViolation banner");
+    Print(result);
+    const auto says = [&result](const char* text) { return result.log.find(text) != std::string::npos; };
+    return result.exitCode != 0 && says(" caused an access violation exception in") && says("LoadLevel") &&
+           says("Minidump successfully written.") && result.dumps.size() == 1;
+}
+
+} // namespace
+
+int main(int count, char** arguments)
+{
+    if (count != 2) {
+        return 2;
+    }
+    const std::filesystem::path folder = std::filesystem::absolute(arguments[1]);
+    const bool isReported = ShowReport(folder);
+    return ShowCrash(folder / "crash") && isReported ? 0 : 1;
 }

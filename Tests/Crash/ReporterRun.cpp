@@ -1,5 +1,6 @@
 #include "Tests/Crash/ReporterRun.h"
 
+#include "Tests/Support/StandInReport.h"
 #include "Tests/Support/StartedProcess.h"
 #include "Tests/Support/Target.h"
 
@@ -30,13 +31,22 @@ std::vector<std::filesystem::path> FindDumps(const std::filesystem::path& folder
 ReporterResult RunReporter(const std::filesystem::path& folder, const std::string& words,
                            const ReporterOptions& options)
 {
-    const std::string commandLine = "Reporter.exe " + words;
+    const std::string commandLine = options.program.filename().string() + " " + words;
     MessageBoxWatcher watcher(folder);
     watcher.TakePictures(options.picture);
     StartedProcess process({.program = ToPlatform(options.program),
                             .commandLine = WideText(commandLine.begin(), commandLine.end()),
                             .folder = ToPlatform(folder)});
     const DWORD exitCode = AwaitExit(process, [&] { watcher.Poll(process.Id()); });
-    return {exitCode, watcher.Boxes(), ReadWhole(folder / "report.log"), ReadWhole(folder / "heap.log"),
+    return {exitCode, watcher.Boxes(), ReadWhole(folder / options.log), ReadWhole(folder / "heap.log"),
             FindDumps(folder)};
+}
+
+ReporterResult RunCrasher(const std::filesystem::path& folder, const std::string& words)
+{
+    const std::filesystem::path program = folder / "Crasher.exe";
+    std::filesystem::copy_file(BuiltProgram("Crasher.exe"), program);
+    ReporterResult result = RunReporter(folder, words, {.program = program, .log = "Crasher.log"});
+    RemoveProgram(program);
+    return result;
 }

@@ -1,4 +1,4 @@
-// The Reporter as a process, with what it left behind.
+// The Reporter or the Crasher as a process, with what it left behind.
 #pragma once
 
 #include "Tests/Support/MessageBoxWatcher.h"
@@ -19,9 +19,13 @@ struct ReporterResult {
 
 struct ReporterOptions {
     std::filesystem::path program = BuiltProgram("Reporter.exe");
+    const char* log = "report.log";
     std::filesystem::path picture; // a file for one of the box, as MessageBoxWatcher takes it; empty: none
 };
 
 // The folder is the Reporter's to write into.
 ReporterResult RunReporter(const std::filesystem::path& folder, const std::string& words,
                            const ReporterOptions& options = {});
+
+// A copy of it in the folder, which it leaves its log in. What was there before stays.
+ReporterResult RunCrasher(const std::filesystem::path& folder, const std::string& words);

@@ -14,8 +14,16 @@ struct Watched {
 
 constinit Watched watched{};
 
+void FaultIfTold()
+{
+    if (watched.active && watched.rule.faults) {
+        __builtin_trap();
+    }
+}
+
 bool FailsNow(std::size_t size)
 {
+    FaultIfTold();
     if (!watched.active) {
         return false;
     }
@@ -50,13 +58,37 @@ unsigned HeapWatch::Failures() const
     return watched.failures;
 }
 
-// The linker leads every call of malloc here and names the runtime's own so.
+// The linker leads every call of these functions here and names the runtime's own so.
 // NOLINTBEGIN(bugprone-reserved-identifier,readability-identifier-naming)
 extern "C" void* __real_malloc(std::size_t size);
 
 extern "C" void* __wrap_malloc(std::size_t size)
 {
     return FailsNow(size) ? nullptr : __real_malloc(size);
+}
+
+extern "C" void* __real_calloc(std::size_t count, std::size_t size);
+
+extern "C" void* __wrap_calloc(std::size_t count, std::size_t size)
+{
+    FaultIfTold();
+    return __real_calloc(count, size);
+}
+
+extern "C" void* __real_realloc(void* block, std::size_t size);
+
+extern "C" void* __wrap_realloc(void* block, std::size_t size)
+{
+    FaultIfTold();
+    return __real_realloc(block, size);
+}
+
+extern "C" void __real_free(void* block);
+
+extern "C" void __wrap_free(void* block)
+{
+    FaultIfTold();
+    __real_free(block);
 }
 // NOLINTEND(bugprone-reserved-identifier,readability-identifier-naming)
 

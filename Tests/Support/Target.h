@@ -51,5 +51,14 @@ bool RunWithoutRegistryWriting(const std::function<void()>& run);
 // Whether the build's programs carry version resources.
 extern const bool PROGRAMS_HAVE_VERSIONS;
 
+// Whether the platform's functions take their blocks where the program does.
+extern const bool PLATFORM_SHARES_THE_HEAP;
+
+// Whether the platform's C runtime asks somebody about arguments that it refuses.
+extern const bool RUNTIME_TELLS_OF_PARAMETERS;
+
+// Whether a fault ends a program by a signal, and its exit code is 128 and the signal's number.
+extern const bool FAULTS_ARE_SIGNALS;
+
 // Handles that this process got from the one that started it, standard input, output and error apart.
 int CountInheritedHandles();

@@ -58,6 +58,12 @@ bool IsRegistryForTests()
 
 const bool PROGRAMS_HAVE_VERSIONS = false;
 
+const bool PLATFORM_SHARES_THE_HEAP = true;
+
+const bool RUNTIME_TELLS_OF_PARAMETERS = true;
+
+const bool FAULTS_ARE_SIGNALS = true;
+
 int CountInheritedHandles()
 {
     int count = 0;

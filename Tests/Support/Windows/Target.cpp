@@ -61,6 +61,12 @@ bool IsRegistryForTests()
 
 const bool PROGRAMS_HAVE_VERSIONS = true;
 
+const bool PLATFORM_SHARES_THE_HEAP = false;
+
+const bool RUNTIME_TELLS_OF_PARAMETERS = false;
+
+const bool FAULTS_ARE_SIGNALS = false;
+
 // An inherited handle keeps its mark as inheritable; a process makes few such handles of its own accord.
 int CountInheritedHandles()
 {

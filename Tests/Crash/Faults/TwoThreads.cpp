@@ -1,0 +1,33 @@
+// Faults on two threads at once, whose reports mix. Wine's debug-help library, which is made for one, may
+// abort over it.
+#include "Tests/Crash/CrashCase.h"
+
+#include <atomic>
+
+namespace {
+
+std::atomic<int> waiting{2};
+
+DWORD WINAPI FaultTogether(LPVOID /*parameter*/)
+{
+    for (--waiting; waiting > 0;) {
+    }
+    WriteToNowhere();
+    return 0;
+}
+
+void FaultTwice()
+{
+    CreateThread(nullptr, 0, FaultTogether, nullptr, 0, nullptr);
+    FaultTogether(nullptr);
+}
+
+} // namespace
+
+const CrashCase TWO_THREADS = {
+    .word = "TwoThreads",
+    .crash = FaultTwice,
+    .exitCode = ANY_EXIT_CODE,
+    .log = CrashLog::OTHER,
+    .dump = CrashDump::ANY,
+};
