@@ -33,44 +33,31 @@ void AnnounceThread();
 // Of WriteViolation.cpp, for whatever has to happen at a fault.
 void WriteToNowhere();
 
-extern const CrashCase ABORT;
-extern const CrashCase BAD_CONTEXT;
-extern const CrashCase BAD_JUMP;
-extern const CrashCase DAMAGED_HEAP;
-extern const CrashCase DBGHELP_FAULTING;
-extern const CrashCase DBGHELP_MISSING;
-extern const CrashCase FLOAT_DIVISION;
-extern const CrashCase FULL_DISK;
-extern const CrashCase HEAP_TRAPPED;
-extern const CrashCase ILLEGAL_INSTRUCTION;
-extern const CrashCase INTEGER_DIVISION;
-extern const CrashCase INVALID_PARAMETER;
-extern const CrashCase PURE_CALL;
-extern const CrashCase READ_VIOLATION;
-extern const CrashCase SECOND_THREAD;
-extern const CrashCase STACK_OVERFLOW;
-extern const CrashCase TWO_THREADS;
-extern const CrashCase UNCAUGHT_EXCEPTION;
-extern const CrashCase WRITE_VIOLATION;
+#define CRASH_CASE_NAMES(NAME)                                                                               \
+    NAME(ABORT)                                                                                              \
+    NAME(BAD_CONTEXT)                                                                                        \
+    NAME(BAD_JUMP)                                                                                           \
+    NAME(DAMAGED_HEAP)                                                                                       \
+    NAME(DBGHELP_FAULTING)                                                                                   \
+    NAME(DBGHELP_MISSING)                                                                                    \
+    NAME(FLOAT_DIVISION)                                                                                     \
+    NAME(FULL_DISK)                                                                                          \
+    NAME(HEAP_TRAPPED)                                                                                       \
+    NAME(ILLEGAL_INSTRUCTION)                                                                                \
+    NAME(INTEGER_DIVISION)                                                                                   \
+    NAME(INVALID_PARAMETER)                                                                                  \
+    NAME(PURE_CALL)                                                                                          \
+    NAME(READ_VIOLATION)                                                                                     \
+    NAME(SECOND_THREAD)                                                                                      \
+    NAME(STACK_OVERFLOW)                                                                                     \
+    NAME(TWO_THREADS)                                                                                        \
+    NAME(UNCAUGHT_EXCEPTION)                                                                                 \
+    NAME(WRITE_VIOLATION)
 
-inline constexpr const CrashCase* CRASH_CASES[] = {
-    &ABORT,
-    &BAD_CONTEXT,
-    &BAD_JUMP,
-    &DAMAGED_HEAP,
-    &DBGHELP_FAULTING,
-    &DBGHELP_MISSING,
-    &FLOAT_DIVISION,
-    &FULL_DISK,
-    &HEAP_TRAPPED,
-    &ILLEGAL_INSTRUCTION,
-    &INTEGER_DIVISION,
-    &INVALID_PARAMETER,
-    &PURE_CALL,
-    &READ_VIOLATION,
-    &SECOND_THREAD,
-    &STACK_OVERFLOW,
-    &TWO_THREADS,
-    &UNCAUGHT_EXCEPTION,
-    &WRITE_VIOLATION,
-};
+#define CRASH_CASE_DECLARATION(name) extern const CrashCase name;
+CRASH_CASE_NAMES(CRASH_CASE_DECLARATION)
+#undef CRASH_CASE_DECLARATION
+
+#define CRASH_CASE_ADDRESS(name) &name,
+inline constexpr const CrashCase* CRASH_CASES[] = {CRASH_CASE_NAMES(CRASH_CASE_ADDRESS)};
+#undef CRASH_CASE_ADDRESS

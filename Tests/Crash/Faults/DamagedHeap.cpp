@@ -1,4 +1,5 @@
 // Overwrites blocks of the heap, a free one among them, and what the heap keeps between them; then faults.
+// The dump takes blocks and gives them back: a heap that looks may end the process there.
 #include "Tests/Crash/CrashCase.h"
 
 #include <cstdlib>
@@ -26,6 +27,8 @@ void FaultWithDamagedHeap()
 const CrashCase DAMAGED_HEAP = {
     .word = "DamagedHeap",
     .crash = FaultWithDamagedHeap,
+    .exitCode = ANY_EXIT_CODE,
+    .signal = 0,
     .bytes = "89 01",
     .frame = "WriteToNowhere",
     .dump = CrashDump::ANY,
