@@ -155,6 +155,15 @@ TEST_P(Crash, LeavesWhatItShould)
 INSTANTIATE_TEST_SUITE_P(EachWay, Crash, testing::ValuesIn(CRASH_CASES),
                          [](const auto& one) { return one.param->word; });
 
+TEST(PureCalls, AreReportedWithTheirPlace)
+{
+    const ScratchFolder scratch;
+    const std::string log = RunCrasher(scratch.Path(), "PureCall").log;
+    const unsigned before = Number(Find(log, "shortly behind 0x([0-9a-f]{8})"), 16);
+    const unsigned place = Number(Find(log, "the problem occurred is 0x([0-9a-f]{8})\\."), 16);
+    EXPECT_TRUE(before < place && place < before + 64) << log;
+}
+
 TEST(CrashLogs, AreReplacedOrGoneOnWith)
 {
     const ScratchFolder scratch;

@@ -53,7 +53,11 @@ bool ShowCrash(const std::filesystem::path& folder)
     const ReporterResult result = RunCrasher(folder, "WriteViolation banner");
     Print(result);
     const auto says = [&result](const char* text) { return result.log.find(text) != std::string::npos; };
-    return result.exitCode != 0 && says(" caused an access violation exception in") && says("LoadLevel") &&
+    const std::string longerLog = RunCrasher(folder, "ReadViolation append").log;
+    std::cout << "\nA crash that appends makes the log " << longerLog.size() - result.log.size()
+              << " bytes longer.\n";
+    return longerLog.starts_with(result.log) && longerLog.size() > result.log.size() &&
+           result.exitCode != 0 && says(" caused an access violation exception in") && says("LoadLevel") &&
            says("Minidump successfully written.") && result.dumps.size() == 1;
 }
 

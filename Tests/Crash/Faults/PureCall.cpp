@@ -1,13 +1,21 @@
 // Calls a function that the object, still under construction, does not have: a fatal report.
+#include "Plinth/Debug/Low32.h"
+#include "Plinth/Debug/Trace.h"
 #include "Tests/Crash/CrashCase.h"
 
 // Not unnamed: a compiler that knew all levels would call one of those that are there.
 namespace Game {
 
+[[gnu::noinline]] static void TracePlace()
+{
+    Plinth::TraceF("shortly behind 0x%08x\n", Plinth::Low32(__builtin_return_address(0)));
+}
+
 class Level {
 public:
     Level()
     {
+        TracePlace();
         Level* volatile unknown = this; // a compiler that knows the object drops the call
         unknown->LoadTextures();
     }
