@@ -62,6 +62,9 @@ void OnFault(int signal, siginfo_t* information, void* context)
         Host::ReportFault(signal, *information, *static_cast<ucontext_t*>(context));
     }
     PassOn(signal, information, context);
+    // Whoever it went to may have mended it; the stack from the thread's first guard, if it was, is not taken
+    // back.
+    sigaltstack(nullptr, &static_cast<ucontext_t*>(context)->uc_stack);
 }
 
 // The jump out of the handler leaves the signal mask as it is, so no signal may be blocked meanwhile.

@@ -8,6 +8,7 @@
 #include <iterator>
 #include <pthread.h>
 #include <sys/auxv.h>
+#include <unistd.h>
 
 namespace Platform::Host {
 
@@ -37,10 +38,8 @@ DWORD_PTR AccessOf(const Trap& trap)
 // The system keeps something at the top of each thread's stack.
 bool IsOwnStack(const MemoryRegion& region)
 {
-    const auto holds = [&region](std::uintptr_t address) {
-        return region.start <= address && address < region.end;
-    };
-    return holds(pthread_self()) || holds(getauxval(AT_RANDOM));
+    const std::uintptr_t top = gettid() == getpid() ? getauxval(AT_RANDOM) : pthread_self();
+    return region.start <= top && top < region.end;
 }
 
 // Below the end of the stack, or in what guards it, and so is the stack pointer: code reaches below that by
@@ -55,8 +54,7 @@ bool IsStackOverflow(const CONTEXT& context, std::uintptr_t address)
     if (region.has_value() && !region->isWritten) {
         region = FindRegion(region->end);
     }
-    return region.has_value() && IsOwnStack(*region) &&
-           context.Esp < std::max(address, region->start) + REACH;
+    return region.has_value() && address < region->start && IsOwnStack(*region);
 }
 
 // hlt, cli, sti; in and out with their four forms each. Others are as good as never met.
@@ -82,7 +80,7 @@ void DescribeProtection(EXCEPTION_RECORD& record, const CONTEXT& context)
 void DescribePage(EXCEPTION_RECORD& record, const CONTEXT& context, const Trap& trap, std::uintptr_t address)
 {
     if (IsStackOverflow(context, address)) {
-        SetAccess(record, EXCEPTION_STACK_OVERFLOW, WRITES, address);
+        SetAccess(record, EXCEPTION_STACK_OVERFLOW, AccessOf(trap), address);
     } else {
         SetAccess(record, EXCEPTION_ACCESS_VIOLATION, AccessOf(trap), address);
     }

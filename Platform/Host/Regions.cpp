@@ -72,27 +72,23 @@ std::uintptr_t ToAddress(std::string_view digits)
     return address;
 }
 
-// "7f00a000-7f00b000 r-xp 00000000 08:01 1234  /a/path": the last number is 0 where no file is mapped.
+// "7f00a000-7f00b000 r-xp 00000000 08:01 1234  /a/path"
 MemoryRegion ToRegion(std::string_view line)
 {
     MemoryRegion region{};
     region.start = ToAddress(TakeUntil(line, '-'));
     region.end = ToAddress(TakeUntil(line, ' '));
     const std::string_view rights = TakeUntil(line, ' ');
-    TakeUntil(line, ' ');
-    TakeUntil(line, ' ');
     region.isRead = rights.starts_with('r');
     region.isWritten = rights.substr(1).starts_with('w');
     region.isExecuted = rights.substr(2).starts_with('x');
-    region.isShared = rights.ends_with('s') || TakeUntil(line, ' ') != "0";
     return region;
 }
 
 DWORD ProtectionOf(const MemoryRegion& region)
 {
     if (region.isExecuted) {
-        const DWORD protection = region.isRead ? PAGE_EXECUTE_READ : PAGE_EXECUTE;
-        return region.isWritten ? PAGE_EXECUTE_READWRITE : protection;
+        return region.isWritten ? PAGE_EXECUTE_READWRITE : PAGE_EXECUTE_READ;
     }
     const DWORD protection = region.isRead ? PAGE_READONLY : PAGE_NOACCESS;
     return region.isWritten ? PAGE_READWRITE : protection;
@@ -105,8 +101,7 @@ void DescribeUsed(const MemoryRegion& region, std::uintptr_t address, MEMORY_BAS
     information.AllocationBase = reinterpret_cast<LPVOID>(start);
     information.AllocationProtect = information.Protect;
     information.State = MEM_COMMIT;
-    information.Type = region.isShared ? MEM_MAPPED : MEM_PRIVATE;
-    information.Type = module.has_value() ? MEM_IMAGE : information.Type;
+    information.Type = module.has_value() ? MEM_IMAGE : MEM_PRIVATE;
 }
 
 void Describe(const MemoryRegion& region, std::uintptr_t address, MEMORY_BASIC_INFORMATION& information)
@@ -136,8 +131,8 @@ std::optional<MemoryRegion> FindRegion(std::uintptr_t address)
     for (std::string_view line = list.NextLine(); !line.empty(); line = list.NextLine()) {
         const MemoryRegion region = ToRegion(line);
         if (address < region.end) {
-            return address < region.start ? MemoryRegion{.start = end, .end = region.start, .isFree = true}
-                                          : region;
+            const std::uintptr_t next = std::min(region.start, ADDRESS_SPACE);
+            return address < next ? MemoryRegion{.start = end, .end = next, .isFree = true} : region;
         }
         end = region.end;
     }

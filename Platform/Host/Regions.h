@@ -17,7 +17,6 @@ struct MemoryRegion {
     bool isRead;
     bool isWritten;
     bool isExecuted;
-    bool isShared; // with a file or another process
 };
 
 // The one that holds the address. Nothing: no region can, or the host does not tell.

@@ -377,7 +377,10 @@ int FormatBounded(const char* function, Unit* buffer, std::size_t size, std::siz
         return -1;
     }
     if (buffer == nullptr || size == 0 || format == nullptr) {
-        ReportInvalidArgument();
+        const bool asksForNothing = buffer == nullptr && size == 0 && count == 0 && format != nullptr;
+        if (!asksForNothing) {
+            ReportInvalidArgument();
+        }
         return -1;
     }
     FormatArguments arguments;

@@ -28,8 +28,9 @@ pid_t IdOf(HANDLE thread)
 void CollectOwnFrames(const CONTEXT& context, FrameList& list)
 {
     const DWORD_PTR caller = CallerOfNowhere(context);
-    RunGuarded([&] { CollectFrames(caller != 0 ? caller : context.Eip, list); });
+    RunGuarded([&] { CollectFrames(caller != 0 ? caller - 1 : context.Eip, list); });
     if (caller != 0 && list.count != 0) {
+        list.frames[0].instruction = caller;
         list.count = std::min(list.count, MOST_FRAMES - 1);
         std::copy_backward(list.frames, list.frames + list.count, list.frames + list.count + 1);
         list.frames[0] = {context.Eip, context.Esp};

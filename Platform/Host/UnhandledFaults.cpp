@@ -10,6 +10,8 @@
 #include <atomic>
 #include <ctime>
 #include <new>
+#include <pthread.h>
+#include <unistd.h>
 #include <utility>
 
 namespace Platform::Host {
@@ -34,28 +36,48 @@ void RehearseReport()
     }
 }
 
-// While it lives, the signal's frame tells the place that the context does, or the caller's where that is
-// nowhere: who walks the stack from the handler gets over it.
-class PlaceOfFault {
+// The dump of a report takes heap memory, and a fault may be the heap's, with its lock held: the process then
+// ends by this signal.
+void SetDeadline()
+{
+    constexpr unsigned SECONDS = 60;
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGALRM);
+    std::signal(SIGALRM, SIG_DFL);
+    pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);
+    alarm(SECONDS);
+}
+
+// Reports of two threads would mix, and the first to be done end the process in the midst of the other.
+class Turn {
 public:
-    PlaceOfFault(ucontext_t& host, const CONTEXT& context) : host_(host)
+    Turn()
     {
-        ReadRegisters(host, before_);
-        const DWORD_PTR caller = CallerOfNowhere(context);
-        if (caller != 0) {
-            SetPlace(host, caller, context.Esp + sizeof(caller));
-        } else {
-            SetPlace(host, context.Eip, context.Esp);
+        constexpr useconds_t MICROSECONDS = 10'000;
+        while (isTaken.exchange(true)) {
+            usleep(MICROSECONDS);
         }
     }
-    ~PlaceOfFault() { SetPlace(host_, before_.Eip, before_.Esp); }
-    PlaceOfFault(const PlaceOfFault&) = delete;
-    PlaceOfFault& operator=(const PlaceOfFault&) = delete;
+    ~Turn() { isTaken = false; }
+    Turn(const Turn&) = delete;
+    Turn& operator=(const Turn&) = delete;
 
 private:
-    ucontext_t& host_;
-    CONTEXT before_;
+    static inline constinit std::atomic<bool> isTaken{false};
 };
+
+// The signal's frame tells the place that the context does, or the caller's where that is nowhere: who walks
+// the stack from the handler gets over it. The unwinder takes the place for that of an instruction.
+void ShowPlace(ucontext_t& host, const CONTEXT& context)
+{
+    const DWORD_PTR caller = CallerOfNowhere(context);
+    if (caller != 0) {
+        SetPlace(host, caller - 1, context.Esp + sizeof(caller));
+    } else {
+        SetPlace(host, context.Eip, context.Esp);
+    }
+}
 
 } // namespace
 
@@ -65,14 +87,18 @@ void ReportFault(int signal, const siginfo_t& information, ucontext_t& host)
     if (filter == nullptr || std::exchange(isAsked, true)) {
         return;
     }
+    const Turn turn;
+    SetDeadline();
     EXCEPTION_RECORD record;
     CONTEXT context;
+    CONTEXT before;
+    ReadRegisters(host, before);
     DescribeFault(signal, information, host, record, context);
-    {
-        const PlaceOfFault place(host, context);
-        EXCEPTION_POINTERS pointers{&record, &context};
-        filter(&pointers);
-    }
+    ShowPlace(host, context);
+    EXCEPTION_POINTERS pointers{&record, &context};
+    filter(&pointers);
+    SetPlace(host, before.Eip, before.Esp);
+    alarm(0);
     isAsked = false;
 }
 

@@ -22,13 +22,11 @@ void WINAPI GlobalMemoryStatus(LPMEMORYSTATUS status);
 constexpr DWORD PAGE_NOACCESS = 0x01;
 constexpr DWORD PAGE_READONLY = 0x02;
 constexpr DWORD PAGE_READWRITE = 0x04;
-constexpr DWORD PAGE_EXECUTE = 0x10;
 constexpr DWORD PAGE_EXECUTE_READ = 0x20;
 constexpr DWORD PAGE_EXECUTE_READWRITE = 0x40;
 constexpr DWORD MEM_COMMIT = 0x00001000;
 constexpr DWORD MEM_FREE = 0x00010000;
-constexpr DWORD MEM_PRIVATE = 0x00020000;
-constexpr DWORD MEM_MAPPED = 0x00040000;
+constexpr DWORD MEM_PRIVATE = 0x00020000; // all that is no module's
 constexpr DWORD MEM_IMAGE = 0x01000000;
 
 // Pages that lie together and are alike.

@@ -59,6 +59,14 @@ bool CallOthers(DWORD_PTR instruction)
     asm volatile("");
 }
 
+// The call is its last instruction.
+[[gnu::noinline, gnu::no_sanitize_undefined]] void EndNowhere()
+{
+    static const volatile std::uintptr_t nowhere = 0x10;
+    reinterpret_cast<void (*)()>(nowhere)();
+    __builtin_unreachable();
+}
+
 [[gnu::noinline]] int Depth(int depth)
 {
     volatile char room[512] = {};
@@ -193,6 +201,8 @@ TEST_F(HostFaultsDeathTest, OfCallsToNowhereShowTheCaller)
     const volatile std::uintptr_t nowhere = 0x10;
     EXPECT_EXIT(CallNowhere(reinterpret_cast<void (*)()>(nowhere)), testing::ExitedWithCode(0),
                 "C0000005 at 16, 2: 8 10; 1 0 fault CallNowhere other");
+    EXPECT_EXIT(CallNowhere(EndNowhere), testing::ExitedWithCode(0),
+                "C0000005 at 16, 2: 8 10; 1 0 fault [A-Za-z]+ CallNowhere");
 }
 
 DWORD WINAPI OverflowTheStack(LPVOID /*argument*/)
@@ -227,26 +237,19 @@ TEST_F(HostFaultsDeathTest, AreNoneWhereSignalsAreSentAndEndTheProcessInTheFilte
     EXPECT_DEATH(CallNowhere(nullptr), "");
 }
 
-TEST(HostFaults, HaveTheCodesOfTheirSignals)
+// Each near a stack.
+TEST_F(HostFaultsDeathTest, AreNoOverflowForBeingNear)
 {
-    for (const auto& [signal, code, expected] :
-         {std::tuple<int, int, DWORD>(SIGBUS, BUS_ADRERR, EXCEPTION_IN_PAGE_ERROR),
-          {SIGBUS, BUS_ADRALN, EXCEPTION_DATATYPE_MISALIGNMENT},
-          {SIGILL, ILL_PRVOPC, EXCEPTION_PRIV_INSTRUCTION},
-          {SIGFPE, FPE_INTOVF, EXCEPTION_INT_OVERFLOW},
-          {SIGFPE, FPE_FLTDIV, EXCEPTION_FLT_DIVIDE_BY_ZERO},
-          {SIGFPE, FPE_FLTOVF, EXCEPTION_FLT_OVERFLOW},
-          {SIGFPE, FPE_FLTUND, EXCEPTION_FLT_UNDERFLOW},
-          {SIGFPE, FPE_FLTRES, EXCEPTION_FLT_INEXACT_RESULT},
-          {SIGFPE, FPE_FLTSUB, EXCEPTION_ARRAY_BOUNDS_EXCEEDED}}) {
-        siginfo_t information{};
-        information.si_signo = signal;
-        information.si_code = code;
-        EXCEPTION_RECORD record;
-        CONTEXT context;
-        Platform::Host::DescribeFault(signal, information, {}, record, context);
-        EXPECT_EQ(record.ExceptionCode, expected) << signal << ' ' << code;
-    }
+    char* const place = static_cast<char*>(__builtin_frame_address(0));
+    EXPECT_EXIT(reinterpret_cast<void (*)()>(place - 256)(), testing::ExitedWithCode(0),
+                "C0000005 at [0-9]+, 2: 8 [0-9A-F]+ at the stack;");
+    const auto writeFarBelow = [](LPVOID stack) -> DWORD {
+        constexpr std::size_t FAR = 64 << 20;
+        *(static_cast<volatile char*>(stack) - FAR) = 1;
+        return 0;
+    };
+    EXPECT_EXIT(WaitForSingleObject(CreateThread(nullptr, 0, writeFarBelow, place, 0, nullptr), 20000),
+                testing::ExitedWithCode(0), "C0000005 at [0-9]+, 2: 1 ");
 }
 
 std::ptrdiff_t CountRegions()
