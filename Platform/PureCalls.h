@@ -13,25 +13,51 @@ namespace Platform {
 
 } // namespace Platform
 
-// PLATFORM_PURE_CALL_ENTRY(handler) defines what the C++ runtime has in the vtables' places of pure
-// functions: it calls the handler with the return address of the pure call as the stack word just above the
-// handler's own. A copy is pushed rather than the handler called right away, so that its stack is aligned as
-// any function's. It must stand in an object that is linked for another reason: vtables refer to it weakly.
+// A function that calls the handler with its own return address as the stack word just above the handler's.
+// It has a frame as any function, for who walks the stack by frames, and leaves the stack as well aligned.
 #if defined(__x86_64__)
-#define PLATFORM_CALL_WITH_RETURN_ADDRESS(handler)                                                           \
-    asm volatile("pushq (%%rsp)\n\t.cfi_adjust_cfa_offset 8\n\tcall %P0\n\tud2" : : "i"(handler))
-#define PLATFORM_PURE_CALL_ATTRIBUTES [[gnu::naked]]
+#define PLATFORM_ENTRY_WITH_RETURN_ADDRESS(name, handler)                                                    \
+    extern "C" [[gnu::naked]] void name()                                                                    \
+    {                                                                                                        \
+        asm volatile("pushq %%rbp\n\t"                                                                       \
+                     ".cfi_def_cfa_offset 16\n\t"                                                            \
+                     ".cfi_offset %%rbp, -16\n\t"                                                            \
+                     "movq %%rsp, %%rbp\n\t"                                                                 \
+                     ".cfi_def_cfa_register %%rbp\n\t"                                                       \
+                     "subq $8, %%rsp\n\t"                                                                    \
+                     "pushq 8(%%rbp)\n\t"                                                                    \
+                     "call %P0\n\t"                                                                          \
+                     "ud2"                                                                                   \
+                     :                                                                                       \
+                     : "i"(handler));                                                                        \
+    }
 #elif defined(__i386__)
-#define PLATFORM_CALL_WITH_RETURN_ADDRESS(handler)                                                           \
-    asm volatile("pushl (%%esp)\n\t.cfi_adjust_cfa_offset 4\n\tcall %P0\n\tud2" : : "i"(handler))
-#define PLATFORM_PURE_CALL_ATTRIBUTES [[gnu::naked]]
+#define PLATFORM_ENTRY_WITH_RETURN_ADDRESS(name, handler)                                                    \
+    extern "C" [[gnu::naked]] void name()                                                                    \
+    {                                                                                                        \
+        asm volatile("pushl %%ebp\n\t"                                                                       \
+                     ".cfi_def_cfa_offset 8\n\t"                                                             \
+                     ".cfi_offset %%ebp, -8\n\t"                                                             \
+                     "movl %%esp, %%ebp\n\t"                                                                 \
+                     ".cfi_def_cfa_register %%ebp\n\t"                                                       \
+                     "subl $4, %%esp\n\t"                                                                    \
+                     "pushl 4(%%ebp)\n\t"                                                                    \
+                     "call %P0\n\t"                                                                          \
+                     "ud2"                                                                                   \
+                     :                                                                                       \
+                     : "i"(handler));                                                                        \
+    }
 #else
-#define PLATFORM_CALL_WITH_RETURN_ADDRESS(handler) handler()
-#define PLATFORM_PURE_CALL_ATTRIBUTES
+#define PLATFORM_ENTRY_WITH_RETURN_ADDRESS(name, handler)                                                    \
+    extern "C" void name()                                                                                   \
+    {                                                                                                        \
+        handler();                                                                                           \
+    }
 #endif
 
+// Defines what the C++ runtime has in the vtables' places of pure functions, and of deleted ones: the runtime
+// keeps both in one object, which would be linked beside this for either. It must stand in an object that is
+// linked for another reason, as vtables refer to it weakly.
 #define PLATFORM_PURE_CALL_ENTRY(handler)                                                                    \
-    extern "C" PLATFORM_PURE_CALL_ATTRIBUTES void __cxa_pure_virtual()                                       \
-    {                                                                                                        \
-        PLATFORM_CALL_WITH_RETURN_ADDRESS(handler);                                                          \
-    }
+    PLATFORM_ENTRY_WITH_RETURN_ADDRESS(__cxa_pure_virtual, handler)                                          \
+    PLATFORM_ENTRY_WITH_RETURN_ADDRESS(__cxa_deleted_virtual, handler)

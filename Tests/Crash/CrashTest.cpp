@@ -161,7 +161,7 @@ TEST(PureCalls, AreReportedWithTheirPlace)
     const std::string log = RunCrasher(scratch.Path(), "PureCall").log;
     const unsigned before = Number(Find(log, "shortly behind 0x([0-9a-f]{8})"), 16);
     const unsigned place = Number(Find(log, "the problem occurred is 0x([0-9a-f]{8})\\."), 16);
-    EXPECT_TRUE(before < place && place < before + 64) << log;
+    EXPECT_TRUE(before < place && place < before + 1024) << log;
 }
 
 TEST(CrashLogs, AreReplacedOrGoneOnWith)
