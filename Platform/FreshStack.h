@@ -5,10 +5,9 @@
 
 namespace Platform {
 
-// Calls the function where there is a whole stack and returns when it has done, or has not after a minute. It
-// may run on another thread, which can use the calling one's stack; where there is no memory for one it runs
-// right here. The function lets no
-// fault out.
+// Calls the function where there is a whole stack, and returns when it has returned. It may run on another
+// thread, which may use the calling one's stack. Where no thread can be had it runs right here; where one
+// does not start within a minute it does not run at all. The function lets no fault out.
 void RunOnFreshStack(void (*function)(void*) noexcept, void* argument);
 
 // Has the platform leave room on the calling thread's stack for what goes before that call. Without it there
