@@ -12,9 +12,10 @@ constinit CrashState crashState{};
 
 namespace {
 
-std::int32_t Following(std::int32_t position)
+// Within the memory, even where something wrote over it.
+std::uint32_t Position()
 {
-    return position + 1 < STATIC_DIAGNOSTICS_SIZE ? position + 1 : 0;
+    return static_cast<std::uint32_t>(crashState.position) % STATIC_DIAGNOSTICS_SIZE;
 }
 
 void TraceByte(char byte)
@@ -31,8 +32,9 @@ void TraceByte(char byte)
 void WriteStaticDiagnostics(const char* text)
 {
     for (const char* byte = text != nullptr ? text : ""; *byte != 0; ++byte) {
-        crashState.diagnostics[crashState.position] = *byte;
-        crashState.position = Following(crashState.position);
+        const std::uint32_t position = Position();
+        crashState.diagnostics[position] = *byte;
+        crashState.position = static_cast<std::int32_t>((position + 1) % STATIC_DIAGNOSTICS_SIZE);
     }
 }
 
@@ -43,11 +45,10 @@ void ClearStaticDiagnostics()
 
 void TraceStaticDiagnostics()
 {
-    std::int32_t position = crashState.position;
-    do {
-        TraceByte(crashState.diagnostics[position]);
-        position = Following(position);
-    } while (position != crashState.position);
+    const std::uint32_t start = Position(); // others may write meanwhile
+    for (std::uint32_t age = 0; age < STATIC_DIAGNOSTICS_SIZE; ++age) {
+        TraceByte(crashState.diagnostics[(start + age) % STATIC_DIAGNOSTICS_SIZE]);
+    }
 }
 
 } // namespace Plinth
