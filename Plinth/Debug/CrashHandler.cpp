@@ -9,6 +9,7 @@
 #include "Plinth/Debug/StackDumpState.h"
 #include "Plinth/Debug/StaticDiagnostics.h"
 #include "Plinth/Debug/Symbols.h"
+#include "Plinth/Debug/Trace.h"
 
 #include <cstdlib>
 
@@ -33,7 +34,7 @@ void RegisterWithRuntime()
     }
 }
 
-// A report from inside another one returns, fatal or not.
+// A report returns, fatal or not, from inside another one and for a place that is not reported any more.
 [[noreturn]] void EndWithReport(const char* message)
 {
     ReportError(ReportFlagDebugError | ReportFlagFatal, nullptr, 0, nullptr, message);

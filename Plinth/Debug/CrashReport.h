@@ -15,8 +15,6 @@
 
 #include "Platform/Win32.h"
 
-#include <cstdint>
-
 namespace Plinth {
 
 // The heading with the local time, the report and the minidump. Null: there is no record of the fault, and so
@@ -24,7 +22,8 @@ namespace Plinth {
 // one waits for.
 void HandleException(LPEXCEPTION_POINTERS exception);
 
-// The report alone. A bad pointer to the record or the context faults; all else is survived.
+// The report alone, on the stack that there is. A bad pointer to the record or the context faults; all else
+// is survived.
 void CrashReport(LPEXCEPTION_POINTERS exception);
 
 // "an access violation" for 0xC0000005; "an unknown" for codes that are in no list.

@@ -3,6 +3,7 @@
 #include "Plinth/Config/RegistryValues.h"
 #include "Plinth/Debug/CrashHandler.h"
 #include "Plinth/Debug/ModulePath.h"
+#include "Plinth/Text/ZeroTerminatedText.h"
 
 namespace Plinth {
 
@@ -16,14 +17,16 @@ constinit std::uint8_t errorReportsSuppressed = 0;
 // All of it or, for lack of memory, nothing: what is left without the extension may be the program itself.
 CString DefaultLogPath()
 {
-    const CString program(CModulePath().text);
+    const CModulePath module;
+    const CString program(module.text);
     const char* extension = nullptr;
     SplitPath(program.CStr(), nullptr, &extension);
     const auto length = static_cast<std::uint32_t>(extension - program.CStr());
     CString path;
-    if (path.GetBuffer(length + sizeof(EXTENSION)) != nullptr) {
+    const bool isConverted = program.IsEmpty() == (module.text[0] == 0);
+    if (isConverted && path.GetBuffer(length + sizeof(EXTENSION)) != nullptr) {
         path.Assign(program, length);
-        path += EXTENSION;
+        path.Append(EXTENSION);
     }
     return path;
 }

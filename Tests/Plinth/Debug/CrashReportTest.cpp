@@ -26,10 +26,14 @@ std::string StampOf(HMODULE module)
     return "(time stamp 0x" + Hexadecimal(GetModuleLinkTime(module));
 }
 
-// The time and the machine's memory as words.
+// Today's time and the machine's memory as words.
 std::string Plain(const std::string& text)
 {
-    static const std::regex time(R"(\[ \d{4}/\d\d/\d\d \d\d:\d\d:\d\d \])");
+    SYSTEMTIME now;
+    GetLocalTime(&now);
+    char date[16];
+    FormatText(date, sizeof(date), "%04i/%02i/%02i", now.wYear, now.wMonth, now.wDay);
+    const std::regex time(R"(\[ )" + std::string(date) + R"( \d\d:\d\d:\d\d \])");
     static const std::regex memory("\nMemory load .*\n");
     return std::regex_replace(std::regex_replace(text, time, "[ TIME ]"), memory, "\nMEMORY\n");
 }
@@ -243,6 +247,11 @@ TEST(StaticDiagnostics, KeepTheNewestBytes)
     EXPECT_EQ(crashState.position, 2);
     WriteStaticDiagnostics("\t\xE4\n");
     EXPECT_EQ(Ring(), "..\n");
+    for (const std::int32_t wild : {20'000, -3}) { // as a crash may leave it
+        crashState.position = wild;
+        WriteStaticDiagnostics("end\n");
+        EXPECT_NE(Ring().find("end\n"), std::string::npos);
+    }
 }
 
 } // namespace

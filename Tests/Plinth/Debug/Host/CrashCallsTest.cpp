@@ -2,8 +2,10 @@
 // that fails.
 #include "Platform/Host/Control.h"
 #include "Platform/Host/Gate.h"
+#include "Plinth/Debug/CrashHandler.h"
 #include "Plinth/Debug/CrashReport.h"
 #include "Plinth/Debug/Diagnostics.h"
+#include "Plinth/Debug/ErrorReport.h"
 #include "Plinth/Debug/Symbols.h"
 #include "Tests/Plinth/Debug/FreshDiagnostics.h"
 #include "Tests/Support/HeapWatch.h"
@@ -12,6 +14,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <fstream>
 
 namespace Plinth {
 namespace {
@@ -47,7 +50,7 @@ TEST(CrashReportCalls, ComeInOrderAndMayFail)
         const GateWatch watch;
         HandleException(&fault.pointers);
         EXPECT_EQ(CallsOf(watch),
-                  (Calls{"_clearfp", "GetLocalTime", "GetModuleFileNameW", "GetModuleHandleW", "VirtualQuery",
+                  (Calls{"GetLocalTime", "GetModuleFileNameW", "GetModuleHandleW", "VirtualQuery",
                          "GetModuleFileNameW", "StackWalk", "GlobalMemoryStatus"}));
     }
     const std::string unknown = "Unknown (time stamp 0x00000000";
@@ -63,6 +66,19 @@ TEST(CrashReportCalls, ComeInOrderAndMayFail)
         EXPECT_TRUE(watch.Failed());
         EXPECT_NE(trace.Text().find(text), std::string::npos) << trace.Text();
     }
+    const TraceCapture trace;
+    Platform::Host::SetModulePath(u"C:\\\u0416\u00C4.exe");
+    HandleException(&fault.pointers);
+    Platform::Host::SetModulePath({});
+    EXPECT_NE(trace.Text().find("\n  ?.exe (time stamp"), std::string::npos) << trace.Text();
+}
+
+TEST(EndingHandlersDeathTest, EndTheProcessWhereTheirReportReturns)
+{
+    const FreshDiagnostics fresh;
+    SetReportCallback([](const char*) { InvalidParameterHandler(nullptr, nullptr, nullptr, 0, 0); });
+    EXPECT_EXIT(ReportError(ReportFlagContinue, nullptr, 0, nullptr, nullptr), testing::ExitedWithCode(1),
+                "");
 }
 
 TEST(CrashReportCalls, TakeNoHeapMemory)
@@ -84,14 +100,18 @@ TEST(DefaultLogFile, HasTheProgramsNameAndAnExtensionOfItsOwn)
         const std::filesystem::path folder = scratch.Path() / "v1.0";
         std::filesystem::create_directory(folder);
         Platform::Host::SetModulePath(ToPlatform(folder / program));
-        EXPECT_TRUE(InitDiagnostics(nullptr, 0));
-        EXPECT_TRUE(std::filesystem::exists(folder / log)) << log;
-        {
-            const HeapWatch starved({.largest = 0});
-            EXPECT_FALSE(InitDiagnostics("", 0));
+        std::ofstream(folder / "Launcher") << "program";
+        bool opened = false;
+        for (unsigned ordinal = 1; !opened; ++ordinal) {
+            const HeapWatch watch({.ordinal = ordinal}); // each block fails once, up to the log file's name
+            opened = InitDiagnostics(nullptr, 0);
+            EXPECT_EQ(opened, std::filesystem::exists(folder / log)) << ordinal;
+            EXPECT_EQ(std::filesystem::file_size(folder / "Launcher"), 7u);
         }
-        EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder), {}), 1);
+        CloseLogFile();
+        EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder), {}), 2);
     }
+    EXPECT_FALSE(std::filesystem::exists(".log"));
     Platform::Host::SetModulePath({});
     SetUnhandledExceptionFilter(nullptr);
     _set_invalid_parameter_handler(nullptr);
