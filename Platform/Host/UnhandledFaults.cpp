@@ -38,16 +38,31 @@ void RehearseReport()
 
 // The dump of a report takes heap memory, and a fault may be the heap's, with its lock held: the process then
 // ends by this signal.
-void SetDeadline()
-{
-    constexpr unsigned SECONDS = 60;
-    sigset_t signals;
-    sigemptyset(&signals);
-    sigaddset(&signals, SIGALRM);
-    std::signal(SIGALRM, SIG_DFL);
-    pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);
-    alarm(SECONDS);
-}
+class Deadline {
+public:
+    Deadline()
+    {
+        constexpr unsigned SECONDS = 60;
+        struct sigaction ending {};
+        ending.sa_handler = SIG_DFL;
+        sigaction(SIGALRM, &ending, &before_);
+        sigset_t signals;
+        sigemptyset(&signals);
+        sigaddset(&signals, SIGALRM);
+        pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);
+        alarm(SECONDS);
+    }
+    ~Deadline()
+    {
+        alarm(0);
+        sigaction(SIGALRM, &before_, nullptr);
+    }
+    Deadline(const Deadline&) = delete;
+    Deadline& operator=(const Deadline&) = delete;
+
+private:
+    struct sigaction before_ {};
+};
 
 // Reports of two threads would mix, and the first to be done end the process in the midst of the other.
 class Turn {
@@ -88,7 +103,7 @@ void ReportFault(int signal, const siginfo_t& information, ucontext_t& host)
         return;
     }
     const Turn turn;
-    SetDeadline();
+    const Deadline deadline;
     EXCEPTION_RECORD record;
     CONTEXT context;
     CONTEXT before;
@@ -98,7 +113,6 @@ void ReportFault(int signal, const siginfo_t& information, ucontext_t& host)
     EXCEPTION_POINTERS pointers{&record, &context};
     filter(&pointers);
     SetPlace(host, before.Eip, before.Esp);
-    alarm(0);
     isAsked = false;
 }
 
