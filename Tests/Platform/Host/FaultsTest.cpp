@@ -60,7 +60,7 @@ bool CallOthers(DWORD_PTR instruction)
 }
 
 // The call is its last instruction.
-[[gnu::noinline, gnu::no_sanitize_undefined]] void EndNowhere()
+[[gnu::noinline]] __attribute__((no_sanitize("undefined"))) void EndNowhere()
 {
     static const volatile std::uintptr_t nowhere = 0x10;
     reinterpret_cast<void (*)()>(nowhere)();
