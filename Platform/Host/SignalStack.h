@@ -7,7 +7,8 @@ inline constinit thread_local bool hasSignalStack = false;
 
 void MakeSignalStack();
 
-// The calling thread has one from then to its end, unless memory is out. Takes no heap memory.
+// The calling thread has one from then to its end, unless memory is out. Takes no heap memory
+// as long as the process has few keys (pthread_setspecific).
 inline void GiveSignalStack()
 {
     if (!hasSignalStack) [[unlikely]] {
