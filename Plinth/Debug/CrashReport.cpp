@@ -189,7 +189,7 @@ void TraceStack(const CONTEXT& context)
 
 // --- What was before
 
-void TraceMemory()
+void TraceDiagnosticsMemory()
 {
     TraceLevel(LEVEL, "\n\n  Static Diagnostics Memory dump:\n\n");
     TraceStaticDiagnostics();
@@ -258,7 +258,7 @@ void CrashReport(LPEXCEPTION_POINTERS exception)
     Platform::RunGuarded([&context] { TraceCode(context.Eip); });
     Platform::RunGuarded([&context] { TraceStack(context); });
     Platform::RunGuarded([] { TraceMemoryStatus(); });
-    Platform::RunGuarded([] { TraceMemory(); });
+    Platform::RunGuarded([] { TraceDiagnosticsMemory(); });
 }
 
 const char* DescribeException(DWORD code)

@@ -1,6 +1,7 @@
 // Crashes for real, each in a process of its own, and reads what is left.
 #include "Tests/Crash/CrashCase.h"
 #include "Tests/Crash/ReporterRun.h"
+#include "Tests/Support/Hexadecimal.h"
 #include "Tests/Support/MinidumpReader.h"
 #include "Tests/Support/Target.h"
 
@@ -21,13 +22,6 @@ std::string Plain(std::string text)
 bool Has(const std::string& text, const std::string& part)
 {
     return text.find(part) != std::string::npos;
-}
-
-std::string Hexadecimal(std::uint64_t number)
-{
-    char text[16];
-    std::snprintf(text, sizeof(text), "%08x", static_cast<unsigned>(number));
-    return text;
 }
 
 // What the expression's only group matches last; empty: nothing.

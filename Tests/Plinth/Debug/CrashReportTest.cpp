@@ -6,6 +6,7 @@
 #include "Plinth/Debug/SystemInfo.h"
 #include "Plinth/Text/ZeroTerminatedText.h"
 #include "Tests/Plinth/Debug/FreshDiagnostics.h"
+#include "Tests/Support/Hexadecimal.h"
 
 #include <gtest/gtest.h>
 
@@ -13,13 +14,6 @@
 
 namespace Plinth {
 namespace {
-
-std::string Hexadecimal(DWORD_PTR number)
-{
-    char text[16];
-    FormatText(text, sizeof(text), "%08x", static_cast<unsigned>(number));
-    return text;
-}
 
 std::string StampOf(HMODULE module)
 {

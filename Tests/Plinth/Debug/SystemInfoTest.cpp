@@ -8,6 +8,7 @@
 #include "Plinth/Text/CWideString.h"
 #include "Tests/Plinth/Debug/FreshDiagnostics.h"
 #include "Tests/Support/FailingInTurn.h"
+#include "Tests/Support/Hexadecimal.h"
 #include "Tests/Support/Target.h"
 #include "Tests/Support/VersionedFile.h"
 
@@ -86,13 +87,6 @@ std::vector<std::string> Lines(const std::string& text)
     return lines;
 }
 
-std::string Hexadecimal(std::uintptr_t number)
-{
-    char text[16];
-    FormatText(text, sizeof(text), "0x%08x", static_cast<unsigned>(number));
-    return text;
-}
-
 TEST(ModuleList, HasEachModuleInALine)
 {
     const TraceCapture trace;
@@ -106,9 +100,10 @@ TEST(ModuleList, HasEachModuleInALine)
         EXPECT_TRUE(std::regex_match(lines[line], form)) << lines[line];
     }
     HMODULE program = GetModuleHandleW(nullptr);
-    EXPECT_TRUE(lines[1].starts_with(Hexadecimal(reinterpret_cast<std::uintptr_t>(program)))) << lines[1];
+    EXPECT_TRUE(lines[1].starts_with("0x" + Hexadecimal(reinterpret_cast<std::uintptr_t>(program))))
+        << lines[1];
     EXPECT_NE(lines[1].find("  PlinthTests.exe "), std::string::npos) << lines[1];
-    EXPECT_NE(lines[1].find(' ' + Hexadecimal(GetModuleLinkTime(program)) + ','), std::string::npos)
+    EXPECT_NE(lines[1].find(" 0x" + Hexadecimal(GetModuleLinkTime(program)) + ','), std::string::npos)
         << lines[1];
 }
 

@@ -8,30 +8,18 @@
 #include "Plinth/Debug/ErrorReport.h"
 #include "Plinth/Debug/Symbols.h"
 #include "Tests/Plinth/Debug/FreshDiagnostics.h"
+#include "Tests/Plinth/Debug/Host/ReportCalls.h"
 #include "Tests/Support/HeapWatch.h"
 #include "Tests/Support/Target.h"
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <fstream>
 
 namespace Plinth {
 namespace {
 
 using Platform::Host::GateWatch;
-using Calls = std::vector<std::string>;
-
-// Without what formats, names addresses or asks who runs, and each run of one call as one.
-Calls CallsOf(const GateWatch& watch)
-{
-    Calls calls = watch.Calls();
-    std::erase_if(calls, [](const std::string& call) {
-        return call == "_vsnprintf_s" || call.starts_with("Sym") || call.starts_with("GetCurrent");
-    });
-    calls.erase(std::unique(calls.begin(), calls.end()), calls.end());
-    return calls;
-}
 
 struct Fault {
     EXCEPTION_RECORD record{.ExceptionCode = EXCEPTION_BREAKPOINT};
