@@ -1,8 +1,9 @@
-// A search of the platform for files, as an object.
-//
-//     for (CFileSearch search(pattern); search.IsFound(); search.Next()) {
-//         Use(search.Name());
-//     }
+/// \class Plinth::CFileSearch
+/// A search of the platform for files, as an object.
+///
+///     for (CFileSearch search(pattern); search.IsFound(); search.Next()) {
+///         Use(search.Name());
+///     }
 #pragma once
 
 #include "Platform/Win32.h"
@@ -14,6 +15,7 @@ namespace Plinth {
 
 class CFileSearch {
 public:
+    /// Looks for the first match; the last part of the pattern may have wildcards.
     explicit CFileSearch(LPCWSTR pattern) : handle_(FindFirstFileW(pattern, &found_)) {}
     ~CFileSearch()
     {
@@ -24,19 +26,22 @@ public:
     CFileSearch(const CFileSearch&) = delete;
     CFileSearch& operator=(const CFileSearch&) = delete;
 
-    [[nodiscard]] bool IsFound() const { return isFound_; }
+    [[nodiscard]] bool IsFound() const { return isFound_; } ///< false: there is no further match
+    /// Goes to the next match; there must be one now.
     void Next() { isFound_ = FindNextFileW(handle_, &found_) != FALSE; }
 
     // --- What was found
 
-    [[nodiscard]] LPCWSTR Name() const { return found_.cFileName; }
+    [[nodiscard]] LPCWSTR Name() const { return found_.cFileName; } ///< without its folder; good until Next
+    /// By the same units, letter case included.
     [[nodiscard]] bool IsNamed(std::basic_string_view<WCHAR> name) const { return name == found_.cFileName; }
+    /// Whether it is a folder.
     [[nodiscard]] bool IsDirectory() const
     {
         return (found_.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
     }
-    [[nodiscard]] std::uint32_t Size() const { return found_.nFileSizeLow; } // the low 32 bits
-    [[nodiscard]] std::uint64_t Time() const // of the last write, as IStream::GetTime
+    [[nodiscard]] std::uint32_t Size() const { return found_.nFileSizeLow; } ///< the low 32 bits
+    [[nodiscard]] std::uint64_t Time() const ///< of the last write, as IStream::GetTime
     {
         return std::uint64_t{found_.ftLastWriteTime.dwHighDateTime} << 32 |
                found_.ftLastWriteTime.dwLowDateTime;

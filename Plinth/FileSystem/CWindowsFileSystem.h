@@ -1,14 +1,16 @@
-// The file system of the platform below one root directory, which may be none: paths are complete then.
-//
-//     CWindowsFileSystem files("C:\\Game\\Data", true);    // with an index of all files below
-//     CFileInfo info;
-//     files.GetFileInfo(info, "Maps\\First.map", 0);       // answered from the index
-//
-// The index is made when the root is set. From then on it learns of the files that this file system opens for
-// writing, and of nothing else: not of EraseFile, MakeDirectory and EraseDirectory, nor of other programs. An
-// entry that is no longer on the disk still exists. GetFileInfo, LoadFile and what asks them go by the index
-// alone, which takes a path as it is written: either slash, ASCII letters in either case and backslashes
-// around it make no difference, but "a//b", "a/./b", "/a" with a slash and the empty path are not found.
+/// \class Plinth::CWindowsFileSystem
+/// The file system of the platform below one root directory, which may be none: paths are complete then.
+///
+///     CWindowsFileSystem files("C:\\Game\\Data", true);    // with an index of all files below
+///     CFileInfo info;
+///     files.GetFileInfo(info, "Maps\\First.map", 0);       // answered from the index
+///
+/// The index is made when the root is set. From then on it learns of the files that this file system opens
+/// for writing, and of nothing else: not of EraseFile, MakeDirectory and EraseDirectory, nor of other
+/// programs. An entry that is no longer on the disk still exists. GetFileInfo, LoadFile and what asks them go
+/// by the index alone, which takes a path as it is written: either slash, ASCII letters in either case and
+/// backslashes around it make no difference, but "a//b", "a/./b", "/a" with a slash and the empty path are
+/// not found.
 #pragma once
 
 #include "Plinth/FileSystem/CFileIndex.h"
@@ -23,24 +25,24 @@ class CFileSearch;
 
 class CWindowsFileSystem : public IFileSystem {
 public:
-    CWindowsFileSystem() = default; // no root, no index
-    CWindowsFileSystem(const CString& root, bool useIndex);
+    CWindowsFileSystem() = default;                         ///< no root, no index
+    CWindowsFileSystem(const CString& root, bool useIndex); ///< as SetRoot
 
-    // Slashes become backslashes, and one at the end is dropped. Only another root makes the index anew: the
-    // same one with an index for the first time has an empty one, in which every file is missing. Throws
-    // where memory runs out; all is as before then.
+    /// Slashes become backslashes, and one at the end is dropped. Only another root makes the index anew: the
+    /// same one with an index for the first time has an empty one, in which every file is missing. Throws
+    /// where memory runs out; all is as before then.
     void SetRoot(const CString& root, bool useIndex);
 
-    // Gives `fullPath`, which may be the path itself.
+    /// Gives `fullPath`, which may be the path itself.
     CString& GetFullPath(CString& fullPath, const CString& path) const;
 
-    // With `allLevels` each level that is missing, from the top down, without the blanks around its name. A
-    // failure is not told.
+    /// With `allLevels` each level that is missing, from the top down, without the blanks around its name. A
+    /// failure is not told.
     void MakeDirectory(const CString& path, bool allLevels);
-    bool EraseDirectory(const CString& path); // an empty one
+    bool EraseDirectory(const CString& path); ///< an empty one
 
     void ListDirectory(std::set<CString>& names, const CString& directory, std::uint32_t flags) override;
-    bool MakeRelative(CString& path) override; // ASCII letters in either case; the separator behind stays
+    bool MakeRelative(CString& path) override; ///< ASCII letters in either case; the separator behind stays
     void GetDirectoryRoot(CString& root, const CString& path, std::uint32_t unused) override;
     void GetFileInfo(CFileInfo& info, const CString& path, std::uint32_t unusedMode) override;
     IStream* OpenStream(const CString& path, std::uint32_t mode) override;

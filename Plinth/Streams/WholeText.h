@@ -1,5 +1,6 @@
-// Texts that are whole or are not: "Out of memory!" is thrown in their place. The library's strings say
-// nothing where they find no memory, and half a path names another file, half a key another value.
+/// \file
+/// Texts that are whole or are not: "Out of memory!" is thrown in their place. The library's strings say
+/// nothing where they find no memory, and half a path names another file, half a key another value.
 #pragma once
 
 #include "Plinth/Streams/Exceptions.h"
@@ -11,7 +12,7 @@
 
 namespace Plinth {
 
-// Makes the text's block large enough for `size` bytes, terminator included.
+/// Makes the text's block large enough for `size` bytes, terminator included.
 inline void ReserveWhole(CString& text, std::uint64_t size)
 {
     if (text.GetBuffer(SizeOrThrow(size)) == nullptr) {
@@ -19,7 +20,7 @@ inline void ReserveWhole(CString& text, std::uint64_t size)
     }
 }
 
-// The bytes, of which there are less than 4 GiB. When it throws, the text is as it was.
+/// The bytes, of which there are less than 4 GiB. When it throws, the text is as it was.
 inline void AssignWhole(CString& text, std::string_view bytes)
 {
     const auto length = static_cast<std::uint32_t>(bytes.size());
@@ -29,6 +30,7 @@ inline void AssignWhole(CString& text, std::string_view bytes)
     }
 }
 
+/// A copy of the bytes, of which there are less than 4 GiB.
 inline CString CopyWhole(std::string_view bytes)
 {
     CString copy;
@@ -36,12 +38,13 @@ inline CString CopyWhole(std::string_view bytes)
     return copy;
 }
 
+/// A copy, embedded zeros included.
 inline CString CopyWhole(const CString& text)
 {
     return CopyWhole(std::string_view(text.CStr(), text.GetLength()));
 }
 
-// See CString::Trim. The text has no zeros.
+/// See CString::Trim. The text has no zeros.
 inline CString TrimWhole(const CString& text)
 {
     CString trimmed = text.Trim();
@@ -51,6 +54,7 @@ inline CString TrimWhole(const CString& text)
     return trimmed;
 }
 
+/// The text as UTF-8; it is not null.
 inline CString NarrowWhole(LPCWSTR text)
 {
     CString narrow(text);
@@ -60,6 +64,7 @@ inline CString NarrowWhole(LPCWSTR text)
     return narrow;
 }
 
+/// The text as UTF-16.
 inline CWideString WidenWhole(const CString& text)
 {
     CWideString wide(text);
@@ -69,7 +74,7 @@ inline CWideString WidenWhole(const CString& text)
     return wide;
 }
 
-// The text and, unless it is empty or has one, a separator; with room for `more` bytes behind.
+/// The text and, unless it is empty or has one, a separator; with room for `more` bytes behind.
 inline CString WithTrailingSeparator(const CString& text, std::uint32_t more)
 {
     CString separated;

@@ -1,5 +1,6 @@
-// The builder's operations as free functions with the builder as their first argument. They do what the
-// members of the same names do.
+/// \file
+/// The builder's operations as free functions with the builder as their first argument. They do what the
+/// members of the same names do.
 #pragma once
 
 #include "Plinth/Text/CTextBuilder.h"
@@ -8,10 +9,12 @@
 
 namespace Plinth {
 
-// The text of a builder's width, which takes no part in finding out that width.
+/// The text of a builder's width, which takes no part in finding out that width.
 template <typename Character>
 using TextOf = const std::type_identity_t<Character>*;
 
+///@{
+/// As the builder's member of this name.
 template <typename Character>
 bool Reserve(CBasicTextBuilder<Character>& builder, std::uint32_t size)
 {
@@ -145,5 +148,6 @@ inline LPWSTR AppendUtf8(CWideTextBuilder& builder, const char* text)
 {
     return builder.AppendUtf8(text);
 }
+///@}
 
 } // namespace Plinth
