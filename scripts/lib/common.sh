@@ -92,10 +92,12 @@ build() {
     step "Building $preset" cmake --build --preset "$preset" --target "$@"
 }
 
-# install_tree PRESET: its install tree in dist/PRESET, with nothing left in it from before.
+# install_tree PRESET [COMPONENT FOLDER]: a component, else the launcher, in dist/FOLDER, else in dist/PRESET, with
+# nothing left there from before.
 install_tree() {
-    rm -rf "dist/$1"
-    cmake --install "build/$1" >/dev/null
+    local component=${2:-Launcher} folder=dist/${3:-$1}
+    rm -rf "$folder"
+    cmake --install "build/$1" --component "$component" --prefix "$folder" >/dev/null
 }
 
 # built_version PRESET: the version that it was configured with.
