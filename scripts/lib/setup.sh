@@ -6,6 +6,7 @@ CHECK_PACKAGES=(clang-14 clang-format-14 clang-tidy-14 shellcheck python3 git)
 WINDOWS_PACKAGES=(g++-mingw-w64-i686-win32 python3)
 SHIPPING_PACKAGES=(python3-pefile git)
 ICON_PACKAGES=(librsvg2-bin icoutils python3-pil)
+REFERENCE_PACKAGES=(doxygen)
 WINE_PACKAGES=(debootstrap bubblewrap)
 FUZZ_PACKAGES=(clang-14 libclang-rt-14-dev)
 PEER_PACKAGES=(libbenchmark-dev libabsl-dev libxxhash-dev libglib2.0-dev libinih-dev libsimpleini-dev zlib1g-dev
@@ -67,6 +68,7 @@ setup_host() {
 }
 
 setup_check() { need_packages "${HOST_PACKAGES[@]}" "${CHECK_PACKAGES[@]}"; }
+setup_reference() { need_packages "${HOST_PACKAGES[@]}" "${REFERENCE_PACKAGES[@]}"; }
 setup_icon() { need_packages "${ICON_PACKAGES[@]}"; }
 setup_peers() { need_packages "${HOST_PACKAGES[@]}" "${PEER_PACKAGES[@]}"; }
 setup_fuzz() { need_packages "${HOST_PACKAGES[@]}" "${FUZZ_PACKAGES[@]}"; }
